@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Installs what is missing, then runs every check and test; stops at the first that fails.
+#   scripts/test.sh [--help]
+# MACOS_SDK         a macOS SDK: compiles the macOS program, too
+# VELMORATIX_EDIDS  a folder of EDID files for the tests that read many; ../shared/edids when that is there
+# VELMORATIX_TIDY   1: runs clang-tidy over all files, which takes long
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+if [[ ${1-} == --help ]]; then sed -n '2,6s/^# //p' scripts/test.sh; exit 0; fi
+say() { printf '== %s (%d s)\n' "$*" "$SECONDS"; }
+
+if [[ -z ${VELMORATIX_EDIDS-} && -d ../shared/edids ]]; then
+  VELMORATIX_EDIDS=$(cd ../shared/edids && pwd)
+  export VELMORATIX_EDIDS
+fi
+
+scripts/install-needs.sh build test
+say "Layout and storeys"
+scripts/check-format.sh
+scripts/tests/check-storeys-test.sh
+scripts/check-storeys.sh
+
+say "Build with g++ and sanitizers"
+cmake --preset debug >/dev/null
+cmake --build --preset debug
+
+if [[ -x build/debug/velmoratix-simulator ]]; then
+  say "Scenarios"
+  scripts/run-scenarios.sh build/debug/velmoratix-simulator
+fi
+
+say "Build with clang++"
+cmake --preset debug-clang >/dev/null
+cmake --build --preset debug-clang
+
+if [[ ${VELMORATIX_TIDY-} == 1 ]]; then
+  say "clang-tidy"
+  scripts/tidy.sh
+fi
+
+if [[ -n ${MACOS_SDK-} ]]; then
+  say "macOS"
+  scripts/cross-build-macos.sh
+else
+  say "macOS skipped: MACOS_SDK is not set"
+fi
+
+say "Tests"
+ctest --preset debug
