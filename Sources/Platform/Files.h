@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "Platform/PropertyList.h"
+
+namespace vlm {
+
+/// Folders and property-list files. Paths are absolute, UTF-8, without a trailing slash.
+class Files {
+ public:
+  enum class Domain { user, local };
+
+  virtual ~Files() = default;
+
+  /// The Library folder of a domain (NSLibraryDirectory); absent when there is none.
+  virtual std::optional<std::string> libraryDirectory(Domain domain) = 0;
+  virtual bool checkResourceIsReachable(const std::string& path) = 0;
+  /// A property-list file whose root is a dictionary; absent for anything else, a missing file too.
+  virtual std::optional<plist::Dictionary> dictionaryWithContentsOfURL(const std::string& path) = 0;
+  /// Writes an XML property list, or nothing at all: whoever reads meanwhile sees the old file or the new one, whole.
+  /// Makes no folders. Answers the reason of a failure ("No space left on device"), or nothing.
+  virtual std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,
+                                                          const std::string& path) = 0;
+};
+
+}  // namespace vlm
