@@ -1,0 +1,66 @@
+#include "Models/DisplayTransaction.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "Platform/Process.h"
+
+namespace vlm {
+
+namespace {
+
+/// Every transaction of the process that has not been completed yet.
+struct OpenTransactions {
+  std::vector<const DisplayTransaction*> open;
+};
+
+}  // namespace
+
+DisplayTransaction::DisplayTransaction() : config_(os().quartz.CGBeginDisplayConfiguration()) {
+  Process::current().state<OpenTransactions>().open.push_back(this);
+}
+
+DisplayTransaction::~DisplayTransaction() {
+  complete();
+  auto& open = Process::current().state<OpenTransactions>().open;
+  open.erase(std::remove(open.begin(), open.end(), this), open.end());
+}
+
+void DisplayTransaction::complete() {
+  if (config_ == nullptr) return;
+  // Completing calls back into this process, where the transaction must not be used any more.
+  const CGDisplayConfigRef config = config_;
+  config_ = nullptr;
+  os().quartz.CGCompleteDisplayConfiguration(config, kCGConfigurePermanently);
+  goingOff_.clear();
+}
+
+void DisplayTransaction::restart() {
+  complete();
+  config_ = os().quartz.CGBeginDisplayConfiguration();
+}
+
+void DisplayTransaction::willTurnOff(CGDirectDisplayID display) {
+  if (config_ != nullptr) goingOff_.insert(display);
+}
+
+void DisplayTransaction::willTurnOn(CGDirectDisplayID display) { goingOff_.erase(display); }
+
+bool DisplayTransaction::isGoingOff(CGDirectDisplayID display) {
+  const auto& open = Process::current().state<OpenTransactions>().open;
+  return std::any_of(open.begin(), open.end(),
+                     [&](const DisplayTransaction* transaction) { return transaction->goingOff_.contains(display); });
+}
+
+JoinedTransaction::JoinedTransaction(DisplayTransaction* given)
+    : transaction_(given == nullptr ? new DisplayTransaction : given), isOwn_(given == nullptr) {}
+
+JoinedTransaction::~JoinedTransaction() {
+  if (isOwn_) delete transaction_;
+}
+
+void JoinedTransaction::completeWhenOwn() {
+  if (isOwn_) transaction_->complete();
+}
+
+}  // namespace vlm

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <set>
+
+#include "Platform/Quartz.h"
+
+namespace vlm {
+
+/// A display-configuration transaction. Setters take a pointer to one, which may be null: then they open one of their
+/// own. Completes permanently, at its end at the latest, also when a change in it was refused.
+class DisplayTransaction {
+ public:
+  /// Opens it.
+  DisplayTransaction();
+  ~DisplayTransaction();
+  DisplayTransaction(const DisplayTransaction&) = delete;
+  DisplayTransaction& operator=(const DisplayTransaction&) = delete;
+
+  /// Null once it has been completed.
+  CGDisplayConfigRef config() const { return config_; }
+  void complete();
+  /// Completes and opens a new one, for changes that build on those made so far.
+  void restart();
+
+  /// Displays that this transaction will turn off or on once it completes: the system still answers the old state.
+  void willTurnOff(CGDirectDisplayID display);
+  void willTurnOn(CGDirectDisplayID display);
+  /// The transaction that is open in this process and pending on this display, if any: off (true) or on (false) later.
+  static bool isGoingOff(CGDirectDisplayID display);
+
+ private:
+  CGDisplayConfigRef config_ = nullptr;
+  std::set<CGDirectDisplayID> goingOff_;
+};
+
+/// The transaction given, or one of the setter's own that completes when this goes.
+class JoinedTransaction {
+ public:
+  explicit JoinedTransaction(DisplayTransaction* given);
+  ~JoinedTransaction();
+  JoinedTransaction(const JoinedTransaction&) = delete;
+  JoinedTransaction& operator=(const JoinedTransaction&) = delete;
+
+  DisplayTransaction& operator*() const { return *transaction_; }
+  DisplayTransaction* operator->() const { return transaction_; }
+  bool isOwn() const { return isOwn_; }
+  /// Completes now when it is the setter's own; does nothing to a given one.
+  void completeWhenOwn();
+
+ private:
+  DisplayTransaction* transaction_;
+  bool isOwn_;
+};
+
+}  // namespace vlm

@@ -1,0 +1,149 @@
+#include <cmath>
+#include <map>
+
+#include "Models/VLMChangeRecorder.h"
+#include "Models/VLMDisplay.h"
+#include "Platform/Process.h"
+#include "Platform/RunLoop.h"
+#include "Platform/SkyLight.h"
+#include "Shared/SystemVersion.h"
+
+namespace vlm {
+
+namespace {
+
+/// What tells a stored brightness of 0 from none at all.
+constexpr float kSavedBrightnessOffset = 1.0F;
+/// The system's display services get nothing above this.
+constexpr float kMostForDisplayServices = 2.0F;
+/// DDC/CI maximum of monitors in general, for one that has not told its own.
+constexpr float kUsualMaxBrightness = 100.0F;
+/// A display that comes or goes takes about this long to settle, seconds.
+constexpr double kDockRelaunchDelay = 1.0;
+
+/// The transfer formula kept last. There is one for all displays, and it is the identity until one has been kept.
+struct KeptGamma {
+  DisplayTransferFormula formula;
+};
+
+/// Displays that were turned off and whose picture will be darkened, with the perform that does it.
+struct PendingDarkenings {
+  std::map<CGDirectDisplayID, RunLoopToken> performs;
+};
+
+void keepGammaOf(CGDirectDisplayID display) {
+  const auto formula = os().quartz.CGGetDisplayTransferByFormula(display);
+  if (formula) Process::current().state<KeptGamma>().formula = *formula;
+}
+
+void setGammaOf(CGDirectDisplayID display, float factor) {
+  DisplayTransferFormula formula = Process::current().state<KeptGamma>().formula;
+  formula.redMax *= factor;
+  formula.greenMax *= factor;
+  formula.blueMax *= factor;
+  os().quartz.CGSetDisplayTransferByFormula(display, formula);
+}
+
+void cancelDarkening(CGDirectDisplayID display) {
+  auto& performs = Process::current().state<PendingDarkenings>().performs;
+  const auto pending = performs.find(display);
+  if (pending == performs.end()) return;
+  os().runLoop.cancelPerform(pending->second);
+  performs.erase(pending);
+}
+
+/// The display's record may be another one by then, so only its identifier is kept.
+void darkenAfterDelay(CGDirectDisplayID display, double delay) {
+  cancelDarkening(display);
+  const RunLoopToken perform = os().runLoop.performAfterDelay(delay, [display] {
+    Process::current().state<PendingDarkenings>().performs.erase(display);
+    keepGammaOf(display);
+    setGammaOf(display, 0);
+  });
+  Process::current().state<PendingDarkenings>().performs[display] = perform;
+}
+
+/// Lets the system's display driver go idle, which takes the signal from a display that was turned off.
+void requestIdle() {
+  const IOObject wrangler = os().registry.IORegistryEntryFromPath("IOService:/IOResources/IODisplayWrangler");
+  if (wrangler) os().registry.IORegistryEntrySetCFProperty(wrangler.get(), "IORequestIdle", true);
+}
+
+}  // namespace
+
+bool VLMDisplay::willChangeActiveIn(bool active) const {
+  if (container == nullptr || container->attachedDisplays().size() < 2) return false;
+  if (os().quartz.CGDisplayIsInMirrorSet(cgID)) return false;
+  const bool isOnAfterwards = isActive() && !DisplayTransaction::isGoingOff(cgID);
+  return isOnAfterwards != active;
+}
+
+bool VLMDisplay::setIsActive(bool active, DisplayTransaction* transaction) {
+  if (container == nullptr) return false;
+  if (!active && !container->canDisableDisplay(*this)) return false;
+  if (!willChangeActiveIn(active)) return false;
+  JoinedTransaction changes(transaction);
+  container->markActivityChangeOriginatedFromMe();
+  if (active) {
+    turnOnIn(*changes);
+  } else {
+    turnOffIn(*changes);
+  }
+  isEnabled = active;
+  if (!changes.isOwn()) return true;
+
+  changes.completeWhenOwn();
+  if (active ? container->quitsDockAfterEnabling() : container->quitsDockAfterDisabling()) {
+    os().runLoop.performAfterDelay(kDockRelaunchDelay, [document = container] { document->relaunchDock(); });
+  }
+  return true;
+}
+
+void VLMDisplay::turnOffIn(DisplayTransaction& transaction) {
+  os().quartz.CGSConfigureDisplayEnabled(transaction.config(), cgID, false);
+  transaction.willTurnOff(cgID);
+  // Takes the cursor off the display that goes.
+  os().quartz.CGDisplayShowCursor(kCGNullDirectDisplay);
+  if (useBrightness) {
+    savedBrightness = readBrightness() + kSavedBrightnessOffset;
+    setBrightness(0);
+  }
+  if (useGamma) darkenAfterDelay(cgID, static_cast<double>(gammaDelay));
+  if (systemVersion() >= kSystem10_9 && !os().quartz.CGDisplayIsBuiltin(cgID) && container->forcesSleepAfterDisable()) {
+    requestIdle();
+  }
+}
+
+void VLMDisplay::turnOnIn(DisplayTransaction& transaction) {
+  os().quartz.CGSConfigureDisplayEnabled(transaction.config(), cgID, true);
+  transaction.willTurnOn(cgID);
+  cancelDarkening(cgID);
+  if (savedBrightness != 0 && useBrightness) setBrightness(savedBrightness - kSavedBrightnessOffset);
+  if (useGamma) setGamma(1.0F, &transaction);
+}
+
+void VLMDisplay::keepGamma() { keepGammaOf(cgID); }
+
+void VLMDisplay::setGamma(float factor, DisplayTransaction* transaction) {
+  if (transaction != nullptr) transaction->restart();
+  setGammaOf(cgID, factor);
+}
+
+bool VLMDisplay::willSetBrightness(float value) { return canBrightness >= 1 && readBrightness() != value; }
+
+void VLMDisplay::setBrightness(float value) {
+  if (std::isnan(value) || value < 0 || readBrightness() == value) return;
+  if (canBrightness == 2 && value <= kMostForDisplayServices) {
+    os().skyLight.DisplayServicesSetBrightness(cgID, value);
+  } else if (canBrightness == 1 && maxBrightness != 0) {
+    setBrightnessviaDDC(value * maxBrightness);
+  } else if (canBrightness == 1) {
+    setBrightnessviaDDC(value * kUsualMaxBrightness);
+    savedLastSetBrightness = value;
+  }
+  brightness = value;
+  VLMChangeRecorder* const recorder = container != nullptr ? container->changeRecorder() : nullptr;
+  if (recorder != nullptr) recorder->recordBrightnessFromDisp(*this, value);
+}
+
+}  // namespace vlm

@@ -1,0 +1,176 @@
+#include <array>
+#include <map>
+
+#include "Models/ReadableField.h"
+#include "Models/VLMDisplay.h"
+#include "Shared/ReadableEncoding.h"
+
+namespace vlm {
+
+namespace {
+
+using readable::field;
+using Field = ReadableField<VLMDisplay>;
+
+/// Seconds.
+constexpr double kDefaultGammaDelay = 5;
+
+struct TextKey {
+  const char* key;
+  std::optional<std::string> VLMDisplay::*text;
+};
+
+constexpr std::array kTexts{
+    TextKey{"sysMonitorName", &VLMDisplay::sysMonitorName},
+    TextKey{"driverLocationName", &VLMDisplay::driverLocationName},
+    TextKey{"edidSerialString", &VLMDisplay::edidSerialString},
+    TextKey{"displayUUIDString", &VLMDisplay::displayUUIDString},
+};
+
+constexpr Field keyedApart(Field row, std::string_view readKey) {
+  row.readKey = readKey;
+  return row;
+}
+
+constexpr std::array kFields{
+    field<&VLMDisplay::cgID>("cgID"),
+    field<&VLMDisplay::displayVendorID>("displayVendorID"),
+    field<&VLMDisplay::displayProductID>("displayProductID"),
+    field<&VLMDisplay::manufactureYear>("manufactureYear"),
+    field<&VLMDisplay::manufactureWeek>("manufactureWeek"),
+    // Read under a key that is never written, so that a saved record has no serial number. The format has it so, and
+    // monitors are told apart without.
+    keyedApart(field<&VLMDisplay::serialNumber>("serialNumber"), "serialNumber:"),
+    field<&VLMDisplay::connection>("connection"),
+    field<&VLMDisplay::currentDepth>("currentDepth"),
+    field<&VLMDisplay::savedBrightness>("savedBrightness"),
+    field<&VLMDisplay::useBrightness>("useBrightness"),
+    field<&VLMDisplay::useGamma>("useGamma", true),
+    field<&VLMDisplay::gammaDelay>("gammaDelay", kDefaultGammaDelay),
+    field<&VLMDisplay::transfType>("transfType"),
+    field<&VLMDisplay::canRotate>("canRotate"),
+    field<&VLMDisplay::isDigital>("isDigital"),
+    field<&VLMDisplay::canOverscan>("canOverscan"),
+    field<&VLMDisplay::canBrightness, std::int16_t>("canBrightness"),
+    Field{.key = "isDisabled",
+          .readKey = "isDisabled",
+          .written = [](const VLMDisplay& display) { return plist::Value(!display.isEnabled); },
+          .read = [](VLMDisplay& display, const plist::Dictionary& dict,
+                     const Field& row) { display.isEnabled = !dict.boolean(row.readKey); }},
+    field<&VLMDisplay::canUnderscan>("canUnderscan"),
+    field<&VLMDisplay::underscan>("underscan"),
+    field<&VLMDisplay::showNativeInBold>("showNativeInBold", true),
+    field<&VLMDisplay::showFrequenciesApart>("showFrequenciesApart", true),
+    field<&VLMDisplay::showFrequenciesSubMenu>("showFrequenciesSubMenu"),
+    field<&VLMDisplay::showFrequenciesGrouped>("showFrequenciesGrouped", true),
+    // Carries another option than it names; who reads the file relies on what it carries.
+    Field{.key = "hasSupplementalCAFreq",
+          .readKey = "hasSupplementalCAFreq",
+          .written = readable::written<&VLMDisplay::showFrequenciesApart, bool>,
+          .read = readable::read<&VLMDisplay::hasSupplementalCAFreq, bool>},
+    field<&VLMDisplay::importedEDIDKeepsID>("importedEDIDKeepsID", true),
+    field<&VLMDisplay::previousTransfType>("previousTransfType"),
+};
+
+/// Override records that are carried through as they are.
+struct CarriedKey {
+  const char* key;
+  plist::Value::Kind kind;
+};
+
+constexpr std::array kCarried{
+    CarriedKey{"overridenModes", plist::Value::Kind::array},
+    CarriedKey{"monitorTiming", plist::Value::Kind::dictionary},
+    CarriedKey{"defaultResolution", plist::Value::Kind::dictionary},
+    CarriedKey{"displayPixelDimensions", plist::Value::Kind::dictionary},
+    CarriedKey{"displayFreqPolicy", plist::Value::Kind::dictionary},
+};
+
+VLMDisplay::Modes decodeModes(const plist::Dictionary& dict, const char* key, VLMDisplay& container) {
+  VLMDisplay::Modes modes;
+  const plist::Array* array = dict.array(key);
+  if (array == nullptr) return modes;
+  modes.reserve(array->size());
+  for (const plist::Value& entry : *array) {
+    const plist::Dictionary* modeDict = entry.dictionary();
+    if (modeDict == nullptr) continue;
+    modes.push_back(VLMMode::initAndDecodeReadableWith(*modeDict));
+    modes.back()->container = &container;
+  }
+  return modes;
+}
+
+/// Puts every valid mode in the place of the entry with its identifier. Where several share one, the first valid mode
+/// takes the first place, and so on: as many as were written come back as the same objects.
+void placeValidModes(const VLMDisplay::Modes& validModes, VLMDisplay::Modes& allModes) {
+  std::multimap<std::uint32_t, std::size_t> places;
+  for (std::size_t i = 0; i < allModes.size(); ++i) places.emplace(allModes[i]->modeUniqueID, i);
+  for (const auto& mode : validModes) {
+    const auto place = places.lower_bound(mode->modeUniqueID);
+    if (place == places.end() || place->first != mode->modeUniqueID) continue;
+    allModes[place->second] = mode;
+    places.erase(place);
+  }
+}
+
+void linkStoredAliases(const VLMDisplay::Modes& modes) {
+  std::map<std::uint32_t, std::shared_ptr<VLMMode>> byUniqueID;
+  for (const auto& mode : modes) byUniqueID.emplace(mode->modeUniqueID, mode);
+  for (const auto& mode : modes) {
+    // 0 says that it stands for itself, also where a damaged file has a mode without an identifier.
+    if (mode->aliasedModeID == 0) continue;
+    const auto found = byUniqueID.find(truncateTo<std::uint32_t>(mode->aliasedModeID));
+    if (found != byUniqueID.end() && found->second != mode) mode->setAliasedMode(found->second);
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<VLMDisplay> VLMDisplay::initAndDecodeReadableWith(const plist::Dictionary& dict,
+                                                                  VLMDisplayContainer* container) {
+  auto display = init();
+  display->container = container;
+  for (const TextKey& row : kTexts) (*display).*(row.text) = dict.string(row.key);
+  display->monitorResID = dict.number("monitorResID");
+  for (const Field& row : kFields) row.read(*display, dict, row);
+  if (const plist::Data* edid = dict.data("importedEDID")) display->importedEDID = *edid;
+
+  display->validDisplayModes = decodeModes(dict, "displayModes", *display);
+  display->allDisplayModes = decodeModes(dict, "allDisplayModes", *display);
+  if (display->allDisplayModes.empty()) {
+    display->allDisplayModes = display->validDisplayModes;
+  } else {
+    placeValidModes(display->validDisplayModes, display->allDisplayModes);
+  }
+  if (const auto current = dict.number("currentMode")) {
+    display->currentMode = display->validModeWithUniqueID(truncateTo<std::uint32_t>(*current));
+  }
+  linkStoredAliases(display->validDisplayModes);
+
+  for (const CarriedKey& row : kCarried) {
+    const plist::Value* record = dict.find(row.key);
+    if (record != nullptr && record->kind() == row.kind) display->carriedRecords.set(row.key, *record);
+  }
+  if (const plist::Dictionary* name = dict.dictionary("displayName")) {
+    display->mergeDisplayName(VLMOverrideDisplayName::initAndDecodeReadableWith(*name));
+  }
+  return display;
+}
+
+plist::Dictionary VLMDisplay::encodeReadable() const {
+  std::vector<plist::Entry> entries;
+  for (const TextKey& row : kTexts) {
+    if (const auto& text = this->*(row.text)) entries.push_back({row.key, *text});
+  }
+  if (monitorResID) entries.push_back({"monitorResID", *monitorResID});
+  for (const Field& row : kFields) entries.push_back({std::string(row.key), row.written(*this)});
+  entries.push_back({"displayModes", vlm::encodeReadable(validDisplayModes)});
+  entries.push_back({"allDisplayModes", vlm::encodeReadable(allDisplayModes)});
+  if (const auto current = currentMode.get()) entries.push_back({"currentMode", current->modeUniqueID});
+  for (const plist::Entry& carried : carriedRecords) entries.push_back(carried);
+  if (displayName != nullptr && displayName->name) entries.push_back({"displayName", displayName->encodeReadable()});
+  if (importedEDID) entries.push_back({"importedEDID", *importedEDID});
+  return plist::Dictionary(std::move(entries));
+}
+
+}  // namespace vlm

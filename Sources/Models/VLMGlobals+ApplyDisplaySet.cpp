@@ -1,0 +1,46 @@
+#include "Models/DisplaySetApplication.h"
+#include "Models/VLMApplicationObject.h"
+#include "Models/VLMDesktopLayout.h"
+#include "Models/VLMGlobals.h"
+#include "Platform/Process.h"
+#include "Platform/RunLoop.h"
+#include "Platform/System.h"
+
+namespace vlm {
+
+namespace {
+
+/// A set asked for again within this time is the same request. Seconds.
+constexpr double kRepeatedRequest = 1.0;
+
+}  // namespace
+
+void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested, bool save) {
+  if (!requested) return;
+  // Holds it: a callback of the system may reload the document meanwhile.
+  const std::shared_ptr<VLMDisplaySet> set = requested;
+  const double now = os().system.timeIntervalSinceReferenceDate();
+  if (set->lastExecutedDate && now - *set->lastExecutedDate < kRepeatedRequest) return;
+  isSetRecorded = true;
+  isSetExecuted = true;
+  if (checkMarkForSet(*set, nullptr) == 0) {
+    DisplaySetApplication(*this, *set).run(save);
+    if (desktopLayout != nullptr) desktopLayout->positionAllIcons(set);
+  }
+  if (set->chainedDisplaySet()) applyDisplaySetAfterDelay(0.0, set->chainedDisplaySet(), save);
+  if (applicationObject != nullptr) applicationObject->recordUseSet(set);
+  set->executeScript();
+  isSetExecuted = false;
+  set->lastExecutedDate = os().system.timeIntervalSinceReferenceDate();
+  rememberExecution(*set);
+}
+
+void VLMGlobals::applyDisplaySetAfterDelay(double delay, const std::shared_ptr<VLMDisplaySet>& set, bool save) {
+  os().runLoop.performAfterDelay(delay, [this, set, save] {
+    // A reload meanwhile has made the sets anew; the one held is for a set that is no longer there.
+    const auto current = findSetByUniqueID(displaySetsArray, set->uniqueID);
+    applyDisplaySet(current ? current : set, save);
+  });
+}
+
+}  // namespace vlm

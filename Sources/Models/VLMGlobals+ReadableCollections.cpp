@@ -1,0 +1,136 @@
+#include <algorithm>
+#include <map>
+#include <set>
+
+#include "Models/VLMGlobals.h"
+#include "Platform/Numbers.h"
+#include "Platform/Process.h"
+#include "Shared/Log.h"
+#include "Shared/ReadableEncoding.h"
+
+namespace vlm {
+
+namespace {
+
+/// When each set was last applied. The sets themselves are replaced by every reload, and a chain that comes back to a set
+/// within a second must still find it applied.
+struct LastExecutedDates {
+  std::map<std::int64_t, double> byUniqueID;
+};
+
+std::vector<std::int64_t> volatileIdentifiers(const plist::Dictionary& dict) {
+  std::vector<std::int64_t> identifiers;
+  const plist::Array* array = dict.array("volatileDisplays");
+  if (array == nullptr) return identifiers;
+  for (const plist::Value& entry : *array) {
+    if (entry.isNumber()) identifiers.push_back(entry.sInt64());
+  }
+  return identifiers;
+}
+
+}  // namespace
+
+void VLMGlobals::decodeDisplayRecords(const plist::Dictionary& dict) {
+  extraDisplayArray.clear();
+  const plist::Dictionary* all = dict.dictionary("allDisplays");
+  if (all == nullptr) return;
+  // Entries stand in the order of their keys as texts: "10" before "9".
+  for (const plist::Entry& entry : *all) {
+    const plist::Dictionary* record = entry.value.dictionary();
+    if (record == nullptr) continue;
+    extraDisplayArray.push_back(VLMDisplay::initAndDecodeReadableWith(*record, this));
+  }
+}
+
+void VLMGlobals::decodeAttachedDisplays(const plist::Dictionary& dict) {
+  displayArray.clear();
+  const std::vector<std::int64_t> identifiers = volatileIdentifiers(dict);
+  // One display alone gets number 0, by wrap-around; several get 1, 2, 3 …
+  std::uint16_t number = identifiers.size() < 2 ? 65535 : 0;
+  for (const std::int64_t identifier : identifiers) {
+    const auto display = extraDisplayWithID(identifier);
+    if (!display) continue;
+    ++number;
+    display->dispIsPresent = true;
+    display->container = this;
+    display->displayNumber = truncateTo<std::int16_t>(number);
+    displayArray.push_back(display);
+  }
+  findDuplicateDisplays();
+  isCachedNDispHardMirrored = false;
+  const std::set<std::int64_t> attached(identifiers.begin(), identifiers.end());
+  for (const auto& display : extraDisplayArray) {
+    if (display->monitorResID && attached.contains(*display->monitorResID)) {
+      display->gatherModesInFrequencySets();
+    } else {
+      display->cgID = 0;
+    }
+  }
+}
+
+void VLMGlobals::decodeDisplaySets(const plist::Dictionary& dict) {
+  VLMLog("Decoding display sets");
+  cutChains();
+  displaySetsArray.clear();
+  const plist::Array* array = dict.array("displaySetsArray");
+  VLMLog("Array on disk = %@", lazily([&] { return array == nullptr ? std::string("(null)") : plist::describe(*array); }));
+  const auto& dates = Process::current().state<LastExecutedDates>().byUniqueID;
+  for (const plist::Value& entry : array == nullptr ? plist::Array() : *array) {
+    const plist::Dictionary* setDict = entry.dictionary();
+    if (setDict == nullptr) continue;
+    auto set = VLMDisplaySet::initAndDecodeReadableWith(*setDict);
+    set->container = this;
+    const auto date = set->uniqueID ? dates.find(*set->uniqueID) : dates.end();
+    if (date != dates.end()) set->lastExecutedDate = date->second;
+    displaySetsArray.push_back(std::move(set));
+  }
+  alignDisplaySets();
+  for (const auto& set : displaySetsArray) {
+    if (!set->chainedSetUID) continue;
+    set->setChainedDisplaySet(findSetByUniqueID(displaySetsArray, set->chainedSetUID));
+    set->chainedSetUID.reset();
+  }
+  VLMLog("Decoded Display Sets, result is %@",
+         lazily([&] { return plist::describe(vlm::encodeReadable(displaySetsArray)); }));
+}
+
+void VLMGlobals::alignDisplaySets() {
+  for (const auto& set : displaySetsArray) {
+    for (const auto& monitor : set->monitorArray) monitor->dispIsPresent = displayWithID(monitor->monitorResID) != nullptr;
+    const std::size_t count = std::min(set->monitorArray.size(), displayArray.size());
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::ptrdiff_t j = set->indexOfMonitorWithID(displayArray[i]->monitorResID);
+      if (j < 0 || static_cast<std::size_t>(j) == i) continue;
+      std::swap(set->monitorArray[i], set->monitorArray[static_cast<std::size_t>(j)]);
+    }
+  }
+}
+
+void VLMGlobals::rememberExecution(const VLMDisplaySet& set) {
+  if (set.uniqueID && set.lastExecutedDate) {
+    Process::current().state<LastExecutedDates>().byUniqueID[*set.uniqueID] = *set.lastExecutedDate;
+  }
+}
+
+void VLMGlobals::encodeDisplays(plist::Dictionary& dict, int flags) const {
+  if ((flags & SettingsGroup::attachedDisplays) != 0) {
+    plist::Array identifiers;
+    for (const auto& display : displayArray) {
+      if (display->monitorResID) identifiers.push_back(*display->monitorResID);
+    }
+    dict.set("volatileDisplays", std::move(identifiers));
+  }
+  if ((flags & SettingsGroup::displayRecords) != 0) {
+    const auto identity = [](const VLMDisplay& display) { return display.monitorResID.value_or(VLMDisplay::kUnmatchedResID); };
+    dict.set("allDisplays", vlm::encodeReadableInDict(extraDisplayArray, dict.dictionary("allDisplays"), identity));
+  }
+}
+
+void VLMGlobals::encodeDisplaySets(plist::Dictionary& dict) const {
+  VLMLog("Encoding Display Sets array %@", lazily([&] { return plist::describe(vlm::encodeReadable(displaySetsArray)); }));
+  plist::Array sets = vlm::encodeReadable(displaySetsArray);
+  VLMLog("Encoded Display Sets array %@", lazily([&] { return plist::describe(sets); }));
+  dict.set("displaySetsArray", std::move(sets));
+}
+
+}  // namespace vlm
