@@ -24,7 +24,8 @@ bool DisplayRequest_Intel(CGDirectDisplayID display, IOI2CRequest& request);
 
 /// The AV service of a display, or none. `cache` keeps the registry entries found, by display; `edid` may be null, and
 /// receives the monitor's EDID where the system can copy it.
-AVService IOCreateAVServiceRef(CGDirectDisplayID display, plist::Data* edid, std::map<CGDirectDisplayID, IOObject>& cache);
+AVService IOCreateAVServiceRef(CGDirectDisplayID display, plist::Data* edid,
+                               std::map<CGDirectDisplayID, IOObject>& cache);
 
 namespace AppleSilicon {
 void writeFeature(const AVService& service, std::uint8_t code, std::uint8_t value);

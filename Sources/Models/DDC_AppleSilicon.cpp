@@ -39,8 +39,8 @@ bool isForDisplay(const plist::Data& edid, CGDirectDisplayID display) {
          (at(15) << 24 | at(14) << 16 | at(13) << 8 | at(12)) == os().quartz.CGDisplaySerialNumber(display);
 }
 
-/// The service behind a registry entry, when it is the display's. A built-in panel has one of its own kind alone, so the
-/// place of the entry decides; an external monitor is told by its EDID.
+/// The service behind a registry entry, when it is the display's. A built-in panel has one of its own kind alone, so
+/// the place of the entry decides; an external monitor is told by its EDID.
 AVService serviceOf(io_service_t entry, CGDirectDisplayID display, bool isBuiltin, plist::Data* edid) {
   auto service = os().monitorBus.IOAVServiceCreateWithService(entry);
   if (!service || !*service) return {};

@@ -18,7 +18,7 @@ struct ModeDescription {
   std::uint32_t flags = 0;           ///< "flags"
   std::int32_t width = 0;            ///< "Width", of the desktop
   std::int32_t height = 0;           ///< "Height"
-  std::uint32_t bitsPerPixel = 0;     ///< "BitsPerPixel": visible depth; 0 when the pixel encoding is not known
+  std::uint32_t bitsPerPixel = 0;    ///< "BitsPerPixel": visible depth; 0 when the pixel encoding is not known
   double refreshRate = 0;            ///< "RefreshRate", Hz
   std::uint32_t ioFlags = 0;         ///< "IOFlags"
   std::int32_t ioDisplayModeID = 0;  ///< "IODisplayModeID": the frame buffer's mode number

@@ -37,13 +37,13 @@ using RecordOf = typename MemberTypes<decltype(kMember)>::Record;
 template <auto kMember>
 using FieldOf = typename MemberTypes<decltype(kMember)>::Field;
 
-/// The same value in another width; only whole numbers have one.
+/// The same value in another width; only whole numbers have one. A wider one keeps the sign.
 template <class To, class From>
 To inWidth(From value) {
-  if constexpr (std::integral<From> && !std::same_as<To, From>) {
+  if constexpr (std::integral<From> && sizeof(To) <= sizeof(From) && !std::same_as<To, From>) {
     return truncateTo<To>(value);
   } else {
-    return value;
+    return static_cast<To>(value);
   }
 }
 

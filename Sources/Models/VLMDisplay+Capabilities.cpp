@@ -24,7 +24,9 @@ std::optional<std::int64_t> transformOf(io_service_t frameBuffer) {
 }
 
 /// The bits stand in the lowest four, or, where the driver gives them as it was asked for them, in the four above.
-std::size_t rotationBits(std::int64_t transform) { return static_cast<std::size_t>((transform | transform >> 4) & 0x7); }
+std::size_t rotationBits(std::int64_t transform) {
+  return static_cast<std::size_t>((transform | transform >> 4) & 0x7);
+}
 
 bool hasParameter(io_service_t frameBuffer, const char* parameter) {
   return frameBuffer != 0 && os().registry.IODisplayGetFloatParameter(frameBuffer, parameter).has_value();

@@ -44,7 +44,8 @@ struct DisplayQueue {
   std::list<Pair> pairs;
 
   std::mutex& lockOf(CGDirectDisplayID display) {
-    const auto known = std::find_if(pairs.begin(), pairs.end(), [&](const Pair& pair) { return pair.display == display; });
+    const auto known =
+        std::find_if(pairs.begin(), pairs.end(), [&](const Pair& pair) { return pair.display == display; });
     if (known != pairs.end()) return known->lock;
     pairs.emplace_back().display = display;
     return pairs.back().lock;

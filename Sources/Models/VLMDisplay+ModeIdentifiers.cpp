@@ -11,7 +11,9 @@ namespace vlm {
 
 namespace {
 
-std::int32_t hundredthsOf(float value) { return wholePartTo<std::int32_t>(std::round(static_cast<double>(value) * 100)); }
+std::int32_t hundredthsOf(float value) {
+  return wholePartTo<std::int32_t>(std::round(static_cast<double>(value) * 100));
+}
 
 /// FNV-1a, 32 bits, over numbers as little-endian bytes.
 class Hash {

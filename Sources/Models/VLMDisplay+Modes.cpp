@@ -241,8 +241,8 @@ bool areDuplicates(const VLMMode& a, const VLMMode& b) {
 void removeDuplicates(VLMDisplay::Modes& modes) {
   VLMLog("countAndFillAllModes - now remove duplicates");
   for (std::size_t i = 0; i < modes.size(); ++i) {
-    // Meant: after a removal the mode that moved into the place is passed over in this round, so that of three alike the
-    // third stays. Stored identifiers count on it.
+    // Meant: after a removal the mode that moved into the place is passed over in this round, so that of three alike
+    // the third stays. Stored identifiers count on it.
     for (std::size_t j = i + 1; j < modes.size(); ++j) {
       if (!areDuplicates(*modes[i], *modes[j])) continue;
       VLMLog("countAndFillAllModes - removed duplicate %d x %d - %d", modes[j]->Nx, modes[j]->Ny,

@@ -103,7 +103,8 @@ void VLMDisplay::setDisplayMode(const std::shared_ptr<VLMMode>& mode, std::optio
     const DisplayTransaction restoring;
     os().quartz.CGSConfigureDisplayMode(restoring.config(), cgID, change.current);
   }
-  if (wasGray && maskToVisibleDepth(static_cast<std::uint32_t>(currentDepth)) >= kShallowestGrayDepth) container->setIsGrayEnabled(true);
+  if (wasGray && maskToVisibleDepth(static_cast<std::uint32_t>(currentDepth)) >= kShallowestGrayDepth)
+    container->setIsGrayEnabled(true);
 }
 
 bool VLMDisplay::willChangeOverscanIn(bool overscan) const { return isInOverscan() == overscan; }

@@ -18,7 +18,7 @@ constexpr To truncateTo(From value) noexcept {
   } else if constexpr (std::is_same_v<From, bool>) {
     return static_cast<To>(value ? 1 : 0);
   } else {
-    return static_cast<To>(static_cast<Unsigned>(static_cast<std::make_unsigned_t<From>>(value)));
+    return static_cast<To>(static_cast<Unsigned>(value));
   }
 }
 

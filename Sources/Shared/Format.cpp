@@ -296,7 +296,7 @@ std::string formatArguments(std::string_view text, std::span<const FormatArgumen
     const std::string_view asItStands = text;
     text.remove_prefix(1);
     const Conversion conversion = ConversionReader(text).read();
-    if (conversion.kind == '%') {
+    if (asItStands.starts_with("%%")) {
       result += '%';
     } else if (!isConversion(conversion.kind)) {
       result += asItStands.substr(0, asItStands.size() - text.size());

@@ -1,0 +1,268 @@
+#include "Simulator/Mac/Machine.h"
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+
+#include "Simulator/Mac/PropertyListFile.h"
+#include "Simulator/Mac/RecordReading.h"
+
+namespace vlm::sim {
+
+namespace {
+
+/// A display as the file says it: its EDID may be named in three ways, its port may be left open.
+struct DisplayInFile : DisplayDescription {
+  std::optional<std::string> edidPath;
+  std::optional<plist::Data> edidData;
+  std::optional<MonitorDescription> monitor;
+  std::optional<std::uint32_t> givenPort;
+};
+
+struct MachineInFile : MachineDescription {
+  std::vector<DisplayInFile> displaysInFile;
+};
+
+Problem readMonitor(DisplayInFile& display, const plist::Value& value);
+Problem readModeOptions(DisplayInFile& display, const plist::Value& value);
+Problem readListedModes(DisplayInFile& display, const plist::Value& value);
+Problem readOrigin(DisplayInFile& display, const plist::Value& value);
+Problem readFraction(DisplayInFile& display, const plist::Value& value);
+Problem readDdc(DisplayInFile& display, const plist::Value& value);
+Problem readProcessor(MachineInFile& machine, const plist::Value& value);
+Problem readVersion(MachineInFile& machine, const plist::Value& value);
+Problem readDisplays(MachineInFile& machine, const plist::Value& value);
+Problem readProcesses(MachineInFile& machine, const plist::Value& value);
+
+// The keys of a machine file. Kind and default are those of the field; what is not a field of its own has a remark.
+
+constexpr auto kMachineKeys = std::to_array<RecordKey<MachineInFile>>({
+    {"name", field<&MachineDescription::name>},
+    {"processor", readProcessor},    // "intel" (default) or "appleSilicon"
+    {"systemVersion", readVersion},  // text "12.6" or "12.6.1"
+    {"displays", readDisplays},      // array of dictionaries, required
+    {"processes", readProcesses},    // array of dictionaries: what runs beside the daemon
+    {"graphicsControl", field<&MachineDescription::graphicsControl>},
+    {"darkAppearance", field<&MachineDescription::darkAppearance>},
+    {"decimalSeparator", field<&MachineDescription::decimalSeparator>},
+});
+
+constexpr auto kProcessKeys = std::to_array<RecordKey<ProcessDescription>>({
+    {"bundleIdentifier", field<&ProcessDescription::bundleIdentifier>},
+    {"name", field<&ProcessDescription::name>},
+    {"bundlePath", field<&ProcessDescription::bundlePath>},
+    {"version", field<&ProcessDescription::version>},
+});
+
+constexpr auto kDisplayKeys = std::to_array<RecordKey<DisplayInFile>>({
+    {"name", field<&DisplayDescription::name>},     // required, unique
+    {"edid", field<&DisplayInFile::edidPath>},      // text: a raw EDID file, relative to the machine file …
+    {"edidData", field<&DisplayInFile::edidData>},  // … or data: the EDID itself …
+    {"monitor", readMonitor},                       // … or a dictionary that describes the monitor
+    {"builtIn", field<&DisplayDescription::builtIn>},
+    {"plugged", field<&DisplayDescription::plugged>},
+    {"enabled", field<&DisplayDescription::enabled>},
+    {"port", field<&DisplayInFile::givenPort>},  // absent: the first one that is free
+    {"modeOptions", readModeOptions},            // dictionary
+    {"modes", readListedModes},                  // array of dictionaries, instead of those that the EDID gives
+    {"mode", field<&DisplayDescription::mode>},
+    {"origin", readOrigin},  // text "X,Y", points
+    {"canRotate", field<&DisplayDescription::canRotate>},
+    {"canOverscan", field<&DisplayDescription::canOverscan>},
+    {"canUnderscan", field<&DisplayDescription::canUnderscan>},
+    {"canDisable", field<&DisplayDescription::canDisable>},
+    {"supportsHDR", field<&DisplayDescription::supportsHDR>},
+    {"systemBrightness", field<&DisplayDescription::systemBrightness>},
+    {"brightness", readFraction},  // 0 to 1
+    {"ddc", readDdc},              // "none" (default) or "healthy"
+    {"ddcMaximum", field<&DisplayDescription::ddcMaximum>},
+    {"ddcCurrent", field<&DisplayDescription::ddcCurrent>},
+    {"probeOptions", field<&DisplayDescription::probeOptions>},
+});
+
+constexpr auto kMonitorKeys = std::to_array<RecordKey<MonitorDescription>>({
+    {"vendor", field<&MonitorDescription::vendor>},
+    {"product", field<&MonitorDescription::product>},
+    {"serial", field<&MonitorDescription::serial>},
+    {"name", field<&MonitorDescription::name>},  // absent: the display's
+    {"serialText", field<&MonitorDescription::serialText>},
+    {"week", field<&MonitorDescription::week>},
+    {"year", field<&MonitorDescription::year>},
+    {"digital", field<&MonitorDescription::digital>},
+    {"widthMillimetres", field<&MonitorDescription::widthMillimetres>},
+    {"heightMillimetres", field<&MonitorDescription::heightMillimetres>},
+    {"nativeWidth", field<&MonitorDescription::nativeWidth>},
+    {"nativeHeight", field<&MonitorDescription::nativeHeight>},
+    {"nativeRefreshHz", field<&MonitorDescription::nativeRefreshHz>},
+    {"moreTimings", field<&MonitorDescription::moreTimings>},
+});
+
+constexpr auto kModeOptionsKeys = std::to_array<RecordKey<ModeOptions>>({
+    {"depths", field<&ModeOptions::depths>},
+    {"hiDPI", field<&ModeOptions::hiDPI>},
+    {"scaledSizes", field<&ModeOptions::scaledSizes>},
+    {"oddities", field<&ModeOptions::oddities>},
+    {"variableRefresh", field<&ModeOptions::variableRefresh>},
+    {"firstModeNumber", field<&ModeOptions::firstModeNumber>},
+    {"firstFrameBufferModeID", field<&ModeOptions::firstFrameBufferModeID>},
+});
+
+constexpr auto kListedModeKeys = std::to_array<RecordKey<ListedMode>>({
+    {"width", field<&ListedMode::width>},
+    {"height", field<&ListedMode::height>},
+    {"refreshHz", field<&ListedMode::refreshHz>},
+    {"scale", field<&ListedMode::scale>},
+    {"hidden", field<&ListedMode::hidden>},
+    {"interlaced", field<&ListedMode::interlaced>},
+    {"noTimingData", field<&ListedMode::noTimingData>},
+    {"depths", field<&ListedMode::depths>},
+});
+
+template <class Record, std::size_t kCount>
+Problem readBy(const std::array<RecordKey<Record>, kCount>& keys, const plist::Value& value, Record& record) {
+  return readRecord(std::span<const RecordKey<Record>>(keys), value, record);
+}
+
+Problem readMonitor(DisplayInFile& display, const plist::Value& value) {
+  return readBy(kMonitorKeys, value, display.monitor.emplace());
+}
+
+Problem readModeOptions(DisplayInFile& display, const plist::Value& value) {
+  if (const Problem problem = readBy(kModeOptionsKeys, value, display.modeOptions)) return problem;
+  for (const std::uint32_t depth : display.modeOptions.depths) {
+    if (pixelEncodingOfDepth(depth).empty()) return "has a depth of " + std::to_string(depth) + " bits";
+  }
+  return std::nullopt;
+}
+
+Problem readListedModes(DisplayInFile& display, const plist::Value& value) {
+  return readRecords(value, display.listedModes, [](const plist::Value& one, ListedMode& mode) -> Problem {
+    if (const Problem problem = readBy(kListedModeKeys, one, mode)) return problem;
+    if (mode.width == 0 || mode.height == 0) return "has no size";
+    return std::nullopt;
+  });
+}
+
+Problem readOrigin(DisplayInFile& display, const plist::Value& value) {
+  int x = 0;
+  int y = 0;
+  int length = 0;
+  const std::string text = value.string() == nullptr ? "" : *value.string();
+  const bool isRead = std::sscanf(text.c_str(), "%6d,%6d%n", &x, &y, &length) == 2;
+  if (!isRead || static_cast<std::size_t>(length) != text.size()) return "is no text of the form X,Y";
+  display.origin = Point{.x = static_cast<double>(x), .y = static_cast<double>(y)};
+  return std::nullopt;
+}
+
+Problem readFraction(DisplayInFile& display, const plist::Value& value) {
+  if (const Problem problem = take(value, display.brightness)) return problem;
+  if (display.brightness >= 0 && display.brightness <= 1) return std::nullopt;
+  return "is not between 0 and 1";
+}
+
+Problem readDdc(DisplayInFile& display, const plist::Value& value) {
+  const std::string text = value.string() == nullptr ? "" : *value.string();
+  if (text != "none" && text != "healthy") return "is neither \"none\" nor \"healthy\"";
+  display.ddc = text == "none" ? DdcBehaviour::none : DdcBehaviour::healthy;
+  return std::nullopt;
+}
+
+Problem readProcessor(MachineInFile& machine, const plist::Value& value) {
+  const std::string text = value.string() == nullptr ? "" : *value.string();
+  if (text != "intel" && text != "appleSilicon") return "is neither \"intel\" nor \"appleSilicon\"";
+  machine.processor = text == "intel" ? Processor::intel : Processor::appleSilicon;
+  return std::nullopt;
+}
+
+Problem readVersion(MachineInFile& machine, const plist::Value& value) {
+  unsigned major = 0;
+  unsigned minor = 0;
+  unsigned patch = 0;
+  const std::string text = value.string() == nullptr ? "" : *value.string();
+  if (std::sscanf(text.c_str(), "%4u.%4u.%4u", &major, &minor, &patch) < 2) return "is no text of the form 12.6.1";
+  machine.systemVersion = {.majorVersion = major, .minorVersion = minor, .patchVersion = patch};
+  return std::nullopt;
+}
+
+Problem readDisplays(MachineInFile& machine, const plist::Value& value) {
+  return readRecords(value, machine.displaysInFile, [](const plist::Value& one, DisplayInFile& display) -> Problem {
+    Problem problem = readBy(kDisplayKeys, one, display);
+    const plist::Dictionary* const dictionary = one.dictionary();
+    const auto name = dictionary == nullptr ? std::nullopt : dictionary->string("name");
+    if (problem && name) problem->place = " (" + *name + ")" + problem->place;
+    return problem;
+  });
+}
+
+Problem readProcesses(MachineInFile& machine, const plist::Value& value) {
+  return readRecords(value, machine.processes, [](const plist::Value& one, ProcessDescription& process) -> Problem {
+    if (const Problem problem = readBy(kProcessKeys, one, process)) return problem;
+    if (process.name.empty()) return "has no name";
+    return std::nullopt;
+  });
+}
+
+// --- Putting it together ---
+
+std::optional<std::string> readEdidFile(const std::string& path, plist::Data& edid) {
+  std::string reason;
+  const std::optional<std::string> content = readFile(path, kLongestEdid, reason);
+  if (!content) return path + ": " + reason;
+  edid.assign(content->begin(), content->end());
+  return std::nullopt;
+}
+
+/// The EDID of a display, in whichever way the file gives it.
+std::optional<std::string> settleEdid(DisplayInFile& display, const std::filesystem::path& folder) {
+  const int ways =
+      int{display.edidPath.has_value()} + int{display.edidData.has_value()} + int{display.monitor.has_value()};
+  if (ways != 1) return "one of the keys \"edid\", \"edidData\" and \"monitor\" is needed";
+  if (display.edidPath) return readEdidFile((folder / *display.edidPath).string(), display.edid);
+  if (display.edidData) {
+    display.edid = std::move(*display.edidData);
+    return std::nullopt;
+  }
+  if (display.monitor->name.empty()) display.monitor->name = display.name;
+  auto composed = composeEdid(*display.monitor);
+  if (const auto* const reason = std::get_if<std::string>(&composed)) return "monitor: " + *reason;
+  display.edid = std::get<plist::Data>(std::move(composed));
+  return std::nullopt;
+}
+
+void takeFreePorts(MachineInFile& machine) {
+  for (const DisplayInFile& display : machine.displaysInFile) {
+    if (!display.givenPort) continue;
+    machine.displays.push_back(display);
+    machine.displays.back().port = *display.givenPort;
+  }
+  // Their ports are known now; the order is that of the file, and settled below.
+  std::vector<DisplayDescription> inOrder;
+  for (const DisplayInFile& display : machine.displaysInFile) {
+    inOrder.push_back(display);
+    inOrder.back().port = display.givenPort ? *display.givenPort : firstFreePort(machine);
+    if (!display.givenPort) machine.displays.push_back(inOrder.back());
+  }
+  machine.displays = std::move(inOrder);
+}
+
+}  // namespace
+
+std::variant<MachineDescription, std::string> readMachine(const std::string& path) {
+  const PropertyListResult file = readPropertyList(path);
+  if (!file.value) return path + ": " + file.reason;
+  MachineInFile machine;
+  if (const Problem problem = readBy(kMachineKeys, *file.value, machine)) {
+    return path + problem->place + ": " + problem->reason;
+  }
+  for (std::size_t i = 0; i < machine.displaysInFile.size(); ++i) {
+    DisplayInFile& display = machine.displaysInFile[i];
+    if (const auto fault = settleEdid(display, std::filesystem::path(path).parent_path())) {
+      return path + ": displays[" + std::to_string(i) + "] (" + display.name + "): " + *fault;
+    }
+  }
+  takeFreePorts(machine);
+  if (const auto fault = faultInMachine(machine)) return path + ": " + *fault;
+  return static_cast<MachineDescription&&>(machine);
+}
+
+}  // namespace vlm::sim

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "Platform/Geometry.h"
+#include "Platform/PropertyList.h"
+#include "Platform/System.h"
+#include "Simulator/Mac/DisplayModes.h"
+#include "Simulator/Mac/Edid.h"
+
+/// Descriptions of machines: property lists in Simulator/Machines, or made by a test.
+namespace vlm::sim {
+
+enum class Processor { intel, appleSilicon };
+
+/// How a monitor behaves on its I²C wire.
+enum class DdcBehaviour { none, healthy };
+
+struct DisplayDescription {
+  /// What machine files, commands and the journal call it; unique on its machine.
+  std::string name;
+  plist::Data edid;
+  bool builtIn = false;
+  bool plugged = true;
+  bool enabled = true;
+  /// Where its frame buffer sits; monitors without serial numbers are told apart by it. 0-based.
+  std::uint32_t port = 0;
+  ModeOptions modeOptions;
+  /// When not empty, these modes instead of those that the EDID gives.
+  std::vector<ListedMode> listedModes;
+  /// "1440x900@60" or "1440x900"; empty: the default mode.
+  std::string mode;
+  /// Absent: placed to the right of the display before it.
+  std::optional<Point> origin;
+  bool canRotate = true;
+  bool canOverscan = false;
+  bool canUnderscan = false;
+  bool canDisable = true;
+  bool supportsHDR = false;
+  /// Whether the system's own display services reach its brightness (built-in panels).
+  bool systemBrightness = false;
+  float brightness = 0.75F;
+  DdcBehaviour ddc = DdcBehaviour::none;
+  /// Highest value and current value of its brightness control over DDC/CI.
+  std::uint16_t ddcMaximum = 100;
+  std::uint16_t ddcCurrent = 75;
+  /// The frame buffer's "IOFBProbeOptions"; absent: it has none.
+  std::optional<std::int32_t> probeOptions;
+};
+
+struct ProcessDescription {
+  std::string bundleIdentifier = {};
+  std::string name = {};
+  std::string bundlePath = {};
+  std::string version = {};
+};
+
+struct MachineDescription {
+  std::string name;
+  Processor processor = Processor::intel;
+  OperatingSystemVersion systemVersion{.majorVersion = 12, .minorVersion = 6, .patchVersion = 0};
+  std::vector<DisplayDescription> displays;
+  std::vector<ProcessDescription> processes;
+  /// Whether the machine has a "AppleGraphicsControl" service (two graphics processors).
+  bool graphicsControl = false;
+  bool darkAppearance = false;
+  std::string decimalSeparator = ".";
+};
+
+/// Reads a machine file; its keys stand in the tables of Machine.cpp. An unknown key, a value of a wrong kind, an EDID
+/// that cannot be used: an error text that names file, place and reason ("laptop.plist: displays[1] (Left): key
+/// "colour" is not known").
+std::variant<MachineDescription, std::string> readMachine(const std::string& path);
+
+/// Why there can be no such machine ("displays Left and Right are both on port 1"), or nothing: its displays have
+/// names and ports of their own, usable EDIDs and the modes that they shall begin with, and one at most is built in.
+std::optional<std::string> faultInMachine(const MachineDescription& machine);
+
+/// Bytes of an EDID that has all the blocks that it can have.
+constexpr std::size_t kLongestEdid = 256UL * 128;
+
+/// A display from any raw EDID file, to be added to a machine; the error names file and reason. Without a name it is
+/// called after the monitor, or after the file where the monitor does not say one.
+std::variant<DisplayDescription, std::string> readDisplay(const std::string& edidPath, const std::string& name);
+
+/// The lowest port that no display of the machine is on.
+std::uint32_t firstFreePort(const MachineDescription& machine);
+/// Puts a display on the first free port, under a name that no other one has ("Left 2").
+void addDisplay(MachineDescription& machine, DisplayDescription display);
+
+}  // namespace vlm::sim

@@ -1,0 +1,245 @@
+#include "Simulator/Mac/PropertyListFile.h"
+
+#include <plist/plist.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "Platform/Numbers.h"
+#include "Simulator/Mac/PropertyListGuard.h"
+
+namespace vlm::sim {
+
+namespace {
+
+struct FreeNode {
+  void operator()(void* node) const { plist_free(node); }
+};
+using Node = std::unique_ptr<void, FreeNode>;
+
+struct FreeMemory {
+  void operator()(void* memory) const { std::free(memory); }
+};
+template <class T>
+using Memory = std::unique_ptr<T, FreeMemory>;
+
+// --- Reading ---
+
+/// Nothing for what no property list of ours holds. The depth is limited by the guard.
+std::optional<plist::Value> valueOf(plist_t node);
+
+/// libplist keeps a sign beside the 64 bits and does not tell it; but a node made from the same bits is equal to a
+/// signed one alone.
+plist::Value integerOf(plist_t node) {
+  std::uint64_t bits = 0;
+  plist_get_uint_val(node, &bits);
+  if (bits <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) return bits;
+  const Node asSigned(plist_new_uint(bits));
+  if (plist_compare_node_value(node, asSigned.get()) != 0) return static_cast<std::int64_t>(bits);
+  return bits;
+}
+
+plist::Value dateOf(plist_t node) {
+  std::int32_t seconds = 0;
+  std::int32_t microseconds = 0;
+  plist_get_date_val(node, &seconds, &microseconds);
+  return plist::Date{.secondsSinceReferenceDate = seconds + microseconds / 1e6};
+}
+
+plist::Value dataOf(plist_t node) {
+  std::uint64_t length = 0;
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(plist_get_data_ptr(node, &length));
+  return bytes == nullptr ? plist::Data{} : plist::Data(bytes, bytes + length);
+}
+
+plist::Value stringOf(plist_t node) {
+  std::uint64_t length = 0;
+  const char* const text = plist_get_string_ptr(node, &length);
+  return text == nullptr ? std::string() : std::string(text, length);
+}
+
+plist::Value arrayOf(plist_t node) {
+  plist::Array array;
+  array.reserve(plist_array_get_size(node));
+  plist_array_iter position = nullptr;
+  plist_array_new_iter(node, &position);
+  const Memory<void> owner(position);
+  plist_t item = nullptr;
+  for (plist_array_next_item(node, position, &item); item != nullptr; plist_array_next_item(node, position, &item)) {
+    if (auto value = valueOf(item)) array.push_back(std::move(*value));
+  }
+  return array;
+}
+
+plist::Value dictionaryOf(plist_t node) {
+  std::vector<plist::Entry> entries;
+  entries.reserve(plist_dict_get_size(node));
+  plist_dict_iter position = nullptr;
+  plist_dict_new_iter(node, &position);
+  const Memory<void> owner(position);
+  while (true) {
+    char* rawKey = nullptr;
+    plist_t item = nullptr;
+    plist_dict_next_item(node, position, &rawKey, &item);
+    const Memory<char> key(rawKey);
+    if (key == nullptr || item == nullptr) break;
+    if (auto value = valueOf(item)) entries.push_back({.key = key.get(), .value = std::move(*value)});
+  }
+  return plist::Dictionary(std::move(entries));
+}
+
+std::optional<plist::Value> valueOf(plist_t node) {
+  switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: {
+      std::uint8_t boolean = 0;
+      plist_get_bool_val(node, &boolean);
+      return boolean != 0;
+    }
+    case PLIST_UINT:
+      return integerOf(node);
+    case PLIST_REAL: {
+      double real = 0;
+      plist_get_real_val(node, &real);
+      return real;
+    }
+    case PLIST_STRING:
+      return stringOf(node);
+    case PLIST_DATA:
+      return dataOf(node);
+    case PLIST_DATE:
+      return dateOf(node);
+    case PLIST_ARRAY:
+      return arrayOf(node);
+    case PLIST_DICT:
+      return dictionaryOf(node);
+    default:
+      return std::nullopt;
+  }
+}
+
+// --- Writing ---
+
+plist_t nodeOf(const plist::Value& value);
+
+/// libplist's own maker of integers takes every number for a signed one; its reader does not.
+plist_t largeIntegerNode(std::uint64_t number) {
+  const std::string text = "<plist><integer>" + std::to_string(number) + "</integer></plist>";
+  plist_t node = nullptr;
+  plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &node);
+  return node;
+}
+
+plist_t dictionaryNode(const plist::Dictionary& dictionary) {
+  plist_t node = plist_new_dict();
+  for (const plist::Entry& entry : dictionary) plist_dict_set_item(node, entry.key.c_str(), nodeOf(entry.value));
+  return node;
+}
+
+plist_t arrayNode(const plist::Array& array) {
+  plist_t node = plist_new_array();
+  for (const plist::Value& value : array) plist_array_append_item(node, nodeOf(value));
+  return node;
+}
+
+plist_t nodeOf(const plist::Value& value) {
+  switch (value.kind()) {
+    case plist::Value::Kind::boolean:
+      return plist_new_bool(value.boolean() ? 1 : 0);
+    case plist::Value::Kind::integer:
+      return plist_new_uint(static_cast<std::uint64_t>(value.sInt64()));
+    case plist::Value::Kind::unsignedInteger:
+      return largeIntegerNode(value.uInt64());
+    case plist::Value::Kind::real:
+      return plist_new_real(value.real());
+    case plist::Value::Kind::string:
+      return plist_new_string(value.string()->c_str());
+    case plist::Value::Kind::data:
+      return plist_new_data(reinterpret_cast<const char*>(value.data()->data()), value.data()->size());
+    case plist::Value::Kind::date:
+      return plist_new_date(wholePartTo<std::int32_t>(value.date()->secondsSinceReferenceDate), 0);
+    case plist::Value::Kind::array:
+      return arrayNode(*value.array());
+    case plist::Value::Kind::dictionary:
+      return dictionaryNode(*value.dictionary());
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+namespace {
+
+PropertyListResult refused(std::string reason) {
+  PropertyListResult result;
+  result.reason = std::move(reason);
+  return result;
+}
+
+}  // namespace
+
+PropertyListResult parsePropertyList(const std::string& content) {
+  if (content.size() > kLargestPropertyListFile) return refused("it is too large");
+  if (auto danger = dangerInPropertyList(content)) return refused(std::move(*danger));
+  plist_t raw = nullptr;
+  plist_from_memory(content.data(), static_cast<std::uint32_t>(content.size()), &raw);
+  const Node root(raw);
+  if (root == nullptr) return refused("it is no property list");
+  PropertyListResult result;
+  result.value = valueOf(root.get());
+  if (!result.value) result.reason = "its root is of an unknown kind";
+  return result;
+}
+
+PropertyListResult readPropertyList(const std::string& path) {
+  std::string reason;
+  const std::optional<std::string> content = readFile(path, kLargestPropertyListFile, reason);
+  if (!content) return refused(std::move(reason));
+  return parsePropertyList(*content);
+}
+
+std::string composePropertyList(const plist::Value& value) {
+  const Node root(nodeOf(value));
+  char* text = nullptr;
+  std::uint32_t length = 0;
+  plist_to_xml(root.get(), &text, &length);
+  const Memory<char> owner(text);
+  return text == nullptr ? std::string() : std::string(text, length);
+}
+
+std::optional<std::string> readFile(const std::string& path, std::size_t largest, std::string& reason) {
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+  if (file == nullptr) {
+    reason = std::strerror(errno);
+    return std::nullopt;
+  }
+  std::string content;
+  constexpr std::size_t kChunk = 1UL << 18;
+  while (content.size() <= largest) {
+    const std::size_t before = content.size();
+    content.resize(before + kChunk);
+    const std::size_t read = std::fread(content.data() + before, 1, kChunk, file.get());
+    content.resize(before + read);
+    if (read == 0) break;
+  }
+  if (std::ferror(file.get()) != 0) {
+    reason = std::strerror(errno);
+    return std::nullopt;
+  }
+  if (content.size() > largest) {
+    reason = "it has more than " + std::to_string(largest) + " bytes";
+    return std::nullopt;
+  }
+  return content;
+}
+
+}  // namespace vlm::sim

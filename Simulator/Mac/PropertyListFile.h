@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "Platform/PropertyList.h"
+
+/// Property lists as files, through libplist: the simulated Mac's Core Foundation.
+namespace vlm::sim {
+
+/// Larger files are refused; a settings file has a few hundred kilobytes.
+constexpr std::size_t kLargestPropertyListFile = 256UL << 20;
+
+struct PropertyListResult {
+  /// Absent when the file cannot be used.
+  std::optional<plist::Value> value;
+  /// Then, why.
+  std::string reason;
+};
+
+/// Reads XML and binary property lists. What a property list of the daemon cannot hold (UIDs, dates beyond the years
+/// 1933 to 2069) is left out or held to the limit, its neighbours stay.
+PropertyListResult parsePropertyList(const std::string& content);
+PropertyListResult readPropertyList(const std::string& path);
+
+/// An XML property list, the same text for the same value. A text is written up to the first NUL character in it, and
+/// dates in whole seconds, as the format has them.
+std::string composePropertyList(const plist::Value& value);
+
+/// A whole file. Absent when it cannot be read or has more than `largest` bytes; then `reason` says why.
+std::optional<std::string> readFile(const std::string& path, std::size_t largest, std::string& reason);
+
+}  // namespace vlm::sim

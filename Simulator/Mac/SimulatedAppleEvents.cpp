@@ -1,0 +1,28 @@
+#include "Simulator/Mac/SimulatedAppleEvents.h"
+
+#include "Simulator/Mac/JournalText.h"
+#include "Simulator/Mac/Session.h"
+#include "Simulator/Mac/SimulatedMac.h"
+
+namespace vlm::sim {
+
+void SimulatedAppleEvents::setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) {
+  session_.record("setEventHandler(" + fourCharText(eventClass) + ", " + fourCharText(eventID) + ")");
+  handlers_[{eventClass, eventID}] = std::move(handler);
+}
+
+bool SimulatedAppleEvents::executeAppleScript(const std::string& source) {
+  session_.record("executeAppleScript(" + quoted(source) + ")");
+  return mac_.scriptsSucceed;
+}
+
+void SimulatedAppleEvents::deliver(std::uint32_t eventClass, std::uint32_t eventID) {
+  const auto found = handlers_.find({eventClass, eventID});
+  if (found == handlers_.end()) return;
+  const Handler handler = found->second;  // the event may end the process, and with it the table
+  handler();
+}
+
+void SimulatedAppleEvents::sessionEnded() { std::exchange(handlers_, {}).clear(); }
+
+}  // namespace vlm::sim

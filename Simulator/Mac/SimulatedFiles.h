@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Platform/Files.h"
+
+namespace vlm::sim {
+
+class Session;
+class SimulatedMac;
+
+/// Real files in the machine's folders.
+class SimulatedFiles : public Files {
+ public:
+  SimulatedFiles(SimulatedMac& mac, Session& session) : mac_(mac), session_(session) {}
+
+  std::optional<std::string> libraryDirectory(Domain domain) override;
+  bool checkResourceIsReachable(const std::string& path) override;
+  std::optional<plist::Dictionary> dictionaryWithContentsOfURL(const std::string& path) override;
+  std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,
+                                                  const std::string& path) override;
+
+ private:
+  SimulatedMac& mac_;
+  Session& session_;
+};
+
+}  // namespace vlm::sim

@@ -1,0 +1,297 @@
+#include "Simulator/Mac/WindowServer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+#include "Simulator/Mac/DdcMonitor.h"
+#include "Simulator/Mac/WindowServerParts.h"
+
+namespace vlm::sim {
+namespace {
+
+/// Distance between the identifiers of displays that are connected one after the other.
+constexpr CGDirectDisplayID kDisplayIDStep = 0x40;
+
+/// Two rates that a user would write the same: 59.94 and 60.
+constexpr double kRateTolerance = 0.51;
+
+std::uint64_t hashOf(std::string_view text, std::uint64_t start) {
+  for (const char character : text) start = (start ^ static_cast<unsigned char>(character)) * 0x100000001b3U;
+  return start;
+}
+
+/// The same monitor gives the same UUID wherever it is plugged in; one without a serial number is known by its port.
+std::string uuidOf(const SimulatedDisplay& display) {
+  const ParsedEdid& edid = display.edid;
+  const std::string identity =
+      std::to_string(edid.vendor) + "/" + std::to_string(edid.product) + "/" +
+      (edid.serial != 0 ? "serial " + std::to_string(edid.serial) : "port " + std::to_string(display.description.port));
+  const std::uint64_t high = hashOf(identity, 0xcbf29ce484222325U), low = hashOf(identity, high);
+  char text[37];
+  std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%012llX", static_cast<unsigned>(high >> 32),
+                static_cast<unsigned>(high >> 16 & 0xffff), static_cast<unsigned>(high & 0xffff),
+                static_cast<unsigned>(low >> 48), static_cast<unsigned long long>(low & 0xffffffffffffU));
+  return text;
+}
+
+/// "1440x900@60" as width, height and rate. Nothing when it is no mode text.
+struct ModeText {
+  std::uint32_t width = 0, height = 0;
+  std::optional<double> refreshHz;
+};
+std::optional<ModeText> readModeText(const std::string& text) {
+  unsigned width = 0, height = 0;
+  double refreshHz = 0;
+  const int count = std::sscanf(text.c_str(), "%5ux%5u@%lf", &width, &height, &refreshHz);
+  if (count < 2) return std::nullopt;
+  return ModeText{.width = width, .height = height, .refreshHz = count == 3 ? std::optional(refreshHz) : std::nullopt};
+}
+
+}  // namespace
+
+// --- A display ---
+
+const SimulatedMode* SimulatedDisplay::modeNumbered(std::int64_t number) const {
+  const auto found = std::find_if(modes.modes.begin(), modes.modes.end(),
+                                  [&](const SimulatedMode& mode) { return mode.number == number; });
+  return found == modes.modes.end() ? nullptr : &*found;
+}
+
+const SimulatedMode& SimulatedDisplay::mode() const {
+  static const SimulatedMode none;
+  const SimulatedMode* current = modeNumbered(modeNumber);
+  return current == nullptr ? none : *current;
+}
+
+// --- The machine's displays ---
+
+WindowServer::WindowServer(const MachineDescription& machine, Journal& journal)
+    : implementation_(std::make_unique<Implementation>(*this, machine.processor, journal)) {
+  Registry& tree = registry();
+  const io_service_t resources = tree.add(tree.root(), {"IOResources", "IOService"}, "IOResources");
+  if (machine.processor == Processor::intel) {
+    tree.add(resources, {"IODisplayWrangler", "IOService"}, "IODisplayWrangler", {{"IORequestIdle", false}});
+  }
+  if (machine.graphicsControl) {
+    tree.add(tree.root(), {"AppleGraphicsControl", "IOService"}, "AppleGraphicsControl");
+  }
+  for (const DisplayDescription& description : machine.displays) addDisplay(description);
+  std::stable_partition(displays_.begin(), displays_.end(),
+                        [](const auto& display) { return display->description.builtIn; });
+  const DisplayConfiguration before = implementation_->configuration();
+  for (const auto& display : displays_) {
+    if (display->description.plugged) implementation_->connect(*display);
+  }
+  DisplayConfiguration after = implementation_->configuration();
+  after.keepOneOn();
+  settle(before, after, {});
+  implementation_->takeEffect(after);
+}
+
+WindowServer::~WindowServer() = default;
+
+SimulatedDisplay& WindowServer::addDisplay(const DisplayDescription& description) {
+  displays_.push_back(std::make_unique<SimulatedDisplay>());
+  SimulatedDisplay& display = *displays_.back();
+  display.description = description;
+  implementation_->prepare(display);
+  return display;
+}
+
+/// Everything of a display that does not depend on whether it is plugged in.
+void WindowServer::Implementation::prepare(SimulatedDisplay& display) {
+  const DisplayDescription& description = display.description;
+  auto edid = readEdid(description.edid);
+  if (const auto* reason = std::get_if<std::string>(&edid)) {
+    server.addFault("display " + description.name + ": EDID: " + *reason);
+  } else {
+    display.edid = std::get<ParsedEdid>(std::move(edid));
+  }
+  ModeOptions options = description.modeOptions;
+  options.builtIn = options.builtIn || description.builtIn;
+  display.modes = description.listedModes.empty() ? deriveModes(display.edid, options)
+                                                  : listModes(description.listedModes, options);
+  display.uuid = uuidOf(display);
+  display.plugged = false;
+  display.enabled = description.enabled;
+  display.brightness = description.brightness;
+  display.ddcCurrent = description.ddcCurrent;
+  display.monitor =
+      std::make_shared<DdcMonitor>(description.ddc, description.edid, description.ddcMaximum, display.ddcCurrent);
+  if (description.origin) display.origin = *description.origin;
+  display.placed = description.origin.has_value();
+  display.modeNumber = display.modes.nativeModeNumber;
+  if (description.mode.empty()) return;
+  const auto text = readModeText(description.mode);
+  const auto mode = text ? server.findMode(display, text->width, text->height, text->refreshHz) : std::nullopt;
+  if (!mode) server.addFault("display " + description.name + ": it has no mode " + description.mode);
+  display.modeNumber = mode.value_or(display.modeNumber);
+}
+
+void WindowServer::Implementation::connect(SimulatedDisplay& display) {
+  if (!connectedBefore.insert(&display).second) numberModesAnew(display);
+  display.plugged = true;
+  display.id = nextDisplayID;
+  nextDisplayID += kDisplayIDStep;
+  publishServices(display);
+}
+
+/// A driver may number a display's modes anew when it comes back: this one always does, so that nobody can rely on it.
+void WindowServer::Implementation::numberModesAnew(SimulatedDisplay& display) {
+  const auto step = static_cast<std::uint32_t>(display.modes.modes.size());
+  for (SimulatedMode& mode : display.modes.modes) mode.number += step;
+  display.modes.nativeModeNumber += step;
+  display.modeNumber += step;
+  std::set<std::pair<const SimulatedDisplay*, std::uint32_t>> refused;
+  for (const auto& [of, number] : refusedModes) refused.emplace(of, of == &display ? number + step : number);
+  refusedModes = std::move(refused);
+}
+
+void WindowServer::Implementation::disconnect(SimulatedDisplay& display) {
+  withdrawServices(display);
+  display.plugged = false;
+  display.id = 0;
+}
+
+/// The system lists displays in the order in which they were plugged in, built-in panels before all others.
+void WindowServer::Implementation::moveToEnd(const SimulatedDisplay& display) {
+  auto& displays = server.displays_;
+  const auto found =
+      std::find_if(displays.begin(), displays.end(), [&](const auto& other) { return other.get() == &display; });
+  std::rotate(found, found + 1, displays.end());
+  std::stable_partition(displays.begin(), displays.end(), [](const auto& other) { return other->description.builtIn; });
+}
+
+std::optional<std::string> WindowServer::plug(SimulatedDisplay& display) {
+  if (display.plugged) return display.description.name + " is plugged in already";
+  implementation_->moveToEnd(display);
+  const DisplayConfiguration before = implementation_->configuration();
+  implementation_->connect(display);
+  DisplayConfiguration after = implementation_->configuration();
+  after.keepOneOn();
+  settle(before, after, {});
+  implementation_->journal.add("user: plug(" + display.description.name + ")");
+  implementation_->takeEffect(after);
+  implementation_->notify(before, after, nullptr);
+  return std::nullopt;
+}
+
+std::optional<std::string> WindowServer::unplug(SimulatedDisplay& display) {
+  const std::string& name = display.description.name;
+  if (!display.plugged) return name + " is not plugged in";
+  const DisplayConfiguration before = implementation_->configuration();
+  DisplayConfiguration after = before;
+  after.of(display).plugged = false;
+  after.endImpossibleMirroring();
+  if (!after.keepOneOn()) return name + " is the only display";
+  settle(before, after, {});
+  implementation_->journal.add("user: unplug(" + name + ")");
+  implementation_->takeEffect(after);
+  implementation_->disconnect(display);
+  implementation_->notify(before, after, nullptr);
+  return std::nullopt;
+}
+
+void WindowServer::wakeDisplays() {
+  for (const auto& display : displays_) display->asleep = false;
+}
+
+// --- Looking up ---
+
+Registry& WindowServer::registry() { return implementation_->registry; }
+
+SimulatedDisplay* WindowServer::displayNamed(const std::string& name) {
+  const auto found = std::find_if(displays_.begin(), displays_.end(),
+                                  [&](const auto& display) { return display->description.name == name; });
+  return found == displays_.end() ? nullptr : found->get();
+}
+
+SimulatedDisplay* WindowServer::displayWithID(CGDirectDisplayID id) {
+  const auto found =
+      std::find_if(displays_.begin(), displays_.end(), [&](const auto& display) { return display->id == id; });
+  return id == kCGNullDirectDisplay || found == displays_.end() ? nullptr : found->get();
+}
+
+SimulatedDisplay* WindowServer::displayWithFrameBuffer(io_service_t frameBuffer) {
+  const auto found = std::find_if(displays_.begin(), displays_.end(),
+                                  [&](const auto& display) { return display->frameBuffer == frameBuffer; });
+  return frameBuffer == 0 || found == displays_.end() ? nullptr : found->get();
+}
+
+SimulatedDisplay* WindowServer::displayWithService(io_service_t service) {
+  for (const RegistryEntry* entry = registry().find(service); entry != nullptr;
+       entry = registry().find(entry->parent)) {
+    for (const auto& display : displays_) {
+      if (display->frameBuffer == entry->number || display->avService == entry->number) return display.get();
+    }
+  }
+  return nullptr;
+}
+
+Rect WindowServer::bounds(const SimulatedDisplay& display) const {
+  for (const auto& master : displays_) {
+    if (display.mirrors != kCGNullDirectDisplay && master->id == display.mirrors) return bounds(*master);
+  }
+  return {.origin = display.origin, .size = sizeOnDesktop(display, display.modeNumber)};
+}
+
+SimulatedDisplay* WindowServer::mainDisplay() {
+  const DisplayConfiguration now = implementation_->configuration();
+  const DisplayState* main = now.main();
+  return main == nullptr ? nullptr : main->display;
+}
+
+bool WindowServer::isMirrored(const SimulatedDisplay& display) const {
+  return std::any_of(displays_.begin(), displays_.end(), [&](const auto& other) {
+    return display.id != kCGNullDirectDisplay && other->mirrors == display.id;
+  });
+}
+
+std::optional<std::uint32_t> WindowServer::findMode(const SimulatedDisplay& display, std::uint32_t width,
+                                                    std::uint32_t height, std::optional<double> refreshHz) const {
+  const SimulatedMode& current = display.mode();
+  // Without a rate that of the moment is the natural one; with equal rates the scale of the moment.
+  const double wantedHz = refreshHz.value_or(current.refreshRateHz());
+  const SimulatedMode* best = nullptr;
+  const auto rank = [&](const SimulatedMode& mode) {
+    return std::pair(std::abs(mode.refreshRateHz() - wantedHz), mode.scale == current.scale ? 0 : 1);
+  };
+  for (const SimulatedMode& mode : display.modes.modes) {
+    if (mode.width != width || mode.height != height || mode.pixelEncoding != current.pixelEncoding) continue;
+    if ((mode.flags & kModeHiddenFlag) != 0) continue;
+    if (refreshHz && std::abs(mode.refreshRateHz() - *refreshHz) > kRateTolerance) continue;
+    if (best == nullptr || rank(mode) < rank(*best)) best = &mode;
+  }
+  return best == nullptr ? std::nullopt : std::optional(best->number);
+}
+
+void WindowServer::refuseMode(const SimulatedDisplay& display, std::uint32_t modeNumber) {
+  implementation_->refusedModes.emplace(&display, modeNumber);
+}
+
+// --- Configurations ---
+
+DisplayConfiguration WindowServer::Implementation::configuration() const {
+  DisplayConfiguration configuration;
+  for (const auto& display : server.displays_) {
+    configuration.states.push_back(DisplayState::of(*display, server.displayWithID(display->mirrors)));
+  }
+  return configuration;
+}
+
+void WindowServer::Implementation::takeEffect(const DisplayConfiguration& configuration) {
+  for (const DisplayState& state : configuration.states) {
+    SimulatedDisplay& display = *state.display;
+    display.plugged = state.plugged;
+    display.enabled = state.enabled;
+    display.modeNumber = state.modeNumber;
+    display.mirrors = state.master == nullptr ? kCGNullDirectDisplay : state.master->id;
+    display.origin = state.origin;
+    display.placed = state.placed;
+  }
+}
+
+}  // namespace vlm::sim

@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Simulator/Mac/DisplayConfiguration.h"
+#include "Simulator/Mac/Journal.h"
+#include "Simulator/Mac/Registry.h"
+#include "Simulator/Mac/Session.h"
+#include "Simulator/Mac/WindowServer.h"
+
+/// The inner side of the window server: what its files share.
+namespace vlm::sim {
+
+/// An open or ended transaction. Ended ones stay known, so that misuse of one can be told by name.
+struct Transaction {
+  Session* session = nullptr;
+  std::string process;
+  bool open = true;
+  std::vector<DisplayChange> changes;
+};
+
+/// `session` is null once the process has ended: nothing is delivered any more.
+struct ReconfigurationObserver {
+  Session* session = nullptr;
+  Quartz::ReconfigurationCallback callback;
+};
+
+struct BrightnessObserver {
+  Session* session = nullptr;
+  CGDirectDisplayID display = 0;
+  SkyLight::BrightnessCallback callback;
+};
+
+struct WindowServer::Implementation {
+  Implementation(WindowServer& windowServer, Processor machineProcessor, Journal& machineJournal)
+      : server(windowServer), processor(machineProcessor), journal(machineJournal) {}
+
+  WindowServer& server;
+  Processor processor;
+  Journal& journal;
+  Registry registry;
+  CGDirectDisplayID nextDisplayID = 0x04280a40;
+  std::uintptr_t nextTransaction = 0x1000;
+  std::set<const SimulatedDisplay*> connectedBefore;
+  std::map<std::uintptr_t, Transaction> transactions;
+  std::vector<std::shared_ptr<ReconfigurationObserver>> observers;
+  std::vector<std::shared_ptr<BrightnessObserver>> brightnessObservers;
+  std::set<std::pair<const SimulatedDisplay*, std::uint32_t>> refusedModes;
+
+  // Displays coming and going.
+  void prepare(SimulatedDisplay& display);
+  void connect(SimulatedDisplay& display);
+  void numberModesAnew(SimulatedDisplay& display);
+  void disconnect(SimulatedDisplay& display);
+  void publishServices(SimulatedDisplay& display);
+  void withdrawServices(SimulatedDisplay& display);
+  void moveToEnd(const SimulatedDisplay& display);
+
+  // Configurations.
+  DisplayConfiguration configuration() const;
+  void takeEffect(const DisplayConfiguration& configuration);
+  /// The configuration that the changes lead to, settled; or why it is refused.
+  std::variant<DisplayConfiguration, std::string> configurationAfter(const DisplayConfiguration& before,
+                                                                     const std::vector<DisplayChange>& changes) const;
+  std::optional<std::string> apply(const DisplayChange& change, DisplayConfiguration& configuration,
+                                   std::vector<OriginRequest>& requests) const;
+  std::optional<std::string> refusalOfMode(const DisplayChange& change, const SimulatedDisplay& display) const;
+
+  // Transactions.
+  /// Null for one that is not open, which is then noted as a fault of whoever makes the call.
+  Transaction* openTransaction(CGDisplayConfigRef config, const std::string& call);
+  /// "Left", or the number of a display that the machine does not have.
+  std::string nameOf(CGDirectDisplayID display) const;
+  std::string describe(const DisplayChange& change) const;
+
+  // Callbacks.
+  /// At once for the process that brought it about (null: none did), on a later turn for the others.
+  void notify(const DisplayConfiguration& before, const DisplayConfiguration& after, const Session* by);
+  void onNextTurn(std::function<void()> body) const;
+};
+
+}  // namespace vlm::sim

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Platform/Geometry.h"
+
+namespace vlm::sim {
+
+/// Readers of what commands take. Each reads the whole text or nothing.
+
+/// Decimal.
+std::optional<double> parseReal(std::string_view text);
+/// Decimal, or hexadecimal behind "0x"; with a sign.
+std::optional<std::int64_t> parseInteger(std::string_view text);
+
+/// "1920x1080" or "1920x1080@59.94".
+struct ModeArgument {
+  std::uint32_t width = 0, height = 0;
+  std::optional<double> refreshHz;
+  /// A rate is the same when it is so in the decimals that were written: "@60" is not 59.94 Hz, "@59.9" is.
+  double tolerance = 0;
+
+  bool matches(std::uint32_t otherWidth, std::uint32_t otherHeight, double otherHz) const;
+};
+std::optional<ModeArgument> parseMode(std::string_view text);
+
+/// "X,Y", whole points.
+struct PointArgument {
+  std::int32_t x = 0, y = 0;
+};
+std::optional<PointArgument> parsePoint(std::string_view text);
+
+/// Case and surroundings as people type them: whether `text` is `name` or its beginning, in any case of ASCII letters.
+bool isBeginning(std::string_view text, std::string_view name);
+bool isSameName(std::string_view text, std::string_view name);
+
+}  // namespace vlm::sim

@@ -1,0 +1,168 @@
+#include <array>
+#include <limits>
+#include <ostream>
+
+#include "Models/VLMGlobals.h"
+#include "Platform/Process.h"
+#include "Simulator/Program/Arguments.h"
+#include "Simulator/Program/Commands.h"
+#include "Simulator/Program/DaemonView.h"
+#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Picture.h"
+#include "Simulator/Program/Settings.h"
+#include "Simulator/Program/Simulator.h"
+
+/// What can be looked at.
+namespace vlm::sim {
+
+namespace {
+
+constexpr std::size_t kTextColumns = 98;
+/// Values of the settings file are cut to this in the overview.
+constexpr std::size_t kValueColumns = 60;
+
+void print(Output& output, const std::vector<std::vector<std::string>>& rows) {
+  const std::string table = tableOf(rows);
+  const std::size_t headerEnd = table.find('\n');
+  output.data << output.bold(table.substr(0, headerEnd)) << table.substr(headerEnd);
+}
+
+std::string displayNotes(Simulator& simulator, const SimulatedDisplay& display) {
+  WindowServer& windowServer = simulator.mac().windowServer();
+  std::string notes;
+  const auto add = [&](const std::string& note) { notes += (notes.empty() ? "" : ", ") + note; };
+  if (windowServer.mainDisplay() == &display) add("main");
+  if (display.description.builtIn) add("built-in");
+  if (display.mirrors != 0) {
+    const SimulatedDisplay* master = windowServer.displayWithID(display.mirrors);
+    add("mirrors " + (master == nullptr ? std::string("nothing") : master->description.name));
+  }
+  if (display.isArranged() && display.mode().scale > 1) add(shortNumber(display.mode().scale) + " pixels a point");
+  if (display.rotation != 0) add("turned by " + std::to_string(display.rotation));
+  return notes;
+}
+
+void printDisplayTable(Simulator& simulator) {
+  std::vector<std::vector<std::string>> rows{{"DISPLAY", "STATE", "MODE", "RATE", "ORIGIN", "NOTES"}};
+  for (const auto& display : simulator.mac().windowServer().displays()) {
+    std::vector<std::string> row{display->description.name, stateText(*display), "-", "-", "-"};
+    if (display->isArranged()) {
+      row[2] = sizeText(display->mode());
+      row[3] = rateText(display->mode());
+      row[4] = pointText(simulator.mac().windowServer().bounds(*display).origin);
+    }
+    row.push_back(displayNotes(simulator, *display));
+    rows.push_back(std::move(row));
+  }
+  print(simulator.output(), rows);
+}
+
+void printPicture(Simulator& simulator) {
+  Output& output = simulator.output();
+  output.data << drawPicture(boxesOf(simulator.mac().windowServer()), output.isUtf8);
+}
+
+Outcome showPicture(Simulator& simulator, Arguments) {
+  printPicture(simulator);
+  return {};
+}
+
+Outcome showDisplays(Simulator& simulator, Arguments) {
+  if (simulator.output().isTerminal) printPicture(simulator);
+  printDisplayTable(simulator);
+  return {};
+}
+
+/// Prints from the running daemon's document.
+template <class Print>
+Outcome fromDocument(Simulator& simulator, Print printFrom) {
+  Session* session = simulator.daemon();
+  if (session == nullptr) return Outcome::refused("no daemon runs; launch-daemon starts one");
+  const Process::Scope inDaemon(session->process());
+  return printFrom(VLMGlobals::sharedInstance());
+}
+
+Outcome showModes(Simulator& simulator, Arguments arguments) {
+  const auto found = simulator.displayNamed(arguments[0]);
+  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
+  const SimulatedDisplay& display = *std::get<SimulatedDisplay*>(found);
+  std::size_t most = std::numeric_limits<std::size_t>::max();
+  if (arguments.size() > 1) {
+    const auto count = parseInteger(arguments[1]);
+    if (!count || *count < 1) return Outcome::refused(quoted(arguments[1]) + " is no number of modes");
+    most = static_cast<std::size_t>(*count);
+  }
+  return fromDocument(simulator, [&](const VLMGlobals& document) {
+    const auto record = display.id == 0 ? nullptr : document.displayWithcgID(display.id);
+    if (!record) return Outcome::refused("the daemon does not see " + quoted(display.description.name));
+    const std::size_t count = record->validDisplayModes.size();
+    Output& output = simulator.output();
+    const std::string shownName = record->displayedName();
+    output.data << output.bold(display.description.name) << ": "
+                << (shownName == display.description.name ? "" : quoted(shownName) + ", ") << count << " modes"
+                << (most < count ? ", the largest " + std::to_string(most) : std::string()) << "\n";
+    print(output, modeRows(*record, most));
+    return Outcome{};
+  });
+}
+
+Outcome showSets(Simulator& simulator, Arguments) {
+  return fromDocument(simulator, [&](VLMGlobals& document) {
+    print(simulator.output(), setRows(document));
+    return Outcome{};
+  });
+}
+
+Outcome showSettings(Simulator& simulator, Arguments arguments) {
+  const auto settings = simulator.settings();
+  if (!settings) return Outcome::refused("there is no settings file that can be read: " + simulator.settingsPath());
+  Output& output = simulator.output();
+  if (!arguments.empty()) {
+    const plist::Value* value = valueAt(*settings, arguments[0]);
+    if (value == nullptr) return Outcome::refused("the settings file has no " + arguments[0]);
+    output.data << plainText(*value) << "\n";
+    return {};
+  }
+  output.data << simulator.settingsPath() << "\n";
+  std::vector<std::vector<std::string>> rows{{"KEY", "VALUE"}};
+  for (const plist::Entry& entry : *settings) {
+    rows.push_back({entry.key, cutToColumns(plainText(entry.value), kValueColumns)});
+  }
+  print(output, rows);
+  return {};
+}
+
+Outcome printLines(Simulator& simulator, const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) simulator.output().data << line << "\n";
+  return {};
+}
+
+Outcome showJournal(Simulator& simulator, Arguments) { return printLines(simulator, simulator.journal()); }
+Outcome showLog(Simulator& simulator, Arguments) { return printLines(simulator, simulator.log()); }
+
+Outcome say(Simulator& simulator, Arguments arguments) {
+  std::string text;
+  for (const std::string& word : arguments) text += word + " ";
+  simulator.output().data << "\n";
+  return printLines(simulator, wrapped(text, kTextColumns));
+}
+
+constexpr std::array kCommands{
+    Command{"show displays", "", 0, 0, "the displays: a picture at a terminal, and a table", "show displays",
+            showDisplays},
+    Command{"show picture", "", 0, 0, "how they stand on the desktop, to scale", "show picture", showPicture},
+    Command{"show modes", "DISPLAY [N]", 1, 2, "the modes that the daemon found for a display, or the largest N",
+            "show modes Left 10", showModes},
+    Command{"show sets", "", 0, 0, "the display sets, their marks and hot keys", "show sets", showSets},
+    Command{"show settings", "[KEYPATH]", 0, 1, "the settings file on disk, or one value of it",
+            "show settings displaySetsArray.0.name", showSettings},
+    Command{"show journal", "", 0, 0, "every call that changed something on the machine", "show journal", showJournal},
+    Command{"show log", "", 0, 0, "what the daemon logged", "show log", showLog},
+    Command{"say", "TEXT...", 1, 200, "prints a paragraph", "say \"Now the cable is pulled.\"", say},
+};
+
+}  // namespace
+
+std::span<const Command> showCommands() { return kCommands; }
+
+}  // namespace vlm::sim

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vlm {
+class VLMDisplay;
+class VLMDisplaySet;
+class VLMGlobals;
+}  // namespace vlm
+
+namespace vlm::sim {
+
+/// What the running daemon knows, as texts. To be asked for within its process.
+
+/// "none", "check", "dash", "diamond".
+std::string markName(std::int16_t mark);
+
+/// The set of that name, in any case of letters; its beginning will do when no other's name begins so. Null otherwise.
+std::shared_ptr<VLMDisplaySet> setNamed(const VLMGlobals& document, const std::string& text);
+
+/// A display's modes, the largest first: `most` of them.
+std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::size_t most);
+
+/// "⌥⌘F11"; empty when the set has no hot key.
+std::string shortcutText(const VLMDisplaySet& set);
+
+/// The display sets, a row for each monitor.
+std::vector<std::vector<std::string>> setRows(VLMGlobals& document);
+
+}  // namespace vlm::sim

@@ -1,0 +1,137 @@
+#include <array>
+
+#include "Simulator/Program/Commands.h"
+#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Settings.h"
+#include "Simulator/Program/Simulator.h"
+
+/// Expectations of the settings file on disk, and of what was written to journal, log and the distributed centre.
+namespace vlm::sim {
+
+namespace {
+
+std::optional<plist::Value> settingAt(Simulator& simulator, const std::string& keyPath) {
+  const auto settings = simulator.settings();
+  const plist::Value* value = settings ? valueAt(*settings, keyPath) : nullptr;
+  return value == nullptr ? std::nullopt : std::optional(*value);
+}
+
+Outcome noSettings(Simulator& simulator) {
+  return Outcome::notHeld("there is no settings file that can be read: " + simulator.settingsPath());
+}
+
+Outcome expectSetting(Simulator& simulator, Arguments arguments) {
+  if (!simulator.settings()) return noSettings(simulator);
+  const auto value = settingAt(simulator, arguments[0]);
+  if (!value) return Outcome::notHeld("the settings file has no " + arguments[0]);
+  if (plainText(*value) == arguments[1]) return {};
+  return Outcome::notHeld(arguments[0] + " is " + plainText(*value));
+}
+
+Outcome expectNoSetting(Simulator& simulator, Arguments arguments) {
+  const auto value = settingAt(simulator, arguments[0]);
+  return value ? Outcome::notHeld(arguments[0] + " is " + plainText(*value)) : Outcome{};
+}
+
+Outcome expectRecords(Simulator& simulator, Arguments arguments) {
+  const auto settings = simulator.settings();
+  if (!settings) return noSettings(simulator);
+  const plist::Dictionary* records = settings->dictionary("allDisplays");
+  const std::string found = std::to_string(records == nullptr ? 0 : records->count());
+  return found == arguments[0] ? Outcome{} : Outcome::notHeld("the settings file holds " + found + " records");
+}
+
+Outcome rememberSetting(Simulator& simulator, Arguments arguments) {
+  if (!simulator.settings()) return Outcome::refused("there is no settings file to remember anything of");
+  simulator.remembered[arguments[0]] = settingAt(simulator, arguments[0]);
+  return {};
+}
+
+Outcome expectUnchanged(Simulator& simulator, Arguments arguments) {
+  const auto before = simulator.remembered.find(arguments[0]);
+  if (before == simulator.remembered.end()) return Outcome::refused(arguments[0] + " was not remembered before");
+  const auto now = settingAt(simulator, arguments[0]);
+  if (before->second.has_value() != now.has_value()) {
+    return Outcome::notHeld(arguments[0] + (now ? " is new" : " is gone"));
+  }
+  if (!now) return {};
+  const auto difference = firstDifference(*before->second, *now, arguments[0]);
+  return difference ? Outcome::notHeld(*difference) : Outcome{};
+}
+
+Outcome clear(Simulator& simulator, Arguments) {
+  simulator.clear();
+  return {};
+}
+
+// --- Journal, log, posts ---
+
+const std::string* lineWith(const std::vector<std::string>& lines, const std::string& text) {
+  for (const std::string& line : lines) {
+    if (line.find(text) != std::string::npos) return &line;
+  }
+  return nullptr;
+}
+
+Outcome expectLine(const char* what, const std::vector<std::string>& lines, const std::string& text) {
+  if (lineWith(lines, text) != nullptr) return {};
+  const std::string last = lines.empty() ? "" : "; the last one is " + quoted(lines.back());
+  return Outcome::notHeld("none of the " + std::to_string(lines.size()) + " lines of the " + what + " has it" + last);
+}
+
+Outcome expectNoLine(const char* what, const std::vector<std::string>& lines, const std::string& text) {
+  const std::string* line = lineWith(lines, text);
+  return line == nullptr ? Outcome{} : Outcome::notHeld(std::string("the ") + what + " has " + quoted(*line));
+}
+
+Outcome expectJournal(Simulator& simulator, Arguments arguments) {
+  return expectLine("journal", simulator.journal(), arguments[0]);
+}
+Outcome expectNoJournal(Simulator& simulator, Arguments arguments) {
+  return expectNoLine("journal", simulator.journal(), arguments[0]);
+}
+Outcome expectLog(Simulator& simulator, Arguments arguments) {
+  return expectLine("log", simulator.log(), arguments[0]);
+}
+Outcome expectNoLog(Simulator& simulator, Arguments arguments) {
+  return expectNoLine("log", simulator.log(), arguments[0]);
+}
+
+Outcome expectPosted(Simulator& simulator, Arguments arguments) {
+  return simulator.wasPosted(arguments[0]) ? Outcome{} : Outcome::notHeld("no daemon has announced it");
+}
+Outcome expectNotPosted(Simulator& simulator, Arguments arguments) {
+  return simulator.wasPosted(arguments[0]) ? Outcome::notHeld("a daemon has announced it") : Outcome{};
+}
+
+constexpr std::array kCommands{
+    Command{"remember", "KEYPATH", 1, 1, "keeps a value of the settings file for expect unchanged",
+            "remember allDisplays", rememberSetting},
+    Command{"clear", "", 0, 0, "lets show and expect see what journal, log and posts hold from here on", "clear",
+            clear},
+    Command{"expect setting", "KEYPATH VALUE", 2, 2, "a value in the settings file on disk",
+            "expect setting displaySetsArray.0.keyCode 26381", expectSetting},
+    Command{"expect no setting", "KEYPATH", 1, 1, "the settings file has no such key", "expect no setting startupSet",
+            expectNoSetting},
+    Command{"expect unchanged", "KEYPATH", 1, 1, "a value is as it was at remember", "expect unchanged allDisplays",
+            expectUnchanged},
+    Command{"expect records", "N", 1, 1, "the settings file holds N records of displays", "expect records 3",
+            expectRecords},
+    Command{"expect journal", "TEXT", 1, 1, "a line of the journal has the text",
+            "expect journal CGSConfigureDisplayMode", expectJournal},
+    Command{"expect no journal", "TEXT", 1, 1, "no line of the journal has it",
+            "expect no journal CGSConfigureDisplayMode", expectNoJournal},
+    Command{"expect log", "TEXT", 1, 1, "a line of the log has the text", "expect log \"Got hotkey event\"", expectLog},
+    Command{"expect no log", "TEXT", 1, 1, "no line of the log has it", "expect no log \"Got hotkey event\"",
+            expectNoLog},
+    Command{"expect posted", "ANNOUNCEMENT", 1, 1, "a daemon has announced it", "expect posted daemonStopped",
+            expectPosted},
+    Command{"expect no posted", "ANNOUNCEMENT", 1, 1, "no daemon has announced it", "expect no posted daemonStopped",
+            expectNotPosted},
+};
+
+}  // namespace
+
+std::span<const Command> settingsCommands() { return kCommands; }
+
+}  // namespace vlm::sim

@@ -1,0 +1,150 @@
+#include <algorithm>
+#include <array>
+
+#include "Models/VLMGlobals.h"
+#include "Platform/Process.h"
+#include "Simulator/Program/Arguments.h"
+#include "Simulator/Program/Commands.h"
+#include "Simulator/Program/DaemonView.h"
+#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Simulator.h"
+
+/// Expectations of the displays and of the daemon: each holds, or says what was found instead.
+namespace vlm::sim {
+
+namespace {
+
+// --- Displays ---
+
+/// Judges a display that is named by its beginning.
+template <class Judge>
+Outcome ofDisplay(Simulator& simulator, const std::string& name, Judge judge) {
+  const auto found = simulator.displayNamed(name);
+  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
+  return judge(*std::get<SimulatedDisplay*>(found));
+}
+
+/// A display without a place on the desktop has neither mode nor origin.
+std::optional<Outcome> notArranged(const SimulatedDisplay& display) {
+  if (display.isArranged()) return std::nullopt;
+  return Outcome::notHeld(quoted(display.description.name) + " is " + stateText(display));
+}
+
+Outcome expectMode(Simulator& simulator, Arguments arguments) {
+  const auto wanted = parseMode(arguments[1]);
+  if (!wanted) return Outcome::refused(quoted(arguments[1]) + " is no mode such as 1920x1080 or 1920x1080@60");
+  return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
+    if (const auto off = notArranged(display)) return *off;
+    const SimulatedMode& mode = display.mode();
+    if (wanted->matches(mode.width, mode.height, mode.refreshRateHz())) return Outcome{};
+    return Outcome::notHeld(quoted(display.description.name) + " shows " + modeText(mode));
+  });
+}
+
+Outcome expectOrigin(Simulator& simulator, Arguments arguments) {
+  const auto wanted = parsePoint(arguments[1]);
+  if (!wanted) return Outcome::refused(quoted(arguments[1]) + " is no point such as -1920,0");
+  return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
+    if (const auto off = notArranged(display)) return *off;
+    const Point origin = simulator.mac().windowServer().bounds(display).origin;
+    if (origin == Point{.x = static_cast<double>(wanted->x), .y = static_cast<double>(wanted->y)}) return Outcome{};
+    return Outcome::notHeld(quoted(display.description.name) + " is at " + pointText(origin));
+  });
+}
+
+Outcome expectMain(Simulator& simulator, Arguments arguments) {
+  return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
+    const SimulatedDisplay* main = simulator.mac().windowServer().mainDisplay();
+    if (main == &display) return Outcome{};
+    return Outcome::notHeld(main == nullptr ? "no display is on"
+                                            : quoted(main->description.name) + " is the main display");
+  });
+}
+
+Outcome expectDisplay(Simulator& simulator, Arguments arguments) {
+  const std::string& wanted = arguments[1];
+  if (wanted != "on" && wanted != "off" && wanted != "gone") {
+    return Outcome::refused(quoted(wanted) + " is none of on, off, gone");
+  }
+  return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
+    if (stateText(display) == wanted) return Outcome{};
+    return Outcome::notHeld(quoted(display.description.name) + " is " + stateText(display));
+  });
+}
+
+constexpr std::array kDisplayExpectations{
+    Command{"expect mode", "DISPLAY WIDTHxHEIGHT[@HZ]", 2, 2, "the display shows that mode",
+            "expect mode Left 1920x1080@60", expectMode},
+    Command{"expect origin", "DISPLAY X,Y", 2, 2, "its top left corner is there", "expect origin Left 1440,0",
+            expectOrigin},
+    Command{"expect main", "DISPLAY", 1, 1, "it is the main display", "expect main Built-in", expectMain},
+    Command{"expect display", "DISPLAY on|off|gone", 2, 2, "it is on, plugged but off, or unplugged",
+            "expect display Left gone", expectDisplay},
+};
+
+// --- The daemon ---
+
+Outcome expectCount(const std::string& text, std::size_t found, const char* what) {
+  const auto wanted = parseInteger(text);
+  if (!wanted || *wanted < 0) return Outcome::refused(quoted(text) + " is no count");
+  if (static_cast<std::size_t>(*wanted) == found) return {};
+  return Outcome::notHeld("there are " + std::to_string(found) + " " + what);
+}
+
+/// Judges the running daemon's document.
+template <class Judge>
+Outcome ofDocument(Simulator& simulator, Judge judge) {
+  Session* session = simulator.daemon();
+  if (session == nullptr) return Outcome::notHeld("no daemon runs");
+  const Process::Scope inDaemon(session->process());
+  return judge(VLMGlobals::sharedInstance());
+}
+
+Outcome expectSets(Simulator& simulator, Arguments arguments) {
+  return ofDocument(simulator, [&](const VLMGlobals& document) {
+    return expectCount(arguments[0], document.displaySetsArray.size(), "sets");
+  });
+}
+
+Outcome expectSet(Simulator& simulator, Arguments arguments) {
+  constexpr std::array<std::string_view, 4> kMarks{"none", "check", "dash", "diamond"};
+  if (arguments[1] != "mark") return Outcome::refused("after the set's name stands: mark none|check|dash|diamond");
+  if (std::find(kMarks.begin(), kMarks.end(), arguments[2]) == kMarks.end()) {
+    return Outcome::refused(quoted(arguments[2]) + " is none of none, check, dash, diamond");
+  }
+  return ofDocument(simulator, [&](VLMGlobals& document) {
+    const auto set = setNamed(document, arguments[0]);
+    if (!set) return Outcome::notHeld("there is no set " + quoted(arguments[0]));
+    const std::string found = markName(document.checkMarkForSet(*set, nullptr));
+    return found == arguments[2] ? Outcome{} : Outcome::notHeld("the mark is " + found);
+  });
+}
+
+Outcome expectRunning(Simulator& simulator, Arguments arguments) {
+  return expectCount(arguments[0], simulator.runningDaemons(), "copies of the daemon");
+}
+
+Outcome expectDaemon(Simulator& simulator, Arguments arguments) {
+  const bool wantsRunning = arguments[1] == "running";
+  if (!wantsRunning && arguments[1] != "gone")
+    return Outcome::refused(quoted(arguments[1]) + " is none of running, gone");
+  if (!simulator.wasLaunched(arguments[0])) return Outcome::refused("no daemon " + arguments[0] + " was ever started");
+  if (simulator.isRunning(arguments[0]) == wantsRunning) return {};
+  return Outcome::notHeld("daemon " + arguments[0] + (wantsRunning ? " is gone" : " runs"));
+}
+
+constexpr std::array kDaemonExpectations{
+    Command{"expect sets", "N", 1, 1, "the daemon knows N display sets", "expect sets 1", expectSets},
+    Command{"expect set", "NAME mark none|check|dash|diamond", 3, 3, "the mark beside a set",
+            "expect set \"First\" mark check", expectSet},
+    Command{"expect running", "N", 1, 1, "N copies of the daemon run", "expect running 1", expectRunning},
+    Command{"expect daemon", "VERSION running|gone", 2, 2, "a copy of that version runs, or none does any more",
+            "expect daemon 4.16 running", expectDaemon},
+};
+
+}  // namespace
+
+std::span<const Command> displayExpectations() { return kDisplayExpectations; }
+std::span<const Command> daemonExpectations() { return kDaemonExpectations; }
+
+}  // namespace vlm::sim

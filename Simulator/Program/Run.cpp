@@ -1,0 +1,106 @@
+#include "Simulator/Program/Run.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <variant>
+
+#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Prompt.h"
+#include "Simulator/Program/Scenario.h"
+#include "Simulator/Program/Simulator.h"
+#include "Simulator/Program/Tour.h"
+
+namespace vlm::sim {
+
+namespace {
+
+int refuse(Output& output, const std::string& reason) {
+  output.diagnostics << "velmoratix-simulator: " << reason << "\n";
+  return kStatusOfWrongCall;
+}
+
+std::string namesOfMachines() {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& file : std::filesystem::directory_iterator(VELMORATIX_MACHINES_FOLDER, error)) {
+    if (file.path().extension() == ".plist") names.push_back(file.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+std::variant<MachineDescription, std::string> machineFor(const std::string& nameOrFile) {
+  if (nameOrFile.find('/') != std::string::npos || nameOrFile.ends_with(".plist")) return readMachine(nameOrFile);
+  const std::string path = std::string(VELMORATIX_MACHINES_FOLDER) + "/" + nameOrFile + ".plist";
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) {
+    return "there is no machine " + quoted(nameOrFile) + "; there are " + namesOfMachines();
+  }
+  return readMachine(path);
+}
+
+bool writeLines(const std::string& path, const std::vector<std::string>& lines) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  for (const std::string& line : lines) file << line << "\n";
+  file.flush();
+  return file.good();
+}
+
+/// What the options ask to be kept. The reason when it cannot be written.
+std::optional<std::string> writeRecords(const RunOptions& options, SimulatedMac& mac) {
+  if (!options.journal.empty() && !writeLines(options.journal, mac.journal().lines())) {
+    return options.journal + ": cannot be written";
+  }
+  if (!options.log.empty() && !writeLines(options.log, mac.log)) return options.log + ": cannot be written";
+  return std::nullopt;
+}
+
+Outcome play(Simulator& simulator, const RunOptions& options, const std::optional<Scenario>& scenario) {
+  simulator.launchDaemons({kVersion});
+  if (scenario) return playScenario(simulator, *scenario, Echo::no);
+  if (!options.isInteractive) return playScenario(simulator, tourOf(simulator), Echo::yes);
+  runPrompt(simulator);
+  return {};
+}
+
+int playOn(Simulator& simulator, const RunOptions& options, const std::optional<Scenario>& scenario) {
+  Output& output = simulator.output();
+  const Outcome outcome = play(simulator, options, scenario);
+  output.data.flush();
+  if (!outcome.held()) output.diagnostics << outcome.reason << "\n";
+  if (const auto reason = writeRecords(options, simulator.mac())) return refuse(output, *reason);
+  return static_cast<int>(outcome.status);
+}
+
+}  // namespace
+
+int runSimulator(const RunOptions& options, Output& output) {
+  std::optional<Scenario> scenario;
+  if (options.script) {
+    auto read = readScenario(*options.script);
+    if (const auto* reason = std::get_if<std::string>(&read)) return refuse(output, *reason);
+    scenario = std::get<Scenario>(std::move(read));
+  }
+  const std::optional<std::string> asked = options.machine ? options.machine
+                                           : scenario      ? scenario->machine()
+                                                           : std::nullopt;
+  auto machine = machineFor(asked.value_or(kUsualMachine));
+  if (const auto* reason = std::get_if<std::string>(&machine)) return refuse(output, *reason);
+  for (const std::string& path : options.displays) {
+    auto display = readDisplay(path, "");
+    if (const auto* reason = std::get_if<std::string>(&display)) return refuse(output, *reason);
+    addDisplay(std::get<MachineDescription>(machine), std::get<DisplayDescription>(std::move(display)));
+  }
+  try {
+    Simulator simulator(std::get<MachineDescription>(std::move(machine)), options.home, output);
+    return playOn(simulator, options, scenario);
+  } catch (const std::filesystem::filesystem_error& error) {
+    return refuse(output, "the home folder cannot be used: " + std::string(error.what()));
+  }
+}
+
+}  // namespace vlm::sim

@@ -1,0 +1,156 @@
+#include "Simulator/Program/Scenario.h"
+
+#include <fstream>
+#include <iostream>
+
+#include "Simulator/Program/Commands.h"
+#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Simulator.h"
+
+namespace vlm::sim {
+
+namespace {
+
+constexpr std::string_view kMachineComment = "# machine:";
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+/// The text up to `kLargestScenario`; absent when there is more.
+std::optional<std::string> readAll(std::istream& stream) {
+  std::string text(kLargestScenario + 1, '\0');
+  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(stream.gcount()));
+  return text.size() > kLargestScenario ? std::nullopt : std::optional(std::move(text));
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  for (std::size_t begin = 0; begin < text.size();) {
+    std::size_t end = text.find('\n', begin);
+    if (end == std::string::npos) end = text.size();
+    std::string line = text.substr(begin, end - begin);
+    if (line.ends_with('\r')) line.pop_back();
+    lines.push_back(std::move(line));
+    begin = end + 1;
+  }
+  return lines;
+}
+
+/// Reads the quoted part that begins behind `at` into `word`; false when it has no end.
+bool readQuoted(std::string_view line, std::size_t& at, std::string& word) {
+  for (; at < line.size(); ++at) {
+    if (line[at] == '"') {
+      ++at;
+      return true;
+    }
+    const bool escapes = line[at] == '\\' && at + 1 < line.size() && (line[at + 1] == '"' || line[at + 1] == '\\');
+    if (escapes) ++at;
+    word += line[at];
+  }
+  return false;
+}
+
+struct Step {
+  std::size_t line = 0;  ///< 1-based
+  std::string text;
+  Call call;
+};
+
+std::string place(const Scenario& scenario, std::size_t line) {
+  return scenario.name + ":" + std::to_string(line) + ": ";
+}
+
+/// The lines as calls, without those that say nothing; the reason of the first that is none.
+std::variant<std::vector<Step>, std::string> stepsOf(const Scenario& scenario) {
+  std::vector<Step> steps;
+  for (std::size_t i = 0; i < scenario.lines.size(); ++i) {
+    const auto words = splitWords(scenario.lines[i]);
+    if (const auto* reason = std::get_if<std::string>(&words)) return place(scenario, i + 1) + *reason;
+    if (std::get<std::vector<std::string>>(words).empty()) continue;
+    auto call = callFor(std::get<std::vector<std::string>>(words));
+    if (const auto* reason = std::get_if<std::string>(&call)) return place(scenario, i + 1) + *reason;
+    steps.push_back({.line = i + 1, .text = scenario.lines[i], .call = std::get<Call>(std::move(call))});
+  }
+  return steps;
+}
+
+constexpr std::string_view kPrompt = "velmoratix> ";
+
+bool isExpectation(const Step& step) { return step.call.command->name.starts_with("expect "); }
+
+void echoBefore(Output& output, const Step& step) {
+  const std::string_view name = step.call.command->name;
+  if (isExpectation(step) || name == "say" || name == "clear") return;
+  output.data << output.faint(kPrompt) << output.bold(step.text) << "\n";
+}
+
+void echoAfter(Output& output, const Step& step) {
+  if (isExpectation(step)) output.data << "  " << output.green("holds: ") << step.text.substr(7) << "\n";
+}
+
+}  // namespace
+
+std::optional<std::string> Scenario::machine() const {
+  if (lines.empty() || !lines.front().starts_with(kMachineComment)) return std::nullopt;
+  const auto words = splitWords(std::string_view(lines.front()).substr(kMachineComment.size()));
+  const auto* found = std::get_if<std::vector<std::string>>(&words);
+  if (found == nullptr || found->empty()) return std::nullopt;
+  return found->front();
+}
+
+std::variant<Scenario, std::string> readScenario(const std::string& path) {
+  const bool isStandardInput = path == "-";
+  const std::string name = isStandardInput ? "standard input" : path;
+  std::ifstream file;
+  if (!isStandardInput) file.open(path, std::ios::binary);
+  if (!isStandardInput && !file) return name + ": cannot be opened";
+  const auto text = readAll(isStandardInput ? std::cin : file);
+  // A folder opens, and fails at reading.
+  if (!isStandardInput && file.bad()) return name + ": cannot be read";
+  if (!text) return name + ": is longer than " + std::to_string(kLargestScenario) + " bytes";
+  return Scenario{.name = name, .lines = linesOf(*text)};
+}
+
+std::variant<std::vector<std::string>, std::string> splitWords(std::string_view line) {
+  std::vector<std::string> words;
+  std::size_t at = 0;
+  while (true) {
+    while (at < line.size() && isBlank(line[at])) ++at;
+    if (at == line.size() || line[at] == '#') return words;
+    std::string word;
+    while (at < line.size() && !isBlank(line[at])) {
+      if (line[at] != '"') {
+        word += line[at++];
+      } else if (!readQuoted(line, ++at, word)) {
+        return std::string("a quote stands open");
+      }
+    }
+    words.push_back(std::move(word));
+  }
+}
+
+std::string asWord(std::string_view text) {
+  std::string word = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') word += '\\';
+    word += c;
+  }
+  return word + "\"";
+}
+
+Outcome playScenario(Simulator& simulator, const Scenario& scenario, Echo echo) {
+  const auto steps = stepsOf(scenario);
+  if (const auto* reason = std::get_if<std::string>(&steps)) return Outcome::refused(*reason);
+  for (const Step& step : std::get<std::vector<Step>>(steps)) {
+    if (echo == Echo::yes) echoBefore(simulator.output(), step);
+    Outcome outcome = runCall(simulator, step.call);
+    if (!outcome.held()) {
+      outcome.reason = place(scenario, step.line) + step.text + ": " + outcome.reason;
+      return outcome;
+    }
+    if (echo == Echo::yes) echoAfter(simulator.output(), step);
+  }
+  return {};
+}
+
+}  // namespace vlm::sim

@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include "Daemon/Controllers/VLMDaemonMainController.h"
+#include "Models/VLMDisplaySet.h"
+#include "Tests/Support/DaemonOnMac.h"
+#include "Tests/Support/Machines.h"
+
+namespace vlm {
+namespace {
+
+using plist::Array;
+using plist::Dictionary;
+
+/// Command and Option with F11.
+constexpr std::uint32_t kFirstSetKey = 0x67, kFirstSetModifiers = cmdKey | optionKey;
+
+class MainJob : public ::testing::Test {
+ protected:
+  MainJob() : on_(test::laptopWith({"Left", "Right"})) {
+    on_.launch();
+    on_.mac.advance(2);
+  }
+  bool press() {
+    const bool isTaken = on_.mac.pressKey(kFirstSetKey, kFirstSetModifiers);
+    on_.mac.turn();
+    return isTaken;
+  }
+  std::vector<std::string> postsSince(std::size_t first) {
+    std::vector<std::string> posts;
+    for (std::size_t i = first; i < on_.mac.distributedPosts().size(); ++i) {
+      posts.push_back(on_.mac.distributedPosts()[i].object.value_or(""));
+    }
+    return posts;
+  }
+
+  test::DaemonOnMac on_;
+};
+
+TEST_F(MainJob, BringsThePictureBackWhenTheHotKeyIsPressed) {
+  const auto wanted = on_.mac.display("Left").modeNumber;
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(2);
+  ASSERT_NE(on_.mac.display("Left").modeNumber, wanted);
+  const std::size_t postsBefore = on_.mac.distributedPosts().size();
+  EXPECT_TRUE(press());
+  EXPECT_EQ(on_.mac.display("Left").modeNumber, wanted);
+  on_.mac.advance(2);
+  EXPECT_EQ(postsSince(postsBefore), (std::vector<std::string>{"kVLMModeChanged", "reloadPreferences"}));
+  EXPECT_TRUE(on_.hasLogged("[Velmoratix4] Applying display set from hotkey"));
+}
+
+TEST_F(MainJob, RecordsWhatAnotherProgramChangedWithoutFightingIt) {
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(5);
+  on_.inside([&](VLMGlobals& document) {
+    const auto left = document.displayWithcgID(on_.mac.display("Left").id);
+    EXPECT_EQ(left->currentMode.get()->Nx, 1280U);
+    const Dictionary saved = on_.settings();
+    const Dictionary* record = saved.dictionary("allDisplays")->dictionary(std::to_string(*left->monitorResID));
+    ASSERT_NE(record, nullptr);
+    EXPECT_EQ(record->uInt32("currentMode"), left->currentMode.get()->modeUniqueID);
+  });
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
+}
+
+TEST_F(MainJob, StepsThroughSetsThatShareAHotKey) {
+  on_.inside([&](VLMGlobals& document) {
+    const auto first = document.displaySetsArray.front();
+    const auto second = VLMDisplaySet::initAndDecodeReadableWith(first->encodeReadable());
+    second->uniqueID = document.findNextSetUniqueID();
+    second->container = &document;
+    const auto left = document.displayWithcgID(on_.mac.display("Left").id);
+    for (const auto& mode : left->validDisplayModes) {
+      if (mode->Nx == 1280 && mode->Ny == 720) second->monitorWithID(left->monitorResID)->modeUniqueID = mode->modeUniqueID;
+    }
+    for (const auto& monitor : second->monitorArray) monitor->dispIsPresent = true;
+    document.displaySetsArray.push_back(second);
+  });
+  press();
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
+  on_.mac.advance(2);
+  press();
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
+}
+
+TEST_F(MainJob, FollowsADisplayThatGoesAndComesBack) {
+  ASSERT_EQ(on_.mac.unplug("Left"), std::nullopt);
+  on_.mac.advance(3);
+  on_.inside([](VLMGlobals& document) { EXPECT_EQ(document.displayArray.size(), 2U); });
+  EXPECT_EQ(on_.settings().array("volatileDisplays")->size(), 2U);
+  EXPECT_EQ(on_.settings().dictionary("allDisplays")->count(), 3U);
+  ASSERT_EQ(on_.mac.plug("Left"), std::nullopt);
+  on_.mac.advance(3);
+  EXPECT_EQ(on_.settings().dictionary("allDisplays")->count(), 3U);
+  const auto& posts = on_.mac.distributedPosts();
+  EXPECT_GE(std::count_if(posts.begin(), posts.end(), [](const auto& post) { return post.object == "monitorsChanged"; }), 2);
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(2);
+  press();
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
+}
+
+TEST_F(MainJob, LeavesRecordsOfAbsentDisplaysAndUnknownKeysAlone) {
+  on_.inside([](VLMGlobals& document) { document.quitDaemon({}); });
+  on_.mac.turn();
+  Dictionary settings = on_.settings();
+  const Dictionary absent{{"monitorResID", 4711}, {"sysMonitorName", "Old"}, {"monitorTiming", Dictionary{{"minH", 30.5}}},
+                          {"displayVendorID", 1}, {"displayModes", Array{}}, {"somethingElse", Array{1, 2}}};
+  Dictionary all = *settings.dictionary("allDisplays");
+  all.set("4711", absent);
+  settings.set("allDisplays", all);
+  settings.set("controlApplicationsOwn", Dictionary{{"deep", Array{true, 1.5}}});
+  on_.writeSettings(settings);
+  on_.launch();
+  on_.mac.advance(3);
+  press();
+  on_.mac.advance(3);
+  const Dictionary after = on_.settings();
+  EXPECT_EQ(*after.find("controlApplicationsOwn"), *settings.find("controlApplicationsOwn"));
+  const Dictionary* kept = after.dictionary("allDisplays")->dictionary("4711");
+  ASSERT_NE(kept, nullptr);
+  EXPECT_EQ(*kept->find("monitorTiming"), *absent.find("monitorTiming"));
+}
+
+TEST_F(MainJob, ReloadsWhenTheControlApplicationSaysSo) {
+  Dictionary settings = on_.settings();
+  settings.set("displaySetsArray", Array{});
+  on_.writeSettings(settings);
+  on_.mac.postDistributed({.name = test::kDaemonIdentifier, .object = "reloadPreferences", .userInfo = {}});
+  on_.mac.turn();
+  on_.inside([](VLMGlobals& document) { EXPECT_TRUE(document.displaySetsArray.empty()); });
+  EXPECT_FALSE(on_.mac.pressKey(kFirstSetKey, kFirstSetModifiers));
+}
+
+TEST_F(MainJob, SwitchesOneDisplayAtTheControlApplicationsCommand) {
+  const auto [display, mode] = on_.inside([&](VLMGlobals& document) {
+    const auto left = document.displayWithcgID(on_.mac.display("Left").id);
+    const auto found = std::find_if(left->validDisplayModes.begin(), left->validDisplayModes.end(),
+                                    [](const auto& candidate) { return candidate->Nx == 1280 && candidate->Ny == 720; });
+    (*found)->menuVal = 2;
+    return std::pair(*left->monitorResID, static_cast<std::int32_t>((*found)->modeUniqueID));
+  });
+  for (const Dictionary& userInfo : {Dictionary{}, Dictionary{{"parameter1", display}}, Dictionary{{"parameter1", "x"}, {"parameter2", mode}},
+                                     Dictionary{{"parameter1", 9}, {"parameter2", mode}}}) {
+    on_.mac.postDistributed({.name = test::kDaemonIdentifier, .object = "kVLMUseThisMode", .userInfo = userInfo});
+  }
+  on_.mac.turn();
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
+  on_.mac.postDistributed({.name = test::kDaemonIdentifier,
+                           .object = "kVLMUseThisMode",
+                           .userInfo = Dictionary{{"parameter1", display}, {"parameter2", mode}}});
+  on_.mac.turn();
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
+}
+
+TEST_F(MainJob, LeavesHotKeyEventsOfOthersUnhandled) {
+  on_.inside([](VLMGlobals& document) {
+    CarbonEvent event{.eventClass = kEventClassKeyboard, .eventKind = kEventHotKeyPressed, .directObject = EventHotKeyID{1, 26381}, .processID = {}};
+    EXPECT_EQ(VLMDaemonMainController::Daemon_AppCommandProcess(event, document), eventNotHandledErr);
+    event.directObject->signature = kHotKeySignature;
+    // Unhandled on purpose, though the set is applied.
+    EXPECT_EQ(VLMDaemonMainController::Daemon_AppCommandProcess(event, document), eventNotHandledErr);
+    event.directObject->id = kHotKeyOpenControlApp;
+    EXPECT_EQ(VLMDaemonMainController::Daemon_AppCommandProcess(event, document), noErr);
+  });
+}
+
+}  // namespace
+}  // namespace vlm

@@ -1,0 +1,289 @@
+#include <gtest/gtest.h>
+
+#include "Models/VLMChangeRecorder.h"
+#include "Platform/UserInterface.h"
+#include "Tests/Support/DisplaysOnMac.h"
+
+/// The changes of one display: what is asked of the system, in which order, and what is not.
+namespace vlm {
+namespace {
+
+using test::DisplaysOnMac;
+using Lines = std::vector<std::string>;
+
+constexpr const char* kBegin = "daemon: CGBeginDisplayConfiguration()";
+constexpr const char* kComplete = "daemon: CGCompleteDisplayConfiguration(2) = 0";
+
+sim::MachineDescription withDepths(sim::MachineDescription machine, const std::vector<std::uint32_t>& depths) {
+  for (sim::DisplayDescription& display : machine.displays) display.modeOptions.depths = depths;
+  return machine;
+}
+
+std::string modeLine(const std::string& name, std::int32_t number) {
+  return "daemon: CGSConfigureDisplayMode(" + name + ", " + std::to_string(number) + ")";
+}
+
+TEST(SetDisplayMode, ChoosesTheDepth) {
+  const struct {
+    const char* name;
+    std::int32_t current;
+    std::int32_t modeHas;
+    std::optional<std::int64_t> asked;
+    /// Slot of the mode number that is set; none when nothing happens.
+    std::optional<std::size_t> slot;
+  } rows[] = {
+      {.name = "keeps the current one", .current = 16, .modeHas = 8 | 16 | 32, .asked = 0, .slot = 1},
+      {.name = "deepest without the current one", .current = 16, .modeHas = 8 | 32, .asked = 0, .slot = 2},
+      {.name = "deepest asked for", .current = 8, .modeHas = 8 | 16 | 32, .asked = 127, .slot = 2},
+      {.name = "a certain one", .current = 32, .modeHas = 8 | 16 | 32, .asked = 8, .slot = 0},
+      {.name = "none given", .current = 16, .modeHas = 8 | 16 | 32, .asked = {}, .slot = 1},
+      {.name = "one that the mode lacks", .current = 32, .modeHas = 8 | 16 | 32, .asked = 256, .slot = {}},
+      {.name = "nonsense", .current = 32, .modeHas = 8 | 16 | 32, .asked = -5, .slot = {}},
+  };
+  for (const auto& row : rows) {
+    DisplaysOnMac displays(withDepths(sim::desktopWith({"Left"}), {8, 16, 32}));
+    const auto left = displays["Left"];
+    const auto mode = displays.mode("Left", 1280, 720);
+    left->currentDepth = row.current;
+    mode->colorMask = row.modeHas;
+    left->setDisplayMode(mode, row.asked, false, false, nullptr, false);
+    const Lines expected = row.slot ? Lines{modeLine("Left", mode->sysModeID[*row.slot])} : Lines{};
+    EXPECT_EQ(displays.process.newJournalLines("CGSConfigureDisplayMode"), expected) << row.name;
+    EXPECT_EQ(left->rezChangeOriginatedFromMe, row.slot.has_value()) << row.name;
+  }
+}
+
+TEST(SetDisplayMode, LeavesWhatIsInForceUnlessForced) {
+  DisplaysOnMac displays(sim::desktopWith({"Left"}));
+  const auto left = displays["Left"];
+  const auto current = left->currentMode.get();
+  EXPECT_FALSE(left->willChangeModeAndDepth(current, 0));
+  EXPECT_FALSE(left->willChangeModeAndDepth(nullptr, 0));
+  left->setDisplayMode(current, 0, false, false, nullptr, false);
+  left->setDisplayMode(nullptr, std::nullopt, true, false, nullptr, false);
+  EXPECT_EQ(displays.process.newJournalLines(), Lines{});
+  left->setDisplayMode(current, 0, true, false, nullptr, false);
+  EXPECT_EQ(displays.process.newJournalLines(), (Lines{kBegin, modeLine("Left", current->sysModeID[2]), kComplete}));
+}
+
+TEST(SetDisplayMode, OfACopyMakesItThePrimaryDisplayFirst) {
+  DisplaysOnMac displays(sim::laptopWith({"Left"}));
+  {
+    DisplayTransaction mirroring;
+    os().quartz.CGConfigureDisplayMirrorOfDisplay(mirroring.config(), displays["Left"]->cgID,
+                                                  displays["Built-in"]->cgID);
+  }
+  displays.process.newJournalLines();
+  const auto mode = displays.mode("Left", 1280, 720);
+  displays["Left"]->setDisplayMode(mode, 0, false, false, nullptr, false);
+  EXPECT_EQ(displays.process.newJournalLines(),
+            (Lines{kBegin, "daemon: CGConfigureDisplayMirrorOfDisplay(Built-in, Left)", kComplete, kBegin,
+                   modeLine("Left", mode->sysModeID[2]), kComplete}));
+}
+
+TEST(SetDisplayMode, AsksAboutAModeThatIsNotConfirmed) {
+  const struct {
+    const char* name;
+    std::int32_t menuVal;
+    std::optional<std::uint32_t> answer;
+    std::size_t alerts;
+    bool isKept;
+    std::int32_t menuValAfterwards;
+  } rows[] = {
+      {.name = "kept",
+       .menuVal = 1,
+       .answer = kCFUserNotificationOtherResponse,
+       .alerts = 1,
+       .isKept = true,
+       .menuValAfterwards = 2},
+      {.name = "refused",
+       .menuVal = 1,
+       .answer = kCFUserNotificationDefaultResponse,
+       .alerts = 1,
+       .isKept = false,
+       .menuValAfterwards = 1},
+      {.name = "nobody there", .menuVal = 1, .answer = {}, .alerts = 1, .isKept = false, .menuValAfterwards = 1},
+      {.name = "confirmed", .menuVal = 2, .answer = {}, .alerts = 0, .isKept = true, .menuValAfterwards = 2},
+  };
+  for (const auto& row : rows) {
+    DisplaysOnMac displays(sim::desktopWith({"Left"}));
+    displays.mac().alertAnswer = row.answer;
+    const auto mode = displays.mode("Left", 1280, 720);
+    const std::uint32_t before = displays.mac().display("Left").modeNumber;
+    mode->menuVal = row.menuVal;
+    displays["Left"]->setDisplayMode(mode, 0, false, true, nullptr, false);
+    EXPECT_EQ(displays.process.newJournalLines("CFUserNotificationDisplayAlert").size(), row.alerts) << row.name;
+    EXPECT_EQ(displays.mac().display("Left").modeNumber == before, !row.isKept) << row.name;
+    EXPECT_EQ(mode->menuVal, row.menuValAfterwards) << row.name;
+  }
+}
+
+TEST(SetDisplayPosition, MovesOnlyWhatStandsElsewhere) {
+  DisplaysOnMac displays(sim::laptopWith({"Left"}));
+  const auto left = displays["Left"];
+  const DisplayPosition here = left->displayPosition();
+  EXPECT_EQ(here, (DisplayPosition{.v = 0, .h = 1440}));
+  left->setDisplayPositionTo(here, nullptr);
+  EXPECT_EQ(displays.process.newJournalLines(), Lines{});
+  DisplayTransaction transaction;
+  left->setDisplayPositionTo({.v = -1440, .h = 20}, &transaction);
+  EXPECT_EQ(left->displayPosition(), here);
+  transaction.complete();
+  EXPECT_EQ(left->displayPosition(), (DisplayPosition{.v = -1440, .h = 20}));
+  EXPECT_EQ(displays.process.newJournalLines(),
+            (Lines{kBegin, "daemon: CGSConfigureDisplayOrigin(Left, 20, -1440)", kComplete}));
+}
+
+TEST(SetIsActive, RefusesWhatCannotBe) {
+  DisplaysOnMac alone(sim::desktopWith({"Left"}));
+  EXPECT_FALSE(alone["Left"]->willChangeActiveIn(false));
+  EXPECT_FALSE(alone["Left"]->willChangeActiveIn(true));
+  EXPECT_FALSE(alone["Left"]->setIsActive(false, nullptr));
+}
+
+TEST(SetIsActive, DoesNotTurnTheLastDisplayOffWithinOneTransaction) {
+  DisplaysOnMac displays(sim::desktopWith({"Left", "Right"}));
+  DisplayTransaction transaction;
+  EXPECT_TRUE(displays["Left"]->setIsActive(false, &transaction));
+  EXPECT_FALSE(displays["Left"]->setIsActive(false, &transaction));
+  EXPECT_FALSE(displays["Right"]->setIsActive(false, &transaction));
+  // A change of mind leaves both on.
+  EXPECT_TRUE(displays["Left"]->willChangeActiveIn(true));
+  EXPECT_TRUE(displays["Left"]->setIsActive(true, &transaction));
+  transaction.complete();
+  EXPECT_TRUE(displays.mac().display("Left").enabled && displays.mac().display("Right").enabled);
+}
+
+TEST(SetIsActive, IsTheDaemonsOwnChangeAndTakesTheCursorAlong) {
+  DisplaysOnMac displays(sim::laptopWith({"Left"}));
+  VLMGlobals& document = displays.document();
+  document.activityChangeOriginatedFromMe = false;
+  document.quitDockAfterDisabling = document.quitDockAfterEnabling = true;
+  document.forceSleepAfterDisable = true;
+  EXPECT_TRUE(displays["Left"]->setIsActive(false, nullptr));
+  EXPECT_TRUE(document.activityChangeOriginatedFromMe);
+  EXPECT_FALSE(displays["Left"]->isEnabled || displays["Left"]->isActive());
+  EXPECT_EQ(displays.process.newJournalLines(),
+            (Lines{kBegin, "daemon: CGSConfigureDisplayEnabled(Left, false)", "daemon: CGDisplayShowCursor(0)",
+                   "daemon: IORegistryEntrySetCFProperty(IODisplayWrangler, IORequestIdle, true)", kComplete,
+                   "daemon: performAfterDelay(1)"}));
+  displays.mac().advance(0.9);
+  EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(), 0U);
+  displays.mac().advance(0.2);
+  EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(), 1U);
+  // Whoever gave the transaction sees to the Dock.
+  DisplayTransaction transaction;
+  EXPECT_TRUE(displays["Left"]->setIsActive(true, &transaction));
+  transaction.complete();
+  displays.mac().advance(2);
+  EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(), 0U);
+}
+
+TEST(SetIsActive, KeepsTheBrightnessWhileADisplayIsOff) {
+  DisplaysOnMac displays(sim::laptopWith({"Left"}));
+  const auto panel = displays["Built-in"];
+  panel->useBrightness = true;
+  panel->setBrightness(0.4F);
+  EXPECT_TRUE(panel->setIsActive(false, nullptr));
+  EXPECT_FLOAT_EQ(panel->savedBrightness, 1.4F);
+  EXPECT_EQ(displays.mac().display("Built-in").brightness, 0.0F);
+  EXPECT_TRUE(panel->setIsActive(true, nullptr));
+  EXPECT_NEAR(displays.mac().display("Built-in").brightness, 0.4F, 1e-6);
+  // Without a stored one it is left alone.
+  panel->savedBrightness = 0;
+  displays.mac().display("Built-in").enabled = false;
+  displays.process.newJournalLines();
+  EXPECT_TRUE(panel->setIsActive(true, nullptr));
+  EXPECT_EQ(displays.process.newJournalLines("DisplayServicesSetBrightness"), Lines{});
+}
+
+TEST(SetIsActive, DarkensLaterAndNotWhenTheDisplayIsOnAgain) {
+  DisplaysOnMac displays(sim::laptopWith({"Left"}));
+  const auto left = displays["Left"];
+  auto& gamma = displays.mac().display("Left").gamma;
+  left->useGamma = true;
+  left->gammaDelay = 5;
+  gamma.redMax = 0.5F;
+  EXPECT_TRUE(left->setIsActive(false, nullptr));
+  displays.mac().advance(4.9);
+  EXPECT_EQ(gamma.redMax, 0.5F);
+  displays.mac().advance(0.2);
+  EXPECT_TRUE(gamma.redMax == 0 && gamma.greenMax == 0 && gamma.blueMax == 0);
+  EXPECT_TRUE(left->setIsActive(true, nullptr));
+  EXPECT_TRUE(gamma.redMax == 0.5F && gamma.greenMax == 1);
+  EXPECT_TRUE(left->setIsActive(false, nullptr));
+  displays.mac().advance(1);
+  EXPECT_TRUE(left->setIsActive(true, nullptr));
+  displays.mac().advance(10);
+  EXPECT_EQ(gamma.redMax, 0.5F);
+}
+
+TEST(SetGamma, TakesTheIdentityUntilAFormulaWasKept) {
+  DisplaysOnMac displays(sim::laptopWith({"Left"}));
+  auto& gamma = displays.mac().display("Left").gamma;
+  gamma = {.redMin = 0.1F, .redMax = 0.8F, .redGamma = 2};
+  DisplayTransaction transaction;
+  const CGDisplayConfigRef before = transaction.config();
+  displays["Left"]->setGamma(0.5F, &transaction);
+  EXPECT_NE(transaction.config(), before);
+  EXPECT_EQ(gamma, (DisplayTransferFormula{.redMax = 0.5F, .greenMax = 0.5F, .blueMax = 0.5F}));
+  gamma = {.redMin = 0.1F, .redMax = 0.8F, .redGamma = 2};
+  displays["Left"]->keepGamma();
+  displays["Left"]->setGamma(0.5F, nullptr);
+  EXPECT_EQ(gamma,
+            (DisplayTransferFormula{.redMin = 0.1F, .redMax = 0.4F, .redGamma = 2, .greenMax = 0.5F, .blueMax = 0.5F}));
+}
+
+TEST(SetBrightness, SendsWhatTheWayToItTakes) {
+  DisplaysOnMac displays(sim::laptopWith({"Left", "Right"}));
+  const auto panel = displays["Built-in"], left = displays["Left"], right = displays["Right"];
+  const auto sent = [&] {
+    Lines lines = displays.process.newJournalLines();
+    std::erase_if(lines, [](const std::string& line) { return line.find("sleep(") != std::string::npos; });
+    return lines;
+  };
+  panel->setBrightness(3);
+  EXPECT_EQ(panel->brightness, 3.0F);
+  panel->setBrightness(-0.5F);
+  panel->setBrightness(std::numeric_limits<float>::quiet_NaN());
+  EXPECT_EQ(panel->brightness, 3.0F);
+  panel->setBrightness(0.75F);
+  right->setBrightness(0.3F);
+  EXPECT_EQ(right->brightness, 0.3F);
+  EXPECT_EQ(sent(), Lines{});
+  panel->setBrightness(0.25F);
+  left->setBrightness(0.5F);
+  left->setBrightness(0.5F);
+  EXPECT_EQ(sent(), (Lines{"daemon: DisplayServicesSetBrightness(Built-in, 0.25)",
+                           "daemon: IOI2CSendRequest(Left, 51 84 03 10 00 32 9a)"}));
+  // A monitor that never told its maximum.
+  left->maxBrightness = 0;
+  left->setBrightness(0.2F);
+  EXPECT_EQ(sent(), (Lines{"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 14 bc)"}));
+  EXPECT_EQ(left->savedLastSetBrightness, 0.2F);
+  EXPECT_TRUE(panel->willSetBrightness(std::numeric_limits<float>::quiet_NaN()) && !right->willSetBrightness(1));
+}
+
+TEST(Transactions, EndOnceAndKnowOfAllThatAreOpen) {
+  DisplaysOnMac displays(sim::desktopWith({"Left", "Right"}));
+  const CGDirectDisplayID left = displays["Left"]->cgID;
+  DisplayTransaction outer;
+  outer.willTurnOff(left);
+  {
+    JoinedTransaction joined(&outer);
+    JoinedTransaction own(nullptr);
+    EXPECT_TRUE(own.isOwn() && !joined.isOwn() && own->config() != outer.config());
+    EXPECT_TRUE(DisplayTransaction::isGoingOff(left));
+    joined.completeWhenOwn();
+    own.completeWhenOwn();
+  }
+  EXPECT_EQ(displays.process.newJournalLines(), (Lines{kBegin, kBegin, kComplete}));
+  outer.restart();
+  EXPECT_FALSE(DisplayTransaction::isGoingOff(left));
+  outer.complete();
+  outer.willTurnOff(left);
+  EXPECT_FALSE(DisplayTransaction::isGoingOff(left));
+}
+
+}  // namespace
+}  // namespace vlm

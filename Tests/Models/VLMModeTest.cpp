@@ -1,0 +1,191 @@
+#include "Models/VLMMode.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "Models/VLMOverrideDisplayName.h"
+
+namespace vlm {
+namespace {
+
+using plist::Dictionary;
+using Compare = int (VLMMode::*)(const VLMMode&) const;
+
+std::shared_ptr<VLMMode> modeOf(std::uint32_t width, std::uint32_t height, float hz = 60) {
+  auto mode = VLMMode::init();
+  mode->Nx = width;
+  mode->Ny = height;
+  mode->Hz = hz;
+  return mode;
+}
+
+Dictionary wholeMode() {
+  Dictionary mode{{"modeName", "Désk"},
+                  {"freqName", "fast"},
+                  {"Nx", 1920},
+                  {"Ny", 1080},
+                  {"Hz", 59.9375},
+                  {"isVRR", 2},
+                  {"colorMask", 0x60},
+                  {"deskResID", -7},
+                  {"orientation", 270},
+                  {"dpi", 2.0},
+                  {"aliasedModeID", 0},
+                  {"vesaMode", -1},
+                  {"modeUniqueID", 77},
+                  {"pixClock", 533250000},
+                  {"totalPixels", 4444000},
+                  {"totalPixelsMin", 11110000},
+                  {"sysFlags", 0x80000003U},
+                  {"flags", 0x40000000U},
+                  {"resolutionType", 1},
+                  {"IOFBModeID", -2},
+                  {"menuVal", 2},
+                  {"interlaced", true},
+                  {"isValidAct", true},
+                  {"hasIcon", true},
+                  {"showInfo", true},
+                  {"isNative", true},
+                  {"isScaled", true}};
+  for (int slot = 0; slot < VLMMode::kDepthSlots; ++slot) mode.set("sysModeID[" + std::to_string(slot) + "]", slot - 1);
+  return mode;
+}
+
+TEST(Mode, ComesBackFromItsEncodingUnchanged) {
+  EXPECT_EQ(VLMMode::initAndDecodeReadableWith(wholeMode())->encodeReadable(), wholeMode());
+}
+
+TEST(Mode, MendsWhatAFileGotWrongAndTakesZeroForWhatItLacks) {
+  const auto mode = VLMMode::initAndDecodeReadableWith(
+      {{"isVRR", 3}, {"dpi", -1}, {"vesaMode", 0x18000}, {"modeUniqueID", -1}, {"Nx", "wide"}, {"modeName", ""}});
+  EXPECT_EQ(mode->isVRR, 0U);
+  EXPECT_EQ(mode->definition, 1.0F);
+  EXPECT_EQ(mode->vesaMode, -32768);
+  EXPECT_EQ(mode->modeUniqueID, VLMMode::kNoUniqueID);
+  EXPECT_EQ(mode->Nx, 0U);
+  // Unlike a fresh mode's, which has none of the depths.
+  EXPECT_EQ(mode->sysModeID[8], 0);
+  EXPECT_EQ(VLMMode::init()->sysModeID[8], -1);
+  EXPECT_FALSE(mode->encodeReadable().contains("modeName"));
+  EXPECT_EQ(mode->encodeReadable().uInt64("modeUniqueID"), 0xFFFFFFFFU);
+}
+
+TEST(Mode, CountsItsAliasesAndIsNoLongerChosenWhenItBecomesOne) {
+  const auto first = VLMMode::init(), second = VLMMode::init();
+  second->modeUniqueID = 5;
+  {
+    const auto alias = VLMMode::init();
+    alias->isValidAct = true;
+    alias->setAliasedMode(first);
+    EXPECT_FALSE(alias->isValidAct);
+    alias->setAliasedMode(second);
+    EXPECT_EQ(first->destinationOfAlias, 0);
+    EXPECT_EQ(second->destinationOfAlias, 1);
+    alias->aliasedModeID = 3;
+    EXPECT_EQ(alias->encodeReadable().sInt32("aliasedModeID"), 5);
+  }
+  EXPECT_EQ(second->destinationOfAlias, 0);
+}
+
+TEST(ModeOrder, GoesByEachKeyInTurn) {
+  const auto base = [] { return modeOf(1920, 1080); };
+  const struct {
+    const char* name;
+    void (*change)(VLMMode&);
+    /// Of the changed mode against the unchanged one.
+    int order;
+  } kRows[] = {
+      {.name = "wider, though lower", .change = [](VLMMode& m) { m.Nx = 2000, m.Ny = 1; }, .order = -1},
+      {.name = "higher, at a lower scale", .change = [](VLMMode& m) { m.Ny = 1081, m.definition = -1; }, .order = -1},
+      {.name = "HiDPI, slower", .change = [](VLMMode& m) { m.definition = 2, m.Hz = 1; }, .order = -1},
+      {.name = "faster, interlaced", .change = [](VLMMode& m) { m.Hz = 61, m.interlaced = true; }, .order = -1},
+      {.name = "interlaced, variable", .change = [](VLMMode& m) { m.interlaced = true, m.isVRR = 2; }, .order = 1},
+      {.name = "variable", .change = [](VLMMode& m) { m.isVRR = 1; }, .order = -1},
+      {.name = "no rate at all",
+       .change = [](VLMMode& m) { m.Hz = std::numeric_limits<float>::quiet_NaN(); },
+       .order = 1},
+      {.name = "the same", .change = [](VLMMode&) {}, .order = 0},
+  };
+  for (const auto& row : kRows) {
+    const auto changed = base();
+    row.change(*changed);
+    EXPECT_EQ(changed->modeCompare(*base()), row.order) << row.name;
+    EXPECT_EQ(base()->modeCompare(*changed), -row.order) << row.name;
+  }
+}
+
+TEST(ModeOrder, BySurfaceFrequencyAndShape) {
+  const auto timed = modeOf(640, 480, 0);
+  timed->pixClock = 120 * 1000;
+  timed->totalPixels = 1000;
+  const struct {
+    const char* name;
+    Compare compare;
+    std::shared_ptr<VLMMode> first, second;
+  } kRows[] = {
+      {.name = "larger area",
+       .compare = &VLMMode::surfaceCompare,
+       .first = modeOf(1000, 1000),
+       .second = modeOf(1900, 500)},
+      {.name = "areas from 2^31 on wrap",
+       .compare = &VLMMode::surfaceCompare,
+       .first = modeOf(1, 1),
+       .second = modeOf(65536, 32768)},
+      {.name = "rate from the timing",
+       .compare = &VLMMode::frequencyCompare,
+       .first = timed,
+       .second = modeOf(1920, 1080, 60)},
+      {.name = "equal rates, larger first",
+       .compare = &VLMMode::frequencyCompare,
+       .first = modeOf(9, 9),
+       .second = modeOf(8, 8)},
+      {.name = "longer shape, smaller",
+       .compare = &VLMMode::aspectRatioCompare,
+       .first = modeOf(160, 90),
+       .second = modeOf(4000, 3000)},
+      {.name = "one name, larger first",
+       .compare = &VLMMode::aspectRatioCompare,
+       .first = modeOf(1920, 1080),
+       .second = modeOf(1366, 768)},
+      {.name = "portrait against landscape",
+       .compare = &VLMMode::aspectRatioCompare,
+       .first = modeOf(900, 1600),
+       .second = modeOf(4000, 3000)},
+  };
+  for (const auto& row : kRows) {
+    EXPECT_EQ(((*row.first).*(row.compare))(*row.second), -1) << row.name;
+    EXPECT_EQ(((*row.second).*(row.compare))(*row.first), 1) << row.name;
+  }
+}
+
+TEST(ModeSortKey, IsWhatItHasAlwaysBeen) {
+  const auto mode = modeOf(1920, 1080, 59.5F);
+  EXPECT_EQ(mode->modeCompareSortKey(), (1920ULL << 40 | 1080ULL << 16 | 15232ULL));
+  mode->isVRR = 1;
+  EXPECT_EQ(mode->frequencySortKey(), 59ULL * 65536 + 32768 + 1);
+  mode->Ny = 0x80000000;
+  EXPECT_EQ(mode->modeCompareSortKey() >> 48, 0xFFFFU);
+  EXPECT_EQ(mode->surfaceCompareSortKey(), 1920ULL << 31);
+  EXPECT_EQ(VLMMode::init()->frequencySortKey(), 0U);
+  mode->Hz = 1e30F;
+  EXPECT_EQ(mode->frequencySortKey(), 0U) << "held to 64 bits, then the unit of variable refresh wraps it";
+  mode->Hz = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_EQ(mode->frequencySortKey(), 0U);
+}
+
+TEST(DisplayNameRecord, IsModifiedWhenTheOverrideOfItWouldDiffer) {
+  const auto record = VLMOverrideDisplayName::initWithString("A", kOverrideFoundInOverrideFile, true);
+  EXPECT_FALSE(record->isModified());
+  record->name = "B";
+  EXPECT_TRUE(record->isModified());
+  record->original->shouldOverride = record->shouldOverride = false;
+  EXPECT_FALSE(record->isModified());
+  EXPECT_EQ(VLMOverrideDisplayName::initWithString({}, 1, true), nullptr);
+  const auto saved = VLMOverrideDisplayName::initAndDecodeReadableWith({{"name", "C"}, {"shouldOverride", true}});
+  EXPECT_EQ(saved->status, kOverrideFoundInSettings);
+  EXPECT_TRUE(saved->isModified()) << "nothing is known to be in a file yet";
+}
+
+}  // namespace
+}  // namespace vlm

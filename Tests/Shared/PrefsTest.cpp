@@ -1,0 +1,71 @@
+#include "Shared/Prefs.h"
+
+#include <gtest/gtest.h>
+
+#include "Platform/Files.h"
+#include "Platform/Preferences.h"
+#include "Shared/CheckedRelease.h"
+#include "Simulator/Mac/SimulatedMac.h"
+
+namespace vlm {
+namespace {
+
+class Prefs : public ::testing::Test {
+ protected:
+  Prefs() : mac_(sim::MachineDescription{}), scope_(mac_.addSession({.name = "daemon"}).process()) {}
+
+  sim::SimulatedMac mac_;
+  Process::Scope scope_;
+};
+
+TEST_F(Prefs, AreReadFromTheMachineWideFileOnlyWhileTheUserHasNone) {
+  const std::string file = "/Preferences/org.kelvane.velmoratix.daemon.plist";
+  const std::string own = mac_.homeFolder() + "/Library" + file;
+  const std::string machineWide = *os().files.libraryDirectory(Files::Domain::local) + file;
+  EXPECT_EQ(Prefs_GetVLM4PrefsURL(false), own);
+  ASSERT_EQ(os().files.writeToURLAtomically({{"a", 1}}, machineWide), std::nullopt);
+  EXPECT_EQ(Prefs_GetVLM4PrefsURL(false), machineWide);
+  EXPECT_EQ(Prefs_GetVLM4PrefsURL(true), own);
+  ASSERT_EQ(os().files.writeToURLAtomically({{"a", 2}}, own), std::nullopt);
+  EXPECT_EQ(Prefs_GetVLM4PrefsURL(false), own);
+}
+
+TEST_F(Prefs, HoldDictionariesAndTakeAnythingElseForAbsent) {
+  const std::string domain = "org.kelvane.velmorati.desktop-layout";
+  const plist::Dictionary origins{{"1", 5}};
+  Common_SaveDictFromUser("Origins", origins, domain);
+  os().preferences.CFPreferencesSetValue("IconsPos", "text", domain);
+  EXPECT_EQ(Common_LoadDictFromUser("Origins", domain), origins);
+  EXPECT_EQ(Common_LoadDictMutableFromUser("Origins", domain), origins);
+  for (const char* key : {"IconsPos", "WindowPos"}) {
+    SCOPED_TRACE(key);
+    EXPECT_EQ(Common_LoadDictFromUser(key, domain), std::nullopt);
+    EXPECT_EQ(Common_LoadDictMutableFromUser(key, domain), plist::Dictionary());
+  }
+  EXPECT_TRUE(mac_.log.empty());
+}
+
+struct Counted : CountedObject {
+  explicit Counted(std::int64_t references) : count(references) {}
+  std::int64_t retainCount() const override { return count; }
+  void release() override { --count; }
+  std::int64_t count;
+};
+
+TEST_F(Prefs, CheckedReleaseTellsOfMistakesAndReleasesAllTheSame) {
+  Counted held(1), unheld(0);
+  Common_CheckedRelease(&held, "value");
+  EXPECT_EQ(held.count, 0);
+  EXPECT_TRUE(mac_.log.empty());
+
+  const std::string line = std::to_string(__LINE__ + 1);
+  Common_CheckedRelease(nullptr, "value"), Common_CheckedRelease(&unheld, "dict");
+  EXPECT_EQ(unheld.count, -1);
+  EXPECT_EQ(mac_.log, (std::vector<std::string>{
+                          "daemon:  Velmoratix -- NULL CFRelease(value) : file PrefsTest.cpp, line " + line + ":\n",
+                          "daemon:  Velmoratix -- Unretained CFObject dict : count 0 : file PrefsTest.cpp, line " +
+                              line + ":\n"}));
+}
+
+}  // namespace
+}  // namespace vlm

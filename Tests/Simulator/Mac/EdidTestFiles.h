@@ -1,0 +1,66 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <numeric>
+#include <vector>
+
+#include "Simulator/Mac/Edid.h"
+
+/// EDIDs written down byte by byte for tests of their reader: not made by the composer, which is its counterpart.
+namespace vlm::sim::testing {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// CTA-861 video codes 16 and 5 as detailed timing descriptors, as many televisions carry them.
+constexpr std::array<std::uint8_t, 18> kFullHd60 = {0x02, 0x3a, 0x80, 0x18, 0x71, 0x38, 0x2d, 0x40, 0x58,
+                                                    0x2c, 0x45, 0x00, 0xc4, 0x8e, 0x21, 0x00, 0x00, 0x1e};
+constexpr std::array<std::uint8_t, 18> kFullHdInterlaced60 = {0x01, 0x1d, 0x80, 0x18, 0x71, 0x1c, 0x16, 0x20, 0x58,
+                                                              0x2c, 0x25, 0x00, 0xc4, 0x8e, 0x21, 0x00, 0x00, 0x9e};
+/// Code 39, the one whose two fields are equally long.
+constexpr std::array<std::uint8_t, 18> kFullHdInterlaced50Even = {0x20, 0x1c, 0x80, 0x80, 0x71, 0x1c, 0x55, 0x20, 0x20,
+                                                                  0xa8, 0x75, 0x04, 0xc4, 0x8e, 0x21, 0x00, 0x00, 0x9a};
+
+inline void fixChecksum(Bytes& edid, std::size_t block) {
+  const auto first = edid.begin() + static_cast<std::ptrdiff_t>(128 * block);
+  const unsigned sum = std::accumulate(first, first + 127, 0U);
+  *(first + 127) = static_cast<std::uint8_t>((256 - sum % 256) % 256);
+}
+
+template <typename Container>
+void put(Bytes& edid, std::size_t offset, const Container& bytes) {
+  std::copy(std::begin(bytes), std::end(bytes), edid.begin() + static_cast<std::ptrdiff_t>(offset));
+}
+
+/// A digital EDID 1.3 of vendor ABC, product 0x1234, week 10 of 2011, 53 by 30 cm, without any timing.
+inline Bytes emptyBase() {
+  Bytes edid(128, 0);
+  put(edid, 0, Bytes{0x00, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x00, 0x04, 0x43, 0x34, 0x12,
+                     0x78, 0x56, 0x34, 0x12, 0x0a, 0x15, 0x01, 0x03, 0x80, 0x35, 0x1e, 0x78});
+  for (std::size_t i = 38; i < 54; ++i) edid[i] = 1;
+  for (std::size_t i = 54; i < 126; i += 18) edid[i + 3] = 0x10;
+  fixChecksum(edid, 0);
+  return edid;
+}
+
+/// The same with a first detailed timing.
+inline Bytes baseWith(const std::array<std::uint8_t, 18>& descriptor) {
+  Bytes edid = emptyBase();
+  put(edid, 54, descriptor);
+  fixChecksum(edid, 0);
+  return edid;
+}
+
+/// Appends an extension block that begins with these bytes.
+inline Bytes withExtension(Bytes edid, const Bytes& content) {
+  const std::size_t block = edid.size() / 128;
+  edid.resize(edid.size() + 128);
+  put(edid, 128 * block, content);
+  fixChecksum(edid, block);
+  ++edid[126];
+  fixChecksum(edid, 0);
+  return edid;
+}
+
+}  // namespace vlm::sim::testing
