@@ -23,6 +23,18 @@ std::optional<plist::Dictionary> SimulatedFiles::dictionaryWithContentsOfURL(con
   return std::move(*result.value->dictionary());
 }
 
+std::optional<plist::Data> SimulatedFiles::CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) {
+  // An alias record names its own length and its version, both with the high byte first.
+  constexpr std::size_t kHeaderLength = 8, kLengthAt = 4, kVersionAt = 6;
+  if (aliasRecord.size() < kHeaderLength) return std::nullopt;
+  const auto wordAt = [&](std::size_t at) { return aliasRecord[at] << 8 | aliasRecord[at + 1]; };
+  const int version = wordAt(kVersionAt);
+  if (wordAt(kLengthAt) != static_cast<int>(aliasRecord.size()) || (version != 2 && version != 3)) return std::nullopt;
+  plist::Data bookmark{'b', 'o', 'o', 'k'};
+  bookmark.insert(bookmark.end(), aliasRecord.begin(), aliasRecord.end());
+  return bookmark;
+}
+
 std::optional<std::string> SimulatedFiles::writeToURLAtomically(const plist::Dictionary& dictionary,
                                                                 const std::string& path) {
   if (mac_.fileWriteFailure) return mac_.fileWriteFailure;

@@ -62,7 +62,10 @@ bool SimulatedQuartz::CGDisplayIsInMirrorSet(CGDirectDisplayID display) const {
 }
 
 /// No machine here has a panel with two links.
-bool SimulatedQuartz::CGDisplayIsAlwaysInMirrorSet(CGDirectDisplayID) const { return false; }
+bool SimulatedQuartz::CGDisplayIsAlwaysInMirrorSet(CGDirectDisplayID display) const {
+  const SimulatedDisplay* found = mac_.windowServer().displayWithID(display);
+  return found != nullptr && found->alwaysMirrored;
+}
 
 CGDirectDisplayID SimulatedQuartz::CGDisplayMirrorsDisplay(CGDirectDisplayID display) const {
   const SimulatedDisplay* found = find(display);

@@ -22,8 +22,21 @@ double SimulatedSystem::timeIntervalSinceReferenceDate() { return mac_.now(); }
 
 std::string SimulatedSystem::decimalSeparator() { return mac_.machine().decimalSeparator; }
 
-bool SimulatedSystem::CGDisplayUsesForceToGray() { return mac_.grayscale; }
+namespace {
 
-bool SimulatedSystem::UAGrayscaleIsEnabled() { return mac_.grayscale; }
+/// From macOS 10.15 on the grey scale of Universal Access is the one that counts, and the older switch says nothing.
+bool hasNewGrayscaleSwitch(const OperatingSystemVersion& version) {
+  return version.majorVersion > 10 || (version.majorVersion == 10 && version.minorVersion >= 15);
+}
+
+}  // namespace
+
+bool SimulatedSystem::CGDisplayUsesForceToGray() {
+  return mac_.grayscale && !hasNewGrayscaleSwitch(mac_.machine().systemVersion);
+}
+
+bool SimulatedSystem::UAGrayscaleIsEnabled() {
+  return mac_.grayscale && hasNewGrayscaleSwitch(mac_.machine().systemVersion);
+}
 
 }  // namespace vlm::sim

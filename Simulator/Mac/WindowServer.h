@@ -40,6 +40,7 @@ struct SimulatedDisplay {
   bool placed = false;            ///< it has stood somewhere, so that `origin` means something
   std::uint32_t rotation = 0;     ///< degrees
   CGDirectDisplayID mirrors = 0;  ///< the display whose picture it shows; 0: its own
+  bool alwaysMirrored = false;     ///< one of several links to one panel: its mirror set cannot be ended
   float brightness = 0;
   float overscan = 0;   ///< parameter "oscn"
   float underscan = 1;  ///< parameter "pscn"

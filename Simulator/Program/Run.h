@@ -10,12 +10,12 @@ namespace vlm::sim {
 
 /// What the program was called with.
 struct RunOptions {
-  std::optional<std::string> machine;  ///< name or file; absent: the scenario's own, or `kUsualMachine`
-  std::vector<std::string> displays;   ///< EDID files
-  std::string home;                    ///< empty: a temporary folder
-  std::optional<std::string> script;   ///< file, or "-"
-  std::string journal, log;            ///< files; empty: none
-  bool isInteractive = false;          ///< standard input is a terminal
+  std::optional<std::string> machine = {};  ///< name or file; absent: the scenario's own, or `kUsualMachine`
+  std::vector<std::string> displays = {};   ///< EDID files
+  std::string home = {};                    ///< empty: a temporary folder
+  std::optional<std::string> script = {};   ///< file, or "-"
+  std::string journal = {}, log = {};       ///< files; empty: none
+  bool isInteractive = false;               ///< standard input is a terminal
 };
 
 /// Exit status of a call that is wrong in itself.

@@ -1,6 +1,8 @@
 #include <array>
 
 #include "Models/VLMDisplaySet.h"
+#include "Platform/Files.h"
+#include "Platform/Process.h"
 #include "Shared/ReadableEncoding.h"
 
 namespace vlm {
@@ -45,6 +47,13 @@ void decodeMirroringPairs(VLMDisplaySet& set, const plist::Dictionary& dict) {
   }
 }
 
+/// Older files name the script by an alias record, which is only ever read.
+std::optional<plist::Data> scriptBookmark(const plist::Dictionary& dict) {
+  if (const plist::Data* bookmark = dict.data("scriptBookmark")) return *bookmark;
+  const plist::Data* alias = dict.data("theScriptAlias");
+  return alias == nullptr ? std::nullopt : os().files.CFURLCreateBookmarkDataFromAliasRecord(*alias);
+}
+
 void setWhenPresent(plist::Dictionary& dict, const char* key, const std::optional<std::int64_t>& number) {
   if (number) dict.set(key, *number);
 }
@@ -59,7 +68,7 @@ std::shared_ptr<VLMDisplaySet> VLMDisplaySet::initAndDecodeReadableWith(const pl
   set->uniqueID = dict.number("uniqueID");
   set->chainedSetUID = dict.number("chainedSetUID");
   for (const BooleanKey& row : kBooleanKeys) (*set).*(row.field) = dict.boolean(row.key, row.ifAbsent);
-  if (const plist::Data* bookmark = dict.data("scriptBookmark")) set->theScriptBookmark = *bookmark;
+  set->theScriptBookmark = scriptBookmark(dict);
   decodeMonitors(*set, dict);
   decodeMirroringPairs(*set, dict);
   return set;

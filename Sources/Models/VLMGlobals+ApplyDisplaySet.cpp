@@ -19,6 +19,7 @@ void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested
   if (!requested) return;
   // Holds it: a callback of the system may reload the document meanwhile.
   const std::shared_ptr<VLMDisplaySet> set = requested;
+  const std::shared_ptr<VLMDisplaySet> chained = set->chainedDisplaySet();
   const double now = os().system.timeIntervalSinceReferenceDate();
   if (set->lastExecutedDate && now - *set->lastExecutedDate < kRepeatedRequest) return;
   isSetRecorded = true;
@@ -27,7 +28,7 @@ void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested
     DisplaySetApplication(*this, *set).run(save);
     if (desktopLayout != nullptr) desktopLayout->positionAllIcons(set);
   }
-  if (set->chainedDisplaySet()) applyDisplaySetAfterDelay(0.0, set->chainedDisplaySet(), save);
+  if (chained) applyDisplaySetAfterDelay(0.0, chained, save);
   if (applicationObject != nullptr) applicationObject->recordUseSet(set);
   set->executeScript();
   isSetExecuted = false;

@@ -88,6 +88,19 @@ constexpr std::array kMenuKeys{
     MenuKey{"sysShowEnable", "cmShowEnable", &MenuOptions::ShowEnable, true, true},
 };
 
+/// Keys that are carried from the file read to the file written: an administrator's file is read once and then shadowed
+/// by the user's own, which would not have them otherwise.
+struct CarriedKey {
+  const char* key;
+  int group;
+};
+
+constexpr std::array kCarriedKeys{
+    CarriedKey{"checkApplics", SettingsGroup::applicationSets},
+    CarriedKey{"applicationSetsArray", SettingsGroup::applicationSets},
+    CarriedKey{"eventsArray", SettingsGroup::events},
+};
+
 /// A dictionary below a key; an empty one when there is none, so that everything in it takes its default.
 const plist::Dictionary& dictionaryOrEmpty(const plist::Dictionary& dict, const char* key) {
   static const plist::Dictionary kEmpty;
@@ -109,7 +122,8 @@ void VLMGlobals::decodeReadableWith(const plist::Dictionary& dict, int flags) {
   if ((flags & SettingsGroup::general) != 0 && dict.contains("startupSet")) {
     setStartupDisplaySet(findSetByUniqueID(displaySetsArray, dict.number("startupSet")));
   }
-  isLoaded_ = true;
+  carryGroups(dict, flags);
+  loadedGroups_ |= flags;
 }
 
 void VLMGlobals::decodeGeneral(const plist::Dictionary& dict) {
@@ -149,14 +163,26 @@ plist::Dictionary VLMGlobals::encodeReadableInDict(const plist::Dictionary* dict
   plist::Dictionary result = dict == nullptr ? plist::Dictionary() : *dict;
   if (result.sInt32(kVersionKey) < kSettingsFormatVersion) result.set(kVersionKey, kSettingsFormatVersion);
   result.set(kRunOnceKey, true);
-  // Before the first load, and between forget() and the next, memory knows less than the file: the file's content stays.
-  if (!isLoaded_) return result;
+  // Of a group that was never decoded the file's content stays.
+  flags &= loadedGroups_;
   if ((flags & SettingsGroup::general) != 0) encodeGeneral(result);
   encodeMenus(result, flags);
   if ((flags & SettingsGroup::desktop) != 0) encodeDesktop(result);
   encodeDisplays(result, flags);
   if ((flags & SettingsGroup::displaySets) != 0) encodeDisplaySets(result);
+  for (const CarriedKey& row : kCarriedKeys) {
+    const plist::Value* carried = carriedGroups_.find(row.key);
+    if ((flags & row.group) != 0 && carried != nullptr && !result.contains(row.key)) result.set(row.key, *carried);
+  }
   return result;
+}
+
+void VLMGlobals::carryGroups(const plist::Dictionary& dict, int flags) {
+  for (const CarriedKey& row : kCarriedKeys) {
+    if ((flags & row.group) == 0) continue;
+    carriedGroups_.remove(row.key);
+    if (const plist::Value* value = dict.find(row.key)) carriedGroups_.set(row.key, *value);
+  }
 }
 
 void VLMGlobals::encodeGeneral(plist::Dictionary& dict) const {

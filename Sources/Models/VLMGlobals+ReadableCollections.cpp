@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <set>
 
@@ -17,6 +18,13 @@ namespace {
 struct LastExecutedDates {
   std::map<std::int64_t, double> byUniqueID;
 };
+
+std::optional<std::int64_t> identifierFromKey(const std::string& key) {
+  std::int64_t identifier = 0;
+  const auto [end, error] = std::from_chars(key.data(), key.data() + key.size(), identifier);
+  if (error != std::errc() || end != key.data() + key.size()) return std::nullopt;
+  return identifier;
+}
 
 std::vector<std::int64_t> volatileIdentifiers(const plist::Dictionary& dict) {
   std::vector<std::int64_t> identifiers;
@@ -38,7 +46,10 @@ void VLMGlobals::decodeDisplayRecords(const plist::Dictionary& dict) {
   for (const plist::Entry& entry : *all) {
     const plist::Dictionary* record = entry.value.dictionary();
     if (record == nullptr) continue;
-    extraDisplayArray.push_back(VLMDisplay::initAndDecodeReadableWith(*record, this));
+    auto display = VLMDisplay::initAndDecodeReadableWith(*record, this);
+    // A damaged record that has lost its identifier still stands under it.
+    if (!display->monitorResID) display->monitorResID = identifierFromKey(entry.key);
+    if (display->monitorResID) extraDisplayArray.push_back(std::move(display));
   }
 }
 
@@ -96,6 +107,7 @@ void VLMGlobals::decodeDisplaySets(const plist::Dictionary& dict) {
 
 void VLMGlobals::alignDisplaySets() {
   for (const auto& set : displaySetsArray) {
+    // Every monitor of the set, wherever its display stands among the attached ones.
     for (const auto& monitor : set->monitorArray) monitor->dispIsPresent = displayWithID(monitor->monitorResID) != nullptr;
     const std::size_t count = std::min(set->monitorArray.size(), displayArray.size());
     for (std::size_t i = 0; i < count; ++i) {

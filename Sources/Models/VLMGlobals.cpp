@@ -32,7 +32,8 @@ void VLMGlobals::forget() {
   displaySetsArray.clear();
   // Its count of users goes with the set.
   startupSet_.reset();
-  isLoaded_ = false;
+  carriedGroups_ = {};
+  loadedGroups_ = 0;
 }
 
 void VLMGlobals::loadPrefs(int flags) {

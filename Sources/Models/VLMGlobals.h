@@ -200,6 +200,7 @@ class VLMGlobals final : public VLMDisplayContainer {
   void decodeDisplayRecords(const plist::Dictionary& dict);
   void decodeAttachedDisplays(const plist::Dictionary& dict);
   void decodeDisplaySets(const plist::Dictionary& dict);
+  void carryGroups(const plist::Dictionary& dict, int flags);
   void encodeGeneral(plist::Dictionary& dict) const;
   void encodeMenus(plist::Dictionary& dict, int flags) const;
   void encodeDesktop(plist::Dictionary& dict) const;
@@ -239,8 +240,10 @@ class VLMGlobals final : public VLMDisplayContainer {
 
   std::shared_ptr<VLMDisplaySet> startupSet_;
   std::map<CGDirectDisplayID, IOObject> ioServicesCached_;
-  /// False before the first load and after forget(): then the collections in memory say nothing about the file.
-  bool isLoaded_ = false;
+  /// Groups that were decoded since the start or forget(): of all others memory knows less than the file.
+  int loadedGroups_ = 0;
+  /// Keys of groups that this daemon does not work with yet, as the file had them.
+  plist::Dictionary carriedGroups_;
   std::int32_t lastDeskResID_ = 0;
 };
 

@@ -19,6 +19,9 @@ class Files {
   virtual bool checkResourceIsReachable(const std::string& path) = 0;
   /// A property-list file whose root is a dictionary; absent for anything else, a missing file too.
   virtual std::optional<plist::Dictionary> dictionaryWithContentsOfURL(const std::string& path) = 0;
+  /// A bookmark for the file that an alias record of an older system names (CFURLCreateBookmarkDataFromAliasRecord);
+  /// absent when the data is no alias record.
+  virtual std::optional<plist::Data> CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) = 0;
   /// Writes an XML property list, or nothing at all: whoever reads meanwhile sees the old file or the new one, whole.
   /// Makes no folders. Answers the reason of a failure ("No space left on device"), or nothing.
   virtual std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,

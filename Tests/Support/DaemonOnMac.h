@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -10,13 +11,24 @@
 #include "Platform/Files.h"
 #include "Platform/Process.h"
 #include "Simulator/Mac/SimulatedMac.h"
+#include "Tests/Support/Machines.h"
 
 namespace vlm::test {
+
+using sim::laptopWith;
 
 inline constexpr const char* kDaemonIdentifier = "org.kelvane.velmoratix.daemon";
 
 /// A simulated Mac and the daemon on it. At its end nothing may be left over: no fault, no open transaction.
 class DaemonOnMac {
+  /// As another program of the user's.
+  template <class Body>
+  decltype(auto) otherProcess(Body body) {
+    if (other_ == nullptr) other_ = &mac.addSession({.bundleIdentifier = "test.reader", .name = "reader"});
+    Process::Scope scope(other_->process());
+    return body();
+  }
+
  public:
   explicit DaemonOnMac(sim::MachineDescription machine) : mac(std::move(machine)) {}
   ~DaemonOnMac() {
@@ -44,7 +56,7 @@ class DaemonOnMac {
 
   /// Looks into the daemon: its Process is current, its document is given.
   template <class Body>
-  auto inside(Body body) {
+  decltype(auto) inside(Body body) {
     Process::Scope scope(daemon_->process());
     return body(VLMGlobals::sharedInstance());
   }
@@ -71,13 +83,6 @@ class DaemonOnMac {
   sim::SimulatedMac mac;
 
  private:
-  template <class Body>
-  auto otherProcess(Body body) {
-    if (other_ == nullptr) other_ = &mac.addSession({.bundleIdentifier = "test.reader", .name = "reader"});
-    Process::Scope scope(other_->process());
-    return body();
-  }
-
   sim::Session* daemon_ = nullptr;
   sim::Session* other_ = nullptr;
   int copies_ = 0;

@@ -63,10 +63,16 @@ TEST(StartUp, LeavesAtOnceWhenTranslated) {
 TEST(StartUp, ReadsAMachineWideFileAndWritesTheUsersOwn) {
   test::DaemonOnMac on(test::laptopWith({}));
   const std::string name = std::string("/Library/Preferences/") + test::kDaemonIdentifier + ".plist";
-  on.writeSettings({{"VLMDaemonRunOnce", true}, {"launchShortCut", 99}});
+  const Dictionary administrators{{"VLMDaemonRunOnce", true},
+                                  {"launchShortCut", 99},
+                                  {"checkApplics", true},
+                                  {"applicationSetsArray", Array{Dictionary{{"appName", "Paint"}}}},
+                                  {"eventsArray", Array{Dictionary{{"type", 1}}}}};
+  on.writeSettings(administrators);
   ASSERT_EQ(std::rename(on.settingsPath().c_str(), (on.mac.localFolder() + name).c_str()), 0);
   on.launch();
-  EXPECT_EQ(on.settings().sInt32("launchShortCut"), 99);
+  const Dictionary own = on.settings();
+  for (const plist::Entry& entry : administrators) EXPECT_EQ(*own.find(entry.key), entry.value) << entry.key;
   EXPECT_TRUE(on.settings().array("displaySetsArray")->empty());
 }
 

@@ -98,12 +98,7 @@ TEST_F(Home, MultipliesNeitherRecordsNorModesNorSetsOverRestarts) {
 
 TEST_F(Home, RunsAScenarioOnItsMachineAndWritesWhatWasAskedFor) {
   writeText(file("a.scenario"), "# machine: desktop-single\nexpect records 1\nshow displays\n");
-  const RunOptions options{.machine = {},
-                           .displays = {},
-                           .home = home_,
-                           .script = file("a.scenario"),
-                           .journal = file("journal"),
-                           .log = file("log")};
+  const RunOptions options{.home = home_, .script = file("a.scenario"), .journal = file("journal"), .log = file("log")};
   EXPECT_EQ(runSimulator(options, output_), 0) << diagnostics_.str();
   EXPECT_EQ(data_.str().substr(0, 7), "DISPLAY");
   EXPECT_EQ(diagnostics_.str(), "");
