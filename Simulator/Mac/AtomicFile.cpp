@@ -12,8 +12,22 @@ namespace vlm::sim {
 
 namespace {
 
-/// As the user's own preference files have it.
-constexpr mode_t kPermissions = 0644;
+constexpr mode_t kModeOfNewFile = 0600;
+
+mode_t modeOf(const std::string& path) {
+  struct stat status = {};
+  constexpr mode_t kAllModeBits = 07777;
+  return stat(path.c_str(), &status) == 0 ? status.st_mode & kAllModeBits : kModeOfNewFile;
+}
+
+/// The path without symbolic links; as it is when nothing is there.
+std::string realPathOf(const std::string& path) {
+  char* const resolved = realpath(path.c_str(), nullptr);
+  if (resolved == nullptr) return path;
+  std::string real = resolved;
+  std::free(resolved);
+  return real;
+}
 
 /// A new file next to the one that it shall replace; goes away again unless it has taken the place.
 class TemporaryFile {
@@ -39,7 +53,7 @@ class TemporaryFile {
     }
     return true;
   }
-  bool setPermissions() { return fchmod(descriptor_, kPermissions) == 0; }
+  bool setMode(mode_t mode) { return fchmod(descriptor_, mode) == 0; }
   bool flush() { return fsync(descriptor_) == 0; }
   bool closeFile() {
     const int descriptor = descriptor_;
@@ -61,9 +75,10 @@ class TemporaryFile {
 }  // namespace
 
 std::optional<std::string> replaceFile(const std::string& path, const std::string& content) {
-  TemporaryFile file(path);
-  const bool isDone = file.isOpen() && file.write(content) && file.setPermissions() && file.flush() &&
-                      file.closeFile() && file.replace(path);
+  const std::string target = realPathOf(path);
+  TemporaryFile file(target);
+  const bool isDone = file.isOpen() && file.write(content) && file.setMode(modeOf(target)) && file.flush() &&
+                      file.closeFile() && file.replace(target);
   if (isDone) return std::nullopt;
   return std::strerror(errno);
 }

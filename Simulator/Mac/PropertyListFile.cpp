@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -30,6 +33,10 @@ struct FreeMemory {
 template <class T>
 using Memory = std::unique_ptr<T, FreeMemory>;
 
+constexpr std::chrono::sys_days kReferenceDay = std::chrono::year(2001) / 1 / 1;
+/// A date in a property list has a year of four digits.
+constexpr int kFirstYear = 1, kLastYear = 9999;
+
 // --- Reading ---
 
 /// Nothing for what no property list of ours holds. The depth is limited by the guard.
@@ -46,10 +53,34 @@ plist::Value integerOf(plist_t node) {
   return bits;
 }
 
-plist::Value dateOf(plist_t node) {
+/// From the text that libplist would write. Nothing when it knows no text for the date.
+std::optional<plist::Value> dateFromTextOf(plist_t node) {
+  char* rawText = nullptr;
+  std::uint32_t length = 0;
+  plist_to_xml(node, &rawText, &length);
+  const Memory<char> text(rawText);
+  const char* const element = text == nullptr ? nullptr : std::strstr(text.get(), "<date>");
+  int year = 0;
+  unsigned month = 0, day = 0;
+  std::int64_t hours = 0, minutes = 0, seconds = 0;
+  if (element == nullptr || std::sscanf(element, "<date>%d-%u-%uT%" SCNd64 ":%" SCNd64 ":%" SCNd64, &year, &month, &day,
+                                        &hours, &minutes, &seconds) != 6) {
+    return std::nullopt;
+  }
+  const std::chrono::year heldYear(std::clamp(year, kFirstYear, kLastYear));
+  const auto days = std::chrono::sys_days(heldYear / std::chrono::month(month) / std::chrono::day(day)) - kReferenceDay;
+  const auto sinceThen =
+      days + std::chrono::hours(hours) + std::chrono::minutes(minutes) + std::chrono::seconds(seconds);
+  return plist::Date{.secondsSinceReferenceDate = static_cast<double>(sinceThen.count())};
+}
+
+std::optional<plist::Value> dateOf(plist_t node) {
+  using Limits = std::numeric_limits<std::int32_t>;
   std::int32_t seconds = 0;
   std::int32_t microseconds = 0;
   plist_get_date_val(node, &seconds, &microseconds);
+  // What libplist answers for seconds that have more than 32 bits, which the node itself can have.
+  if (seconds == Limits::min() || seconds == Limits::max()) return dateFromTextOf(node);
   return plist::Date{.secondsSinceReferenceDate = seconds + microseconds / 1e6};
 }
 
@@ -128,12 +159,35 @@ std::optional<plist::Value> valueOf(plist_t node) {
 
 plist_t nodeOf(const plist::Value& value);
 
-/// libplist's own maker of integers takes every number for a signed one; its reader does not.
-plist_t largeIntegerNode(std::uint64_t number) {
-  const std::string text = "<plist><integer>" + std::to_string(number) + "</integer></plist>";
+plist_t nodeFromText(const std::string& element) {
+  const std::string text = "<plist>" + element + "</plist>";
   plist_t node = nullptr;
   plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &node);
   return node;
+}
+
+/// libplist's own maker of integers takes every number for a signed one; its reader does not.
+plist_t largeIntegerNode(std::uint64_t number) {
+  return nodeFromText("<integer>" + std::to_string(number) + "</integer>");
+}
+
+/// libplist's own maker of dates has 32 bits for the seconds; its reader has more.
+plist_t dateNode(const plist::Date& date) {
+  using namespace std::chrono;
+  constexpr sys_seconds kFirst = sys_days(year(kFirstYear) / 1 / 1);
+  constexpr sys_seconds kLast = sys_days(year(kLastYear + 1) / 1 / 1) - seconds(1);
+  const auto inInt64 = wholePartTo<std::int64_t>(date.secondsSinceReferenceDate);
+  const auto held = std::clamp(inInt64, (kFirst - kReferenceDay).count(), (kLast - kReferenceDay).count());
+  const sys_seconds moment = kReferenceDay + seconds(held);
+  const sys_days day = floor<days>(moment);
+  const year_month_day calendar(day);
+  const hh_mm_ss time(moment - day);
+  char text[64];
+  std::snprintf(text, sizeof text, "<date>%04d-%02u-%02uT%02d:%02d:%02dZ</date>", static_cast<int>(calendar.year()),
+                static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
+                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                static_cast<int>(time.seconds().count()));
+  return nodeFromText(text);
 }
 
 plist_t dictionaryNode(const plist::Dictionary& dictionary) {
@@ -163,7 +217,7 @@ plist_t nodeOf(const plist::Value& value) {
     case plist::Value::Kind::data:
       return plist_new_data(reinterpret_cast<const char*>(value.data()->data()), value.data()->size());
     case plist::Value::Kind::date:
-      return plist_new_date(wholePartTo<std::int32_t>(value.date()->secondsSinceReferenceDate), 0);
+      return dateNode(*value.date());
     case plist::Value::Kind::array:
       return arrayNode(*value.array());
     case plist::Value::Kind::dictionary:
@@ -172,9 +226,8 @@ plist_t nodeOf(const plist::Value& value) {
   return nullptr;
 }
 
-}  // namespace
-
-namespace {
+/// Of UTF-8; some editors put it in front. libplist does not know it.
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 PropertyListResult refused(std::string reason) {
   PropertyListResult result;
@@ -186,9 +239,11 @@ PropertyListResult refused(std::string reason) {
 
 PropertyListResult parsePropertyList(const std::string& content) {
   if (content.size() > kLargestPropertyListFile) return refused("it is too large");
-  if (auto danger = dangerInPropertyList(content)) return refused(std::move(*danger));
+  std::string_view list = content;
+  if (list.starts_with(kByteOrderMark)) list.remove_prefix(kByteOrderMark.size());
+  if (auto danger = dangerInPropertyList(list)) return refused(std::move(*danger));
   plist_t raw = nullptr;
-  plist_from_memory(content.data(), static_cast<std::uint32_t>(content.size()), &raw);
+  plist_from_memory(list.data(), static_cast<std::uint32_t>(list.size()), &raw);
   const Node root(raw);
   if (root == nullptr) return refused("it is no property list");
   PropertyListResult result;

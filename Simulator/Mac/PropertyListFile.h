@@ -19,13 +19,14 @@ struct PropertyListResult {
   std::string reason;
 };
 
-/// Reads XML and binary property lists. What a property list of the daemon cannot hold (UIDs, dates beyond the years
-/// 1933 to 2069) is left out or held to the limit, its neighbours stay.
+/// Reads binary property lists, and XML ones in UTF-8, with or without a byte-order mark; UTF-16 and the old-style text
+/// lists are refused. UIDs and dates some ten million years away are left out, their neighbours stay; other dates
+/// beyond the years 1 to 9999 get the nearest of these years.
 PropertyListResult parsePropertyList(const std::string& content);
 PropertyListResult readPropertyList(const std::string& path);
 
 /// An XML property list, the same text for the same value. A text is written up to the first NUL character in it, and
-/// dates in whole seconds, as the format has them.
+/// dates in whole seconds of the years 1 to 9999, as the format has them.
 std::string composePropertyList(const plist::Value& value);
 
 /// A whole file. Absent when it cannot be read or has more than `largest` bytes; then `reason` says why.

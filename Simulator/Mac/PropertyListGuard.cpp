@@ -12,48 +12,79 @@ const char* const kTooDeep = "nested too deeply";
 
 // --- XML ---
 
+constexpr std::string_view kBlanks = " \t\r\n";
+
 bool isNameCharacter(char character) {
   return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
 }
 
-/// A bound of the depth of an XML property list, from its tags alone. Whatever could hide a tag from libplist or from
-/// this count (comments, CDATA, attributes) ends the trust in closing tags: from there on the bound only grows.
+/// A bound of the depth of an XML property list, from its tags alone. Comments, CDATA and the declarations at its head
+/// are skipped where libplist skips them. Whatever else could hide a tag from libplist or from this count (attributes,
+/// instructions inside, anything unterminated) ends the trust for good: from there on nothing is skipped and nothing
+/// closes, so that the bound only grows.
 class XmlDepth {
  public:
   explicit XmlDepth(std::string_view content) : content_(content) {}
 
   bool isTooDeep() {
-    for (std::size_t at = content_.find('<'); at != std::string_view::npos; at = content_.find('<', at + 1)) {
-      takeTag(at + 1);
+    for (at_ = content_.find('<'); at_ != std::string_view::npos; at_ = content_.find('<', at_)) {
+      ++at_;
+      if (!skipWhole("!--", "-->") && !skipWhole("![CDATA[", "]]>") && !skipDeclaration()) takeTag();
       if (depth_ > kDeepestPropertyList) return true;
     }
     return false;
   }
 
  private:
-  void takeTag(std::size_t at) {
-    const bool closes = at < content_.size() && content_[at] == '/';
-    if (closes) ++at;
-    std::size_t end = at;
-    while (end < content_.size() && isNameCharacter(content_[end])) ++end;
-    const std::string_view name = content_.substr(at, end - at);
-    const bool isContainer = name == "array" || name == "dict";
-    const std::string_view rest = content_.substr(end, 2);
-    if (isContainer) hasBegun_ = true;
-    if (!rest.starts_with('>') && rest != "/>" && hasBegun_) trustsClosingTags_ = false;
-    if (!isContainer || rest == "/>") return;
+  bool skipWhole(std::string_view beginning, std::string_view end) {
+    if (!isTrusted_ || !content_.substr(at_).starts_with(beginning)) return false;
+    const std::size_t endsAt = content_.find(end, at_ + beginning.size());
+    if (endsAt == std::string_view::npos) return false;
+    at_ = endsAt + end.size();
+    return true;
+  }
+
+  /// Instructions, document type and the root element's version stand before the first container. libplist looks for
+  /// their end outside of double quotes.
+  bool skipDeclaration() {
+    const std::string_view rest = content_.substr(at_);
+    const bool isInstruction = rest.starts_with('?');
+    if (!isTrusted_ || hasBegun_) return false;
+    if (!isInstruction && !rest.starts_with("!DOCTYPE") && !rest.starts_with("plist")) return false;
+    const std::string_view declaration = rest.substr(0, rest.find('>'));
+    const bool isWhole = declaration.size() < rest.size() && (!isInstruction || declaration.ends_with('?'));
+    const bool isPlain = declaration.find_first_of("<[") == std::string_view::npos &&
+                         std::count(declaration.begin(), declaration.end(), '"') % 2 == 0;
+    if (!isWhole || !isPlain) return false;
+    at_ += declaration.size();
+    return true;
+  }
+
+  void takeTag() {
+    std::string_view tag = content_.substr(at_);
+    const bool closes = tag.starts_with('/');
+    if (closes) tag.remove_prefix(1);
+    const auto nameEnd = std::find_if_not(tag.begin(), tag.end(), isNameCharacter);
+    const std::string_view name = tag.substr(0, static_cast<std::size_t>(nameEnd - tag.begin()));
+    tag.remove_prefix(name.size());
+    tag.remove_prefix(std::min(tag.find_first_not_of(kBlanks), tag.size()));
+    const bool isEmpty = tag.starts_with("/>");
+    if (!isEmpty && !tag.starts_with('>')) isTrusted_ = false;
+    if (name != "array" && name != "dict") return;
+    hasBegun_ = true;
+    if (isEmpty) return;
     if (!closes) {
       ++depth_;
-    } else if (trustsClosingTags_ && depth_ > 0) {
+    } else if (isTrusted_ && depth_ > 0) {
       --depth_;
     }
   }
 
   std::string_view content_;
+  std::size_t at_ = 0;
   std::size_t depth_ = 0;
-  /// Prologue, document type and the root element's version attribute stand before the first container.
   bool hasBegun_ = false;
-  bool trustsClosingTags_ = true;
+  bool isTrusted_ = true;
 };
 
 // --- Binary ---

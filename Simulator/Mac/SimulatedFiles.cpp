@@ -12,6 +12,7 @@
 namespace vlm::sim {
 
 std::optional<std::string> SimulatedFiles::libraryDirectory(Domain domain) {
+  if (!mac_.hasLibraryFolders) return std::nullopt;
   return (domain == Domain::user ? mac_.homeFolder() : mac_.localFolder()) + "/Library";
 }
 

@@ -110,6 +110,8 @@ class SimulatedMac {
   std::vector<std::string> log;
   /// Fails writing of files with this reason while set.
   std::optional<std::string> fileWriteFailure;
+  /// Whether processes find the Library folders, their own and the machine-wide one.
+  bool hasLibraryFolders = true;
 
   /// What went wrong in a way that no program should bring about (stale transactions, endless performs …).
   std::vector<std::string> faults() const;

@@ -216,6 +216,7 @@ CGError SimulatedQuartz::CGConfigureDisplayMirrorOfDisplay(CGDisplayConfigRef co
 }
 
 CGError SimulatedQuartz::CGDisplayRegisterReconfigurationCallback(ReconfigurationCallback callback) {
+  session_.record("CGDisplayRegisterReconfigurationCallback()");
   mac_.windowServer().addReconfigurationCallback(session_, std::move(callback));
   return kCGErrorSuccess;
 }

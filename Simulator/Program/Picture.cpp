@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 #include "Simulator/Mac/WindowServer.h"
 #include "Simulator/Program/DisplayTexts.h"
@@ -13,6 +14,7 @@ namespace {
 
 /// A character cell is about twice as high as it is wide.
 constexpr double kCellProportion = 2;
+constexpr std::string_view kBeforeRate = " @ ";
 /// A box smaller than this shows nothing of what stands in it.
 constexpr std::size_t kFewestColumns = 4, kFewestRows = 3;
 
@@ -43,6 +45,17 @@ struct Extent {
     }
   }
 };
+
+/// A mode that is too long for one line gives its rate a line of its own.
+std::vector<std::string> brokenToFit(const std::vector<std::string>& lines, std::size_t columns) {
+  std::vector<std::string> result;
+  for (const std::string& line : lines) {
+    const std::size_t at = columnsOf(line) <= columns ? std::string::npos : line.find(kBeforeRate);
+    result.push_back(line.substr(0, at));
+    if (at != std::string::npos) result.push_back(line.substr(at + kBeforeRate.size()));
+  }
+  return result;
+}
 
 class Canvas {
  public:
@@ -84,7 +97,8 @@ class Canvas {
   }
 
   /// In the middle, as many lines as there is room for.
-  void write(const std::vector<std::string>& lines, const Cells& cells) {
+  void write(const std::vector<std::string>& given, const Cells& cells) {
+    const std::vector<std::string> lines = brokenToFit(given, cells.innerColumns());
     const std::size_t count = std::min(lines.size(), cells.innerRows());
     std::size_t y = cells.top + 1 + (cells.innerRows() - count) / 2;
     for (std::size_t i = 0; i < count; ++i, ++y) {
@@ -137,7 +151,7 @@ std::vector<PictureBox> boxesOf(WindowServer& windowServer) {
     for (const auto& other : windowServer.displays()) {
       if (other->isArranged() && other->mirrors == display->id) names += " + " + other->description.name;
     }
-    box.lines = {names, sizeText(display->mode()) + " @ " + rateText(display->mode())};
+    box.lines = {names, sizeText(display->mode()) + std::string(kBeforeRate) + rateText(display->mode())};
     if (box.isMain) box.lines.emplace_back("main display");
     boxes.push_back(std::move(box));
   }

@@ -6,6 +6,7 @@
 
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
+#include "Simulator/Program/DaemonView.h"
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Simulator.h"
 
@@ -16,20 +17,23 @@ namespace {
 /// Modes shown of each display, and displays whose modes are shown.
 constexpr const char* kModesShown = " 4";
 constexpr std::size_t kDisplaysShown = 3;
-/// A size below this is too silly even for a spoiled display.
-constexpr std::uint32_t kFewestPoints = 640;
+/// The daemon lists no mode that is both narrower and lower.
+constexpr std::uint32_t kNarrowest = 800, kLowest = 600;
 
 /// Command and Option with F11: the hot key that the daemon gives the set of its first start.
 constexpr std::int64_t kFirstSetKeyCode = 0x670D;
 constexpr const char* kPressIt = "press cmd+opt+f11";
-/// The set is in force.
-constexpr std::int16_t kMarkCheck = 1;
+/// The set is in force; a diamond: but says nothing about some display, such as one that shows a mode too small for the
+/// daemon's lists.
+constexpr std::int16_t kMarkCheck = 1, kMarkDiamond = 3;
 
 /// A display, and the size that another program shall set there.
 struct Victim {
   std::string name;
   std::string original, spoiled;  ///< as the command `mode` takes them
 };
+
+bool isListed(const SimulatedMode& mode) { return mode.width >= kNarrowest || mode.height >= kLowest; }
 
 /// Of the sizes that anybody may choose, the one nearest to half the width of the present one.
 const SimulatedMode* spoilingMode(const SimulatedDisplay& display) {
@@ -41,8 +45,7 @@ const SimulatedMode* spoilingMode(const SimulatedDisplay& display) {
   const SimulatedMode* best = nullptr;
   for (const SimulatedMode& mode : display.modes.modes) {
     if ((mode.flags & kModeHiddenFlag) != 0 || (mode.ioFlags & kUsable) != kUsable) continue;
-    if (mode.width < kFewestPoints || mode.width >= current.width || mode.pixelEncoding != current.pixelEncoding)
-      continue;
+    if (!isListed(mode) || mode.width >= current.width || mode.pixelEncoding != current.pixelEncoding) continue;
     if (best == nullptr || distance(mode) < distance(*best)) best = &mode;
   }
   return best;
@@ -52,7 +55,8 @@ const SimulatedMode* spoilingMode(const SimulatedDisplay& display) {
 std::optional<Victim> findVictim(Simulator& simulator) {
   const auto& displays = simulator.mac().windowServer().displays();
   for (auto display = displays.rbegin(); display != displays.rend(); ++display) {
-    const SimulatedMode* mode = (*display)->isActive() ? spoilingMode(**display) : nullptr;
+    const bool isKnown = (*display)->isActive() && isListed((*display)->mode());
+    const SimulatedMode* mode = isKnown ? spoilingMode(**display) : nullptr;
     if (mode == nullptr) continue;
     return Victim{.name = asWord((*display)->description.name),
                   .original = modeText((*display)->mode()),
@@ -61,15 +65,21 @@ std::optional<Victim> findVictim(Simulator& simulator) {
   return std::nullopt;
 }
 
-/// The name of a set that is in force and that the hot key of the tour applies.
-std::optional<std::string> rememberedSet(Simulator& simulator) {
+/// A set that is in force and that the hot key of the tour applies.
+struct RememberedSet {
+  std::string name;  ///< as a word of a line
+  std::string mark = "check";
+};
+
+std::optional<RememberedSet> rememberedSet(Simulator& simulator) {
   Session* session = simulator.daemon();
   if (session == nullptr) return std::nullopt;
   const Process::Scope inDaemon(session->process());
   VLMGlobals& document = VLMGlobals::sharedInstance();
   for (const auto& set : document.displaySetsArray) {
     if (set->keyCode != kFirstSetKeyCode || !set->name) continue;
-    if (document.checkMarkForSet(*set, nullptr) == kMarkCheck) return asWord(*set->name);
+    const std::int16_t mark = document.checkMarkForSet(*set, nullptr);
+    if (mark == kMarkCheck || mark == kMarkDiamond) return RememberedSet{asWord(*set->name), markName(mark)};
   }
   return std::nullopt;
 }
@@ -112,31 +122,33 @@ void showMachine(Scenario& tour, Simulator& simulator) {
   add(tour, {"expect running 1", "expect posted daemonLaunched"});
 }
 
-void showSets(Scenario& tour, Simulator& simulator, const std::optional<std::string>& set) {
+void showSets(Scenario& tour, Simulator& simulator, const std::optional<RememberedSet>& remembered) {
   if (simulator.hadSettings) {
     say(tour, "It has run on this home before, and read what it knew from its settings file:");
     add(tour, {"show sets"});
     return;
   }
+  // Without a set that is in force the daemon has not done its job: then this does not hold.
+  const RememberedSet set = remembered.value_or(RememberedSet{.name = asWord("")});
   say(tour,
       "At its first start it remembered the configuration that it found as a display set with a hot key, and wrote its "
       "settings file, an ordinary property list:");
   add(tour, {"show sets", "show settings displaySetsArray.0.name", "expect sets 1",
-             "expect set " + set.value_or(asWord("")) + " mark check",
+             "expect set " + set.name + " mark " + set.mark,
              "expect setting displaySetsArray.0.keyCode " + std::to_string(kFirstSetKeyCode),
              "expect records " + std::to_string(pluggedDisplays(simulator))});
   say(tour, "The file: " + simulator.settingsPath());
 }
 
-void spoilAndRestore(Scenario& tour, const Victim& victim, const std::string& set) {
+void spoilAndRestore(Scenario& tour, const Victim& victim, const RememberedSet& set) {
   say(tour,
       "Now another program spoils the resolution of one display. The daemon sees it at its next look, and the set's "
       "check mark goes:");
   add(tour, {"mode " + victim.name + " " + victim.spoiled, "advance 2", "show picture",
-             "expect mode " + victim.name + " " + victim.spoiled, "expect set " + set + " mark none"});
+             "expect mode " + victim.name + " " + victim.spoiled, "expect set " + set.name + " mark none"});
   say(tour, "The user presses the set's hot key. What the daemon then asks of the system, and the picture is back:");
   add(tour, {"clear", kPressIt, "show journal", "show picture", "expect mode " + victim.name + " " + victim.original,
-             "advance 2", "expect set " + set + " mark check"});
+             "advance 2", "expect set " + set.name + " mark " + set.mark});
 }
 
 }  // namespace

@@ -13,8 +13,10 @@
 /// EDID: through a frame buffer on Intel machines, through an AV service on Apple silicon.
 namespace vlm {
 
-/// Whether the display is reached through an AV service, since its machine has no frame-buffer services.
-bool isReachedByAVService(CGDirectDisplayID display);
+/// Class of the AV services' registry entries.
+inline constexpr const char* kAVServiceClass = "DCPAVServiceProxy";
+/// Whether this machine reaches its monitors through AV services, having no frame-buffer services.
+bool hasAVServices();
 
 /// How the machine's frame buffers take a reply: 0 not at all, 1 simple transaction, 2 DDC/CI reply transaction.
 std::uint32_t SupportedTransactionType();

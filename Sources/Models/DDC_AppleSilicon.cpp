@@ -39,13 +39,17 @@ bool isForDisplay(const plist::Data& edid, CGDirectDisplayID display) {
          (at(15) << 24 | at(14) << 16 | at(13) << 8 | at(12)) == os().quartz.CGDisplaySerialNumber(display);
 }
 
+std::optional<plist::Data> IOAVServiceCopyOrCreateEDID(const AVService& service) {
+  return os().monitorBus.IOAVServiceCopyEDID(service.get());
+}
+
 /// The service behind a registry entry, when it is the display's. A built-in panel has one of its own kind alone, so
 /// the place of the entry decides; an external monitor is told by its EDID.
 AVService serviceOf(io_service_t entry, CGDirectDisplayID display, bool isBuiltin, plist::Data* edid) {
   auto service = os().monitorBus.IOAVServiceCreateWithService(entry);
   if (!service || !*service) return {};
   std::optional<plist::Data> found;
-  if (systemVersion() >= systemVersionOf(11, 3)) found = os().monitorBus.IOAVServiceCopyEDID(service->get());
+  if (systemVersion() >= systemVersionOf(11, 3)) found = IOAVServiceCopyOrCreateEDID(*service);
   if (!isBuiltin && !(found && isForDisplay(*found, display))) return {};
   if (edid != nullptr && found) *edid = std::move(*found);
   return std::move(*service);
@@ -68,7 +72,7 @@ AVService IOCreateAVServiceRef(CGDirectDisplayID display, plist::Data* edid,
   // Entries of displays that went are free for the next one.
   std::erase_if(cache, [](const auto& cached) { return !os().quartz.CGDisplayIsOnline(cached.first); });
 
-  const IOObject entries = os().registry.IOServiceGetMatchingServices("DCPAVServiceProxy");
+  const IOObject entries = os().registry.IOServiceGetMatchingServices(kAVServiceClass);
   if (!entries) return {};
   const std::string location = isBuiltin ? "Embedded" : "External";
   while (IOObject entry = os().registry.IOIteratorNext(entries)) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Models/VLMDesktopLayout.h"
+#include "Colour/VLMColorPreset.h"
 #include "Models/VLMGlobals.h"
 #include "Platform/IORegistry.h"
 #include "Platform/Numbers.h"
@@ -14,8 +14,6 @@ namespace vlm {
 namespace {
 
 constexpr const char* kDisplayWranglerPath = "IOService:/IOResources/IODisplayWrangler";
-/// The system needs this long to settle before the Dock can be asked to begin anew. Seconds.
-constexpr double kDockRelaunchDelay = 1.0;
 
 void wakeDisplaySystem() {
   const IOObject wrangler = os().registry.IORegistryEntryFromPath(kDisplayWranglerPath);
@@ -39,10 +37,7 @@ void DisplaySetApplication::forEachPresentAndOn(const Step& step) const {
   });
 }
 
-void DisplaySetApplication::run(bool save) {
-  if (save && document_.saveAutoDesktop && document_.saveDesktopBySet && document_.desktopLayout != nullptr) {
-    document_.desktopLayout->saveDesktopAll();
-  }
+void DisplaySetApplication::run() {
   turnDisplaysOn();
   turnDisplaysOff();
   setMirroring();
@@ -71,7 +66,7 @@ void DisplaySetApplication::turnDisplaysOn() {
   });
   if (!hasTurnedOn) return;
   transaction_.restart();
-  if (document_.quitDockAfterEnabling) relaunchDockLater();
+  if (document_.quitDockAfterEnabling) document_.relaunchDockLater();
 }
 
 void DisplaySetApplication::turnDisplaysOff() {
@@ -84,7 +79,7 @@ void DisplaySetApplication::turnDisplaysOff() {
   });
   if (!hasTurnedOff) return;
   transaction_.restart();
-  if (document_.quitDockAfterDisabling) relaunchDockLater();
+  if (document_.quitDockAfterDisabling) document_.relaunchDockLater();
 }
 
 void DisplaySetApplication::endMirroring() {
@@ -94,6 +89,9 @@ void DisplaySetApplication::endMirroring() {
 
 void DisplaySetApplication::setMirroring() {
   if (set_.hasMirroring) document_.setIsMirroringEnabled(set_.inMirroring, &transaction_, false);
+  if (set_.complexMirroringSet.empty()) return;
+  // The pairs are held against the state that the system answers: mirroring that was ended has to be over by then.
+  if (set_.hasMirroring && mirroringWasOn_) transaction_.restart();
   for (const auto& [shown, shows] : set_.complexMirroringSet) {
     const auto a = document_.displayWithID(shown);
     const auto b = document_.displayWithID(shows);
@@ -183,14 +181,12 @@ void DisplaySetApplication::setPictureOptions() {
   });
   forEachPresentAndOn([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
     if (!monitor.hasColorProfile) return;
-    // A preset is set by its place in the display's list, once presets can be looked up.
+    if (display.hasDisplayPresets() && monitor.colorPreset) {
+      if (const auto index = presetIndexWithUUID(*monitor.colorPreset, display)) display.setDisplayPreset(*index);
+    }
     if (monitor.colorProfile) display.setDisplayProfile(monitor.colorProfile);
   });
   if (set_.hasGray) document_.setIsGrayEnabled(set_.inGray);
-}
-
-void DisplaySetApplication::relaunchDockLater() const {
-  os().runLoop.performAfterDelay(kDockRelaunchDelay, [] { VLMGlobals::sharedInstance().relaunchDock(); });
 }
 
 }  // namespace vlm

@@ -18,8 +18,7 @@ class DisplaySetApplication {
  public:
   DisplaySetApplication(VLMGlobals& document, const VLMDisplaySet& set);
 
-  /// `save`: the user asked for the desktop layout to be saved before.
-  void run(bool save);
+  void run();
 
  private:
   using Step = std::function<void(const VLMMonitorInSet&, VLMDisplay&)>;
@@ -42,7 +41,6 @@ class DisplaySetApplication {
   void setPositions();
   void setPictureOptions();
   void endMirroring();
-  void relaunchDockLater() const;
 
   /// A monitor's place in the table of positions, and whether it is to be set.
   struct Place {

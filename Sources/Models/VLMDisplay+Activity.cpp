@@ -81,6 +81,8 @@ bool VLMDisplay::willChangeActiveIn(bool active) const {
 bool VLMDisplay::setIsActive(bool active, DisplayTransaction* transaction) {
   if (container == nullptr) return false;
   if (!active && !container->canDisableDisplay(*this)) return false;
+  // Also when somebody else has lit it already: it must not go dark under its user's eyes.
+  if (active) cancelDarkening(cgID);
   if (!willChangeActiveIn(active)) return false;
   JoinedTransaction changes(transaction);
   container->markActivityChangeOriginatedFromMe();
@@ -117,7 +119,6 @@ void VLMDisplay::turnOffIn(DisplayTransaction& transaction) {
 void VLMDisplay::turnOnIn(DisplayTransaction& transaction) {
   os().quartz.CGSConfigureDisplayEnabled(transaction.config(), cgID, true);
   transaction.willTurnOn(cgID);
-  cancelDarkening(cgID);
   if (savedBrightness != 0 && useBrightness) setBrightness(savedBrightness - kSavedBrightnessOffset);
   if (useGamma) setGamma(1.0F, &transaction);
 }
@@ -132,7 +133,7 @@ void VLMDisplay::setGamma(float factor, DisplayTransaction* transaction) {
 bool VLMDisplay::willSetBrightness(float value) { return canBrightness >= 1 && readBrightness() != value; }
 
 void VLMDisplay::setBrightness(float value) {
-  if (std::isnan(value) || value < 0 || readBrightness() == value) return;
+  if (value < 0 || readBrightness() == value) return;
   if (canBrightness == 2 && value <= kMostForDisplayServices) {
     os().skyLight.DisplayServicesSetBrightness(cgID, value);
   } else if (canBrightness == 1 && maxBrightness != 0) {

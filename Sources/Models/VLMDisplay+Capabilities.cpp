@@ -62,9 +62,9 @@ bool VLMDisplay::doesSupportDisabling() const {
 std::int32_t VLMDisplay::brightnessMethod() {
   if (os().skyLight.DisplayServicesCanChangeBrightness(cgID).value_or(false)) return kBrightnessThroughSystem;
   if (!canUseDDC()) return kNoBrightness;
+  // A monitor that is silent at this moment (it may be off) can still be set: its maximum stays 0, unknown.
   DDCCommand command{kBrightnessCode, 0, 0, 0};
-  if (!readDDCCommand(command)) return kNoBrightness;
-  maxBrightness = command[2] != 0 ? command[2] : kUsualMaxBrightness;
+  if (readDDCCommand(command)) maxBrightness = command[2] != 0 ? command[2] : kUsualMaxBrightness;
   return kBrightnessOverDDC;
 }
 

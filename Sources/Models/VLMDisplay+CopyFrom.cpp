@@ -105,7 +105,11 @@ void VLMDisplay::copyOptionsFrom(const VLMDisplay& saved) {
   useGamma = saved.useGamma;
   gammaDelay = saved.gammaDelay;
   previousTransfType = saved.previousTransfType;
-  if (saved.displayName != nullptr) mergeDisplayName(saved.displayName);
+  if (saved.displayName != nullptr) {
+    mergeDisplayName(saved.displayName);
+    // Merging equal names keeps the system's record; whether it is to be written is the user's choice all the same.
+    displayName->shouldOverride = saved.displayName->shouldOverride;
+  }
   importedEDID = saved.importedEDID;
   importedEDIDKeepsID = saved.importedEDIDKeepsID;
   carriedRecords = saved.carriedRecords;
@@ -141,9 +145,12 @@ void VLMDisplay::copyModesFrom(const VLMDisplay& saved) {
 }
 
 void VLMDisplay::linkAliases() {
+  const std::unordered_set<std::shared_ptr<VLMMode>> valid(validDisplayModes.begin(), validDisplayModes.end());
   for (const auto& mode : allDisplayModes) {
     if (mode->aliasedModeID <= 0) continue;
-    const auto target = validModeWithUniqueID(static_cast<std::uint32_t>(mode->aliasedModeID));
+    const auto identifier = static_cast<std::uint32_t>(mode->aliasedModeID);
+    // A mode that can be used stands for one that can be used; one that is gone may stand for another that is gone.
+    const auto target = valid.contains(mode) ? validModeWithUniqueID(identifier) : anyModeWithUniqueID(identifier);
     if (target != nullptr && target != mode) mode->setAliasedMode(target);
   }
 }

@@ -126,7 +126,10 @@ bool sendOnBus(io_service_t frameBuffer, std::uint32_t bus, IOI2CRequest& reques
 
 }  // namespace
 
-bool isReachedByAVService(CGDirectDisplayID display) { return os().quartz.CGDisplayIOServicePort(display) == 0; }
+bool hasAVServices() {
+  const IOObject services = os().registry.IOServiceGetMatchingServices(kAVServiceClass);
+  return services && os().registry.IOIteratorNext(services);
+}
 
 std::uint32_t SupportedTransactionType() {
   const IOObject services = os().registry.IOServiceGetMatchingServices("IOFramebufferI2CInterface");
@@ -152,12 +155,12 @@ bool DisplayRequest_Intel(CGDirectDisplayID display, IOI2CRequest& request) {
 
 bool VLMDisplay::canUseDDC() const {
   if (os().quartz.CGDisplayIsBuiltin(cgID)) return false;
-  if (!isReachedByAVService(cgID)) return SupportedTransactionType() != kNoTransaction;
+  if (!hasAVServices()) return SupportedTransactionType() != kNoTransaction;
   return container != nullptr && static_cast<bool>(IOCreateAVServiceRef(cgID, nullptr, container->ioServicesCached()));
 }
 
 bool VLMDisplay::writeDDCCommand(const DDCCommand& command) {
-  if (!isReachedByAVService(cgID)) {
+  if (!hasAVServices()) {
     IOI2CRequest request = writeFeatureRequest(command[0], command[1]);
     return DisplayRequest_Intel(cgID, request);
   }
@@ -169,7 +172,7 @@ bool VLMDisplay::writeDDCCommand(const DDCCommand& command) {
 }
 
 bool VLMDisplay::readDDCCommand(DDCCommand& command) {
-  return isReachedByAVService(cgID) ? readFromAVService(*this, command) : readFromFrameBuffer(cgID, command);
+  return hasAVServices() ? readFromAVService(*this, command) : readFromFrameBuffer(cgID, command);
 }
 
 void VLMDisplay::setBrightnessviaDDC(float value) {

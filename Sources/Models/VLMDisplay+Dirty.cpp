@@ -47,6 +47,7 @@ bool VLMDisplay::isADisplayableUnattachedMonitor() const {
   return !Common_CGIsVirtualOrIPad(cgID) && !Common_CGIsInVirtualMachine(cgID);
 }
 
+// The name is the one override record there is now; custom resolutions, the other records and an imported EDID join it.
 bool VLMDisplay::willNeedToSaveOverride() const { return displayName != nullptr && displayName->isModified(); }
 
 }  // namespace vlm

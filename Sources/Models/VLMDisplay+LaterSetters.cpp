@@ -9,7 +9,5 @@ void VLMDisplay::setUnderscan(float /*value*/, DisplayTransaction* /*transaction
 void VLMDisplay::setHDR(bool /*hdr*/, DisplayTransaction* /*transaction*/) {}
 // A display will be turned here, by a call or by a probe of its frame buffer.
 void VLMDisplay::setOrientation(std::int32_t /*angle*/, DisplayTransaction* /*transaction*/) {}
-// Two displays will be made to show one picture here, and to stop it.
-void VLMDisplay::setMirroringWith(VLMDisplay& /*other*/, bool /*value*/, DisplayTransaction* /*transaction*/) {}
 
 }  // namespace vlm

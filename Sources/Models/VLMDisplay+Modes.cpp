@@ -20,8 +20,8 @@ namespace {
 constexpr float kCloseEnough = 0.01F;
 /// Flag bits that make two modes of one size different for a user.
 constexpr std::uint32_t kDistinguishingFlags = 0x8FBFFB00;
-/// Bits of the scaler flags that say how the picture is fitted to the timing.
-constexpr std::uint32_t kScalerFitFlags = 0xF0;
+/// Bits of the scaler flags that say that it turns or mirrors the picture.
+constexpr std::uint32_t kScalerRotateFlags = 0xF0;
 constexpr std::uint32_t kInterlacedFlag = 0x40;
 /// Modes below both are of no use on a desktop.
 constexpr std::int32_t kSmallestWidth = 800, kSmallestHeight = 600;
@@ -54,7 +54,7 @@ struct TimingFields {
         verticalActive(fields.verticalActive().value_or(0)) {}
 
   bool isScaled() const {
-    if ((scalerFlags & kScalerFitFlags) == 0) return horizontalScaled != 0 || verticalScaled != 0;
+    if ((scalerFlags & kScalerRotateFlags) == 0) return horizontalScaled != 0 || verticalScaled != 0;
     return horizontalScaled * verticalScaled != horizontalActive * verticalActive;
   }
   /// Scaled, but by the very factor of the backing scale.

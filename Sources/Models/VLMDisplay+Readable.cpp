@@ -113,12 +113,13 @@ void placeValidModes(const VLMDisplay::Modes& validModes, VLMDisplay::Modes& all
   }
 }
 
-void linkStoredAliases(const VLMDisplay::Modes& modes) {
+/// Links every mode of `modes` that is an alias to its target among `targets`; modes that are linked already stay.
+void linkStoredAliases(const VLMDisplay::Modes& modes, const VLMDisplay::Modes& targets) {
   std::map<std::uint32_t, std::shared_ptr<VLMMode>> byUniqueID;
-  for (const auto& mode : modes) byUniqueID.emplace(mode->modeUniqueID, mode);
+  for (const auto& mode : targets) byUniqueID.emplace(mode->modeUniqueID, mode);
   for (const auto& mode : modes) {
     // 0 says that it stands for itself, also where a damaged file has a mode without an identifier.
-    if (mode->aliasedModeID == 0) continue;
+    if (mode->aliasedModeID == 0 || mode->aliasedMode() != nullptr) continue;
     const auto found = byUniqueID.find(truncateTo<std::uint32_t>(mode->aliasedModeID));
     if (found != byUniqueID.end() && found->second != mode) mode->setAliasedMode(found->second);
   }
@@ -145,7 +146,9 @@ std::shared_ptr<VLMDisplay> VLMDisplay::initAndDecodeReadableWith(const plist::D
   if (const auto current = dict.number("currentMode")) {
     display->currentMode = display->validModeWithUniqueID(truncateTo<std::uint32_t>(*current));
   }
-  linkStoredAliases(display->validDisplayModes);
+  linkStoredAliases(display->validDisplayModes, display->validDisplayModes);
+  // Modes that are gone for a while keep what they stand for, or it would be lost with the next save.
+  linkStoredAliases(display->allDisplayModes, display->allDisplayModes);
 
   for (const CarriedKey& row : kCarried) {
     const plist::Value* record = dict.find(row.key);

@@ -100,6 +100,7 @@ std::int32_t VLMDisplay::initializeRegistryData() {
     readRegistry(*registry);
     readEDID(nameText);
   } else {
+    VLMLog("Found driver for this display =  %@", std::optional<std::string>());
     connection = 1;
     displayVendorID = os().quartz.CGDisplayVendorNumber(cgID);
     displayProductID = os().quartz.CGDisplayModelNumber(cgID);

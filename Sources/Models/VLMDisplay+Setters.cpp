@@ -63,6 +63,17 @@ void makePrimaryOfItsMirrorSet(CGDirectDisplayID display, DisplayTransaction& tr
   transaction.restart();
 }
 
+/// At once: nobody should have to look at a refused mode until the caller's transaction ends.
+void restoreMode(CGDirectDisplayID display, std::int32_t modeNumber, DisplayTransaction* given) {
+  if (given == nullptr) {
+    const DisplayTransaction restoring;
+    os().quartz.CGSConfigureDisplayMode(restoring.config(), display, modeNumber);
+    return;
+  }
+  os().quartz.CGSConfigureDisplayMode(given->config(), display, modeNumber);
+  given->restart();
+}
+
 }  // namespace
 
 bool VLMDisplay::willChangePosition(DisplayPosition position) const { return displayPosition() != position; }
@@ -99,12 +110,15 @@ void VLMDisplay::setDisplayMode(const std::shared_ptr<VLMMode>& mode, std::optio
     return;
   }
   if (change.current < 0) return;
-  {
-    const DisplayTransaction restoring;
-    os().quartz.CGSConfigureDisplayMode(restoring.config(), cgID, change.current);
-  }
+  restoreMode(cgID, change.current, changes.isOwn() ? nullptr : &*changes);
   if (wasGray && maskToVisibleDepth(static_cast<std::uint32_t>(currentDepth)) >= kShallowestGrayDepth)
     container->setIsGrayEnabled(true);
+}
+
+void VLMDisplay::setMirroringWith(VLMDisplay& other, bool value, DisplayTransaction* transaction) {
+  const JoinedTransaction changes(transaction);
+  if (isMirroring(other) == value) return;
+  os().quartz.CGConfigureDisplayMirrorOfDisplay(changes->config(), other.cgID, value ? cgID : kCGNullDirectDisplay);
 }
 
 bool VLMDisplay::willChangeOverscanIn(bool overscan) const { return isInOverscan() == overscan; }

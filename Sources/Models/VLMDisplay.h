@@ -79,7 +79,7 @@ class VLMDisplay {
   // --- Modes ---
 
   Modes allDisplayModes;
-  Modes validDisplayModes;  ///< each is also in `allDisplayModes`, as the same object
+  Modes validDisplayModes;               ///< each is also in `allDisplayModes`, as the same object
   std::vector<Modes> setsOfModesByFreq;  ///< valid modes that differ in refresh rate alone
   NotOwned<VLMMode> nativeMode;
 
@@ -130,6 +130,10 @@ class VLMDisplay {
   // --- Overrides ---
 
   std::shared_ptr<VLMOverrideDisplayName> displayName;
+  std::int64_t countOfBackupedModes = 0;  ///< custom resolutions of the override file's backup
+  std::int64_t countOfOriginalModes = 0;  ///< custom resolutions when the override file was read
+  std::int32_t typeOfOverrideFile = 0;
+  std::optional<plist::Data> inOverrideFileEDID;
   std::optional<plist::Data> importedEDID;
   bool importedEDIDKeepsID = false;
   std::optional<plist::Data> cachedEDIDData;
@@ -181,6 +185,9 @@ class VLMDisplay {
   // --- Dirty state ---
 
   bool isDirty() const { return isDirty_; }
+  bool isDirtyStandardMenu() const { return isDirtyStandardMenu_; }
+  bool isDirtyViewOptions() const { return isDirtyViewOptions_; }
+  bool isDirtyEDIDOptions() const { return isDirtyEDIDOptions_; }
   void setIsDirty(bool dirty);
   void setIsDirtyStandardMenu(bool dirty);
   void setIsDirtyViewOptions(bool dirty);

@@ -2,6 +2,7 @@
 #include "Models/VLMDisplaySet.h"
 #include "Models/VLMGlobals.h"
 #include "Platform/Numbers.h"
+#include "Platform/Process.h"
 #include "Shared/BundleTexts.h"
 
 namespace vlm {
@@ -18,6 +19,8 @@ void recordMirroring(VLMDisplaySet& set, const Displays& displays) {
     for (const auto& b : displays) {
       if (a == b || !a->isMirroring(*b) || !a->monitorResID || !b->monitorResID) continue;
       set.hasMirroring = true;
+      // Mirroring goes both ways, and holds between two that show a third one: a pair says who shows whom.
+      if (os().quartz.CGDisplayMirrorsDisplay(b->cgID) != a->cgID) continue;
       set.complexMirroringSet.add({*a->monitorResID, *b->monitorResID});
     }
   }

@@ -5,7 +5,6 @@
 #include <numeric>
 
 #include "Models/VLMDisplay.h"
-#include "Shared/BundleTexts.h"
 
 namespace vlm {
 

@@ -33,8 +33,8 @@ class ComplexMirroringSet {
   std::vector<Pair> pairs_;
 };
 
-/// A saved configuration of the displays. It records what was, and enforces only the aspects whose has-flag is set; mode
-/// and depth are enforced unless they are kNoSetting.
+/// A saved configuration of the displays. It records what was, and enforces only the aspects whose has-flag is set;
+/// mode and depth are enforced unless they are kNoSetting.
 class VLMDisplaySet {
  public:
   /// `menuOrder` of a set that has no place in the menus yet.

@@ -25,7 +25,9 @@ void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested
   isSetRecorded = true;
   isSetExecuted = true;
   if (checkMarkForSet(*set, nullptr) == 0) {
-    DisplaySetApplication(*this, *set).run(save);
+    // Before the transaction opens: the Finder is asked for every icon.
+    if (save && saveAutoDesktop && saveDesktopBySet && desktopLayout != nullptr) desktopLayout->saveDesktopAll();
+    DisplaySetApplication(*this, *set).run();
     if (desktopLayout != nullptr) desktopLayout->positionAllIcons(set);
   }
   if (chained) applyDisplaySetAfterDelay(0.0, chained, save);

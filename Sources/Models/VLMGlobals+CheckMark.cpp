@@ -66,8 +66,8 @@ void Marker::gather() {
     MonitorState state{.monitor = monitor.get(), .display = {}, .number = static_cast<int>(monitors_.size())};
     if (monitor->dispIsPresent) state.display = document_.displayWithID(monitor->monitorResID);
     state.isEnabled = state.isPresent() && state.display->isActive();
-    VLMLog("Display Set %@ - for display #%d (resID = %d) - monitorIsEnabled[] = %d", name_, state.number, state.resID(),
-           state.isEnabled);
+    VLMLog("Display Set %@ - for display #%d (resID = %d) - monitorIsEnabled[] = %d", name_, state.number,
+           state.resID(), state.isEnabled);
     state.hasSetting = monitor->hasADisplaySetting(state.display.get(), checkOrigin_);
     VLMLog("Display Set %@ - for display #%d (resID = %d) - settingForThisDisp[] = %d", name_, state.number,
            state.resID(), state.hasSetting);
@@ -96,13 +96,13 @@ void Marker::findDashes() {
   for (const MonitorState& state : monitors_) {
     if (state.isRelevant && !state.isPresent()) {
       result_ = kMarkDash;
-      VLMLog("Display Set %@ - for display #%d (resID = %d) - returnValue set to DASH - condition #1", name_, state.number,
-             state.resID());
+      VLMLog("Display Set %@ - for display #%d (resID = %d) - returnValue set to DASH - condition #1", name_,
+             state.number, state.resID());
     }
     if (state.hasSetting && !state.isEnabled && !state.monitor->mustBeInactive()) {
       result_ = kMarkDash;
-      VLMLog("Display Set %@ - for display #%d (resID = %d) - returnValue set to DASH - condition #2", name_, state.number,
-             state.resID());
+      VLMLog("Display Set %@ - for display #%d (resID = %d) - returnValue set to DASH - condition #2", name_,
+             state.number, state.resID());
     }
   }
 }
@@ -162,7 +162,8 @@ bool Marker::mirroringMatches() const {
     const auto a = document_.displayWithID(shown);
     const auto b = document_.displayWithID(shows);
     if (a && b && a->isMirroring(*b)) continue;
-    VLMLog("Display Set %@ -  - COMPLEX MIRRORING doesn't match - no mirroring from Display %@ with %@", name_, shown, shows);
+    VLMLog("Display Set %@ -  - COMPLEX MIRRORING doesn't match - no mirroring from Display %@ with %@", name_, shown,
+           shows);
     return false;
   }
   return true;

@@ -2,23 +2,57 @@
 #include "Platform/AppleEvents.h"
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
-
+#include "Platform/RunLoop.h"
 
 namespace vlm {
+
+namespace {
+
+/// The system needs this long to settle before the Dock can be asked to begin anew. Seconds.
+constexpr double kDockRelaunchDelay = 1.0;
+
+}  // namespace
 
 void VLMGlobals::setIsGrayEnabled(bool /*gray*/) {
   // Switches grey scale by the system's old or new switch, once the grey-scale setters are there.
 }
 
-void VLMGlobals::setIsMirroringEnabled(bool on, DisplayTransaction* transaction, bool /*touch*/) {
+void VLMGlobals::setIsMirroringEnabled(bool on, DisplayTransaction* transaction, bool touch) {
+  JoinedTransaction joined(transaction);
   if (on) {
-    // Makes every active display show the first one's picture, once the mirroring setters are there.
+    mirrorActiveDisplays(*joined);
+    if (touch) turnOnInactiveDisplays(*joined);
     return;
   }
-  JoinedTransaction joined(transaction);
   for (const auto& display : displayArray) {
     os().quartz.CGConfigureDisplayMirrorOfDisplay(joined->config(), display->cgID, kCGNullDirectDisplay);
   }
+}
+
+void VLMGlobals::mirrorActiveDisplays(DisplayTransaction& transaction) const {
+  std::shared_ptr<VLMDisplay> master;
+  for (const auto& display : displayArray) {
+    if (!display->isActive()) continue;
+    if (master) {
+      os().quartz.CGConfigureDisplayMirrorOfDisplay(transaction.config(), display->cgID, master->cgID);
+    } else {
+      master = display;
+    }
+  }
+}
+
+void VLMGlobals::turnOnInactiveDisplays(DisplayTransaction& transaction) {
+  bool hasTurnedOn = false;
+  for (const auto& display : displayArray) {
+    if (!display->isActive()) hasTurnedOn = display->setIsActive(true, &transaction) || hasTurnedOn;
+  }
+  if (!hasTurnedOn) return;
+  transaction.restart();
+  if (quitDockAfterEnabling) relaunchDockLater();
+}
+
+void VLMGlobals::relaunchDockLater() {
+  os().runLoop.performAfterDelay(kDockRelaunchDelay, [this] { relaunchDock(); });
 }
 
 bool VLMGlobals::willChangeMainDisplayInto(const VLMDisplay& display) const { return !display.isMainDisplay(); }
@@ -30,8 +64,8 @@ void VLMGlobals::setMainDisplay(VLMDisplay& display, DisplayTransaction* transac
   JoinedTransaction joined(transaction);
   for (const auto& attached : displayArray) {
     const DisplayPosition now = attached->displayPosition();
-    attached->setDisplayPositionTo({.v = truncateTo<std::int16_t>(now.v - shift.v), .h = truncateTo<std::int16_t>(now.h - shift.h)},
-                                   &*joined);
+    attached->setDisplayPositionTo(
+        {.v = truncateTo<std::int16_t>(now.v - shift.v), .h = truncateTo<std::int16_t>(now.h - shift.h)}, &*joined);
   }
 }
 

@@ -40,7 +40,8 @@ void VLMGlobals::installDaemonObservers() {
   for (const Command& command : commands) {
     // In the background too: a daemon is never in front.
     os().notifications.addObserver(
-        NotificationCenter::distributed, kDaemonNotificationName, command.object, SuspensionBehavior::deliverImmediately,
+        NotificationCenter::distributed, kDaemonNotificationName, command.object,
+        SuspensionBehavior::deliverImmediately,
         [this, handler = command.handler](const Notification& notification) { (this->*handler)(notification); });
   }
   os().notifications.addObserver(NotificationCenter::local, "NSScreenColorSpaceDidChangeNotification", std::nullopt,

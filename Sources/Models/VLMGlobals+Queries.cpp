@@ -36,9 +36,8 @@ bool VLMGlobals::isMirroringEnabled() const {
 }
 
 bool VLMGlobals::haveAllDisplaySameDepth() const {
-  return std::all_of(displayArray.begin(), displayArray.end(), [&](const auto& display) {
-    return display->currentDepth == displayArray.front()->currentDepth;
-  });
+  return std::all_of(displayArray.begin(), displayArray.end(),
+                     [&](const auto& display) { return display->currentDepth == displayArray.front()->currentDepth; });
 }
 
 bool VLMGlobals::isGrayEnabled() const {
@@ -78,8 +77,8 @@ std::int64_t VLMGlobals::findNextSetUniqueID() const {
 void VLMGlobals::resortDisplaySetsMenuOrder() {
   std::int64_t order = 0;
   for (const auto& set : displaySetsArray) set->menuOrder = truncateTo<std::int16_t>(++order);
-  os().notifications.post(NotificationCenter::local, {.name = kSetsReordered, .object = {}, .sender = this, .userInfo = {}},
-                          0);
+  os().notifications.post(NotificationCenter::local,
+                          {.name = kSetsReordered, .object = {}, .sender = this, .userInfo = {}}, 0);
 }
 
 std::int32_t VLMGlobals::nextDeskResID() {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <map>
 #include <set>
 
@@ -13,8 +14,8 @@ namespace vlm {
 
 namespace {
 
-/// When each set was last applied. The sets themselves are replaced by every reload, and a chain that comes back to a set
-/// within a second must still find it applied.
+/// When each set was last applied. The sets themselves are replaced by every reload, and a chain that comes back to a
+/// set within a second must still find it applied.
 struct LastExecutedDates {
   std::map<std::int64_t, double> byUniqueID;
 };
@@ -75,6 +76,7 @@ void VLMGlobals::decodeAttachedDisplays(const plist::Dictionary& dict) {
       display->gatherModesInFrequencySets();
     } else {
       display->cgID = 0;
+      display->displayNumber = 0;
     }
   }
 }
@@ -84,7 +86,8 @@ void VLMGlobals::decodeDisplaySets(const plist::Dictionary& dict) {
   cutChains();
   displaySetsArray.clear();
   const plist::Array* array = dict.array("displaySetsArray");
-  VLMLog("Array on disk = %@", lazily([&] { return array == nullptr ? std::string("(null)") : plist::describe(*array); }));
+  VLMLog("Array on disk = %@",
+         lazily([&] { return array == nullptr ? std::string("(null)") : plist::describe(*array); }));
   const auto& dates = Process::current().state<LastExecutedDates>().byUniqueID;
   for (const plist::Value& entry : array == nullptr ? plist::Array() : *array) {
     const plist::Dictionary* setDict = entry.dictionary();
@@ -108,7 +111,8 @@ void VLMGlobals::decodeDisplaySets(const plist::Dictionary& dict) {
 void VLMGlobals::alignDisplaySets() {
   for (const auto& set : displaySetsArray) {
     // Every monitor of the set, wherever its display stands among the attached ones.
-    for (const auto& monitor : set->monitorArray) monitor->dispIsPresent = displayWithID(monitor->monitorResID) != nullptr;
+    for (const auto& monitor : set->monitorArray)
+      monitor->dispIsPresent = displayWithID(monitor->monitorResID) != nullptr;
     const std::size_t count = std::min(set->monitorArray.size(), displayArray.size());
     for (std::size_t i = 0; i < count; ++i) {
       const std::ptrdiff_t j = set->indexOfMonitorWithID(displayArray[i]->monitorResID);
@@ -119,8 +123,11 @@ void VLMGlobals::alignDisplaySets() {
 }
 
 void VLMGlobals::rememberExecution(const VLMDisplaySet& set) {
-  if (set.uniqueID && set.lastExecutedDate) {
-    Process::current().state<LastExecutedDates>().byUniqueID[*set.uniqueID] = *set.lastExecutedDate;
+  if (!set.uniqueID || !set.lastExecutedDate) return;
+  Process::current().state<LastExecutedDates>().byUniqueID[*set.uniqueID] = *set.lastExecutedDate;
+  // The set may have been made anew while it was applied.
+  if (const auto current = findSetByUniqueID(displaySetsArray, set.uniqueID)) {
+    current->lastExecutedDate = set.lastExecutedDate;
   }
 }
 
@@ -133,13 +140,25 @@ void VLMGlobals::encodeDisplays(plist::Dictionary& dict, int flags) const {
     dict.set("volatileDisplays", std::move(identifiers));
   }
   if ((flags & SettingsGroup::displayRecords) != 0) {
-    const auto identity = [](const VLMDisplay& display) { return display.monitorResID.value_or(VLMDisplay::kUnmatchedResID); };
-    dict.set("allDisplays", vlm::encodeReadableInDict(extraDisplayArray, dict.dictionary("allDisplays"), identity));
+    const plist::Dictionary* all = dict.dictionary("allDisplays");
+    // A monitor that is not attached has not changed since its record was read: the file's own stays, to the letter,
+    // with whatever a newer version has put into it.
+    std::vector<std::shared_ptr<VLMDisplay>> records;
+    std::copy_if(extraDisplayArray.begin(), extraDisplayArray.end(), std::back_inserter(records),
+                 [&](const auto& record) {
+                   return record->dispIsPresent || record->isDirty() || all == nullptr ||
+                          !all->contains(std::to_string(record->monitorResID.value_or(VLMDisplay::kUnmatchedResID)));
+                 });
+    const auto identity = [](const VLMDisplay& display) {
+      return display.monitorResID.value_or(VLMDisplay::kUnmatchedResID);
+    };
+    dict.set("allDisplays", vlm::encodeReadableInDict(records, all, identity));
   }
 }
 
 void VLMGlobals::encodeDisplaySets(plist::Dictionary& dict) const {
-  VLMLog("Encoding Display Sets array %@", lazily([&] { return plist::describe(vlm::encodeReadable(displaySetsArray)); }));
+  VLMLog("Encoding Display Sets array %@",
+         lazily([&] { return plist::describe(vlm::encodeReadable(displaySetsArray)); }));
   plist::Array sets = vlm::encodeReadable(displaySetsArray);
   VLMLog("Encoded Display Sets array %@", lazily([&] { return plist::describe(sets); }));
   dict.set("displaySetsArray", std::move(sets));

@@ -2,6 +2,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <unordered_set>
 
 #include "Models/VLMGlobals.h"
 #include "Models/VLMOverrideDisplayName.h"
@@ -18,6 +19,8 @@ namespace {
 
 /// The window server's list is never asked for more.
 constexpr std::uint32_t kMostDisplays = 99;
+/// Identifiers from here on come from a damaged file alone; counting on from one would leave the range.
+constexpr std::int32_t kHighestIdentifier = 0x7FFF0000;
 /// Bit of a frame buffer's "IOFBProbeOptions": it can be asked to look for displays.
 constexpr std::int64_t kProbeIsPossible = 1;
 
@@ -102,6 +105,8 @@ std::shared_ptr<VLMDisplay> VLMGlobals::newAttachedDisplay(CGDirectDisplayID cgI
   display->underscan = display->canUnderscan ? display->underscanValue() : 0.0F;
   display->canBrightness = display->brightnessMethod();
   display->brightness = display->readBrightness();
+  // A display asleep answers what is stored: nobody has turned it off.
+  display->isEnabled = true;
   display->isEnabled = display->isActive();
 
   VLMLog("countAndFillAllModes for display %d", cgID);
@@ -133,7 +138,10 @@ void VLMGlobals::initializeAllDisplaysFromSystemData() {
   for (const auto& saved : extraDisplayArray) saved->dispIsPresent = false;
   rememberSettingsFileState();
   initializeCurrentDisplays();
-  for (const auto& saved : extraDisplayArray) saved->cgID = 0;
+  for (const auto& saved : extraDisplayArray) {
+    saved->cgID = 0;
+    saved->displayNumber = 0;
+  }
   matchAttachedDisplays();
   for (const auto& saved : extraDisplayArray) saved->setIsDirty(false);
   numberDisplays();
@@ -149,9 +157,15 @@ void VLMGlobals::initializeAllDisplaysFromSystemData() {
 void VLMGlobals::matchAttachedDisplays() {
   std::int64_t lastResID = VLMDisplay::kResIDsBeginAbove;
   lastDeskResID_ = 0;
+  std::unordered_set<std::int32_t> deskResIDs;
   for (const auto& saved : extraDisplayArray) {
-    lastResID = std::max(lastResID, saved->monitorResID.value_or(0));
-    for (const auto& mode : saved->allDisplayModes) lastDeskResID_ = std::max(lastDeskResID_, mode->deskResID);
+    const std::int64_t resID = saved->monitorResID.value_or(0);
+    if (resID < kHighestIdentifier) lastResID = std::max(lastResID, resID);
+    for (const auto& mode : saved->allDisplayModes) {
+      // Two modes with one identifier would share their icon layouts: the second gets a new one.
+      if (mode->deskResID >= kHighestIdentifier || !deskResIDs.insert(mode->deskResID).second) mode->deskResID = 0;
+      lastDeskResID_ = std::max(lastDeskResID_, mode->deskResID);
+    }
   }
   VLMLog("Matching memory displays to disk saved preferences");
   for (const auto& live : displayArray) {
@@ -159,6 +173,7 @@ void VLMGlobals::matchAttachedDisplays() {
     auto best = extraDisplayArray.end();
     int bestScore = 0;
     for (auto candidate = extraDisplayArray.begin(); candidate != extraDisplayArray.end(); ++candidate) {
+      VLMLog("Checking candidate %@", lazily([&] { return (*candidate)->description(); }));
       const int score = live->identityScoreOf(**candidate);
       // Strictly more: the first of equals stays, and a model alone never matches.
       if (score <= bestScore) continue;

@@ -66,7 +66,8 @@ namespace {
 
 template <class Predicate>
 std::shared_ptr<VLMDisplay> firstOf(const std::vector<std::shared_ptr<VLMDisplay>>& displays, Predicate matches) {
-  const auto found = std::find_if(displays.begin(), displays.end(), [&](const auto& display) { return matches(*display); });
+  const auto found =
+      std::find_if(displays.begin(), displays.end(), [&](const auto& display) { return matches(*display); });
   return found == displays.end() ? nullptr : *found;
 }
 
@@ -91,9 +92,8 @@ std::shared_ptr<VLMDisplay> VLMGlobals::extraDisplayWithID(std::optional<std::in
 }
 
 std::shared_ptr<VLMDisplay> VLMGlobals::getDispWithPoint(Point point) const {
-  return firstOf(displayArray, [&](const VLMDisplay& display) {
-    return os().quartz.CGDisplayBounds(display.cgID).contains(point);
-  });
+  return firstOf(displayArray,
+                 [&](const VLMDisplay& display) { return os().quartz.CGDisplayBounds(display.cgID).contains(point); });
 }
 
 std::shared_ptr<VLMDisplay> VLMGlobals::mainDisplay() const {

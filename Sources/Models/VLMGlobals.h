@@ -19,6 +19,7 @@ namespace vlm {
 
 class VLMApplicationObject;
 class VLMDesktopLayout;
+class VLMLaunchedApplication;
 
 /// Which groups of the document are read or written: an OR of these bits.
 namespace SettingsGroup {
@@ -100,6 +101,7 @@ class VLMGlobals final : public VLMDisplayContainer {
   std::int32_t previousMirroring = 0;
   std::int32_t previousMainDisplay = 0;  ///< its `monitorResID`
   bool allFrequenciesInScaledMode = false;
+  std::vector<std::shared_ptr<VLMLaunchedApplication>> launchedApplications;  ///< running applications with a rule
 
   // --- Who is around; none of them owned, each may be null ---
 
@@ -171,6 +173,8 @@ class VLMGlobals final : public VLMDisplayContainer {
   bool willChangeMainDisplayInto(const VLMDisplay& display) const;
   void setMainDisplay(VLMDisplay& display, DisplayTransaction* transaction);
   void relaunchDock() override;
+  /// A second later, when the displays have settled.
+  void relaunchDockLater();
 
   // --- Messages with the control application ---
 
@@ -216,9 +220,11 @@ class VLMGlobals final : public VLMDisplayContainer {
   void rememberSettingsFileState();
   /// Keeps how each display was first seen, and gives every record both remembered states.
   void getInitialSettings();
+  void mirrorActiveDisplays(DisplayTransaction& transaction) const;
+  void turnOnInactiveDisplays(DisplayTransaction& transaction);
   void cutChains();
   /// Keeps when the set was applied, over every reload.
-  static void rememberExecution(const VLMDisplaySet& set);
+  void rememberExecution(const VLMDisplaySet& set);
 
   // Commands of the control application, in the order of their registration.
   void rescanDisp(const Notification& notification);

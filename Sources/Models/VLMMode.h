@@ -46,18 +46,18 @@ class VLMMode {
   /// Refreshes `aliasedModeID` from the mode it names, then writes every key.
   plist::Dictionary encodeReadable();
 
-  bool isValidAct = false;   ///< the user may choose it
-  bool hasIcon = false;      ///< a desktop layout has been stored for it
-  std::int32_t menuVal = 0;  ///< above 0: in the menu; 1 not yet confirmed by the user, 2 safe or confirmed
-  std::uint32_t modeUniqueID = 0;  ///< stable identifier within the display
-  std::int32_t aliasedModeID = 0;  ///< identifier of the mode that this one stands for; 0: none
-  std::int32_t colorMask = 0;      ///< depth masks that it comes in, OR-ed
-  std::uint32_t Nx = 0, Ny = 0;    ///< desktop size, as the window server counts it
-  std::int32_t deskResID = 0;      ///< key of the icon layouts stored for it; unique in the document
-  std::int32_t vesaMode = 0;       ///< the system's own number for a standard mode
-  std::int64_t pixClock = 0;       ///< Hz; 0 when the timing is unknown
-  std::int64_t totalPixels = 0;    ///< of one frame at the nominal rate, blanking included
-  std::int64_t totalPixelsMin = 0; ///< of one frame at the lowest rate of variable refresh
+  bool isValidAct = false;          ///< the user may choose it
+  bool hasIcon = false;             ///< a desktop layout has been stored for it
+  std::int32_t menuVal = 0;         ///< above 0: in the menu; 1 not yet confirmed by the user, 2 safe or confirmed
+  std::uint32_t modeUniqueID = 0;   ///< stable identifier within the display
+  std::int32_t aliasedModeID = 0;   ///< identifier of the mode that this one stands for; 0: none
+  std::int32_t colorMask = 0;       ///< depth masks that it comes in, OR-ed
+  std::uint32_t Nx = 0, Ny = 0;     ///< desktop size, as the window server counts it
+  std::int32_t deskResID = 0;       ///< key of the icon layouts stored for it; unique in the document
+  std::int32_t vesaMode = 0;        ///< the system's own number for a standard mode
+  std::int64_t pixClock = 0;        ///< Hz; 0 when the timing is unknown
+  std::int64_t totalPixels = 0;     ///< of one frame at the nominal rate, blanking included
+  std::int64_t totalPixelsMin = 0;  ///< of one frame at the lowest rate of variable refresh
   std::array<std::int32_t, kDepthSlots> sysModeID;  ///< the system's mode number for each depth; -1: none
   std::uint32_t sysFlags = 0;
   std::uint32_t flags = 0;

@@ -43,6 +43,7 @@ class VLMMonitorInSet {
   std::optional<std::string> colorPreset;   ///< identifier
   bool hasColorProfile = false;
   bool isInHDR = false, hasHDR = false;
+  std::optional<plist::Value> selColorMode;  ///< colour mode selected; not stored
   VLMDisplaySet* container = nullptr;
   bool dispIsPresent = false;  ///< attached now; not stored
 

@@ -19,7 +19,7 @@ class VLMOverrideDisplayName {
  public:
   /// With a copy of itself as `original`.
   static std::shared_ptr<VLMOverrideDisplayName> initWithString(const std::optional<std::string>& name,
-                                                               std::int16_t status, bool shouldOverride);
+                                                                std::int16_t status, bool shouldOverride);
   /// From the settings file: status 1, no original.
   static std::shared_ptr<VLMOverrideDisplayName> initAndDecodeReadableWith(const plist::Dictionary& dict);
   plist::Dictionary encodeReadable() const;

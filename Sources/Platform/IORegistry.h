@@ -26,7 +26,8 @@ class IORegistry {
   /// The entry at a path ("IOService:/IOResources/IODisplayWrangler"), or none.
   virtual IOObject IORegistryEntryFromPath(const std::string& path) = 0;
   /// Iterates over the entries below one, in a plane ("IOService"); none when it cannot be made.
-  virtual IOObject IORegistryEntryCreateIterator(io_service_t entry, const std::string& plane, IOOptionBits options) = 0;
+  virtual IOObject IORegistryEntryCreateIterator(io_service_t entry, const std::string& plane,
+                                                 IOOptionBits options) = 0;
   /// The services of a class, to be walked with IOIteratorNext; none when it cannot be made.
   virtual IOObject IOServiceGetMatchingServices(const std::string& className) = 0;
   /// The next object, or none at the end. The iterator stays with the caller.
@@ -43,7 +44,8 @@ class IORegistry {
   /// What the system knows of the display behind a frame buffer or display service: the registry's properties, what the
   /// EDID adds ("DisplaySerialNumber", "DisplayYearManufacture", …), the localised "DisplayProductName" and
   /// "IODisplayIsDigital".
-  virtual std::optional<plist::Dictionary> IODisplayCreateInfoDictionary(io_service_t service, IOOptionBits options) = 0;
+  virtual std::optional<plist::Dictionary> IODisplayCreateInfoDictionary(io_service_t service,
+                                                                         IOOptionBits options) = 0;
   /// A display parameter ("oscn", "pscn") of a frame buffer; absent when it has none of that name.
   virtual std::optional<float> IODisplayGetFloatParameter(io_service_t service, const std::string& parameter) = 0;
   virtual IOReturn IODisplaySetFloatParameter(io_service_t service, const std::string& parameter, float value) = 0;

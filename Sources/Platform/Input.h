@@ -53,8 +53,8 @@ struct EventTypeSpec {
 struct CarbonEvent {
   std::uint32_t eventClass = 0;
   std::uint32_t eventKind = 0;
-  std::optional<EventHotKeyID> directObject;        ///< kEventParamDirectObject of type typeEventHotKeyID
-  std::optional<ProcessSerialNumber> processID;     ///< kEventParamProcessID
+  std::optional<EventHotKeyID> directObject;     ///< kEventParamDirectObject of type typeEventHotKeyID
+  std::optional<ProcessSerialNumber> processID;  ///< kEventParamProcessID
 };
 
 /// Keyboard: hot keys, the events of the application target, modifiers, the layout. Main thread only.

@@ -12,7 +12,8 @@ class Preferences {
  public:
   virtual ~Preferences() = default;
 
-  virtual std::optional<plist::Value> CFPreferencesCopyValue(const std::string& key, const std::string& applicationID) = 0;
+  virtual std::optional<plist::Value> CFPreferencesCopyValue(const std::string& key,
+                                                             const std::string& applicationID) = 0;
   /// No value removes the key. Reaches the disk with the next synchronise.
   virtual void CFPreferencesSetValue(const std::string& key, const std::optional<plist::Value>& value,
                                      const std::string& applicationID) = 0;

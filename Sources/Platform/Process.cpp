@@ -30,7 +30,8 @@ Process& Process::current() {
 Process* Process::currentOrNull() { return currentProcess; }
 
 void* Process::find(std::type_index type) const {
-  const auto found = std::find_if(states_.begin(), states_.end(), [&](const auto& state) { return state.first == type; });
+  const auto found =
+      std::find_if(states_.begin(), states_.end(), [&](const auto& state) { return state.first == type; });
   return found == states_.end() ? nullptr : found->second.get();
 }
 

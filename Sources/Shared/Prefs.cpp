@@ -5,7 +5,6 @@
 #include "Platform/Files.h"
 #include "Platform/Preferences.h"
 #include "Platform/Process.h"
-#include "Shared/CheckedRelease.h"
 #include "Shared/Format.h"
 
 namespace vlm {
@@ -20,18 +19,6 @@ std::optional<std::string> settingsFileIn(Files::Domain domain) {
 
 bool isReachable(const std::optional<std::string>& path) { return path && os().files.checkResourceIsReachable(*path); }
 
-/// A value copied from a preference domain: its one reference is ours.
-class CopiedValue : public CountedObject {
- public:
-  explicit CopiedValue(plist::Value content) : content_(std::move(content)) {}
-  std::int64_t retainCount() const override { return content_ ? 1 : 0; }
-  void release() override { content_.reset(); }
-  plist::Dictionary* dictionary() { return content_ ? content_->dictionary() : nullptr; }
-
- private:
-  std::optional<plist::Value> content_;
-};
-
 }  // namespace
 
 std::optional<std::string> Prefs_GetVLM4PrefsURL(bool forWriting) {
@@ -42,21 +29,13 @@ std::optional<std::string> Prefs_GetVLM4PrefsURL(bool forWriting) {
 }
 
 std::optional<plist::Dictionary> Common_LoadDictFromUser(const std::string& key, const std::string& applicationID) {
-  auto copied = os().preferences.CFPreferencesCopyValue(key, applicationID);
-  if (!copied) return std::nullopt;
-  CopiedValue value(std::move(*copied));
-  if (plist::Dictionary* dictionary = value.dictionary()) return std::move(*dictionary);
-  Common_CheckedRelease(&value, "value");
-  return std::nullopt;
+  auto value = os().preferences.CFPreferencesCopyValue(key, applicationID);
+  if (!value || value->dictionary() == nullptr) return std::nullopt;
+  return std::move(*value->dictionary());
 }
 
 plist::Dictionary Common_LoadDictMutableFromUser(const std::string& key, const std::string& applicationID) {
-  auto loaded = Common_LoadDictFromUser(key, applicationID);
-  if (!loaded) return {};
-  CopiedValue value(std::move(*loaded));
-  plist::Dictionary changeable = std::move(*value.dictionary());
-  Common_CheckedRelease(&value, "value");
-  return changeable;
+  return Common_LoadDictFromUser(key, applicationID).value_or(plist::Dictionary());
 }
 
 void Common_SaveDictFromUser(const std::string& key, const std::optional<plist::Value>& value,

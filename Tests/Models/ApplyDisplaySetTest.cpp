@@ -51,33 +51,80 @@ TEST_F(ApplyDisplaySet, DoesNothingToTheDisplaysWhenItIsInForce) {
 
 TEST_F(ApplyDisplaySet, BringsAModeBackOnceASecond) {
   const auto wanted = on_.mac.display("Right").modeNumber;
-  ASSERT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
-  tick();
-  apply(set_);
-  EXPECT_EQ(on_.mac.display("Right").modeNumber, wanted);
-  tick();
+  const auto spoilAndApplyAfter = [&](double seconds) {
+    EXPECT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
+    on_.mac.advance(seconds);
+    on_.inside([](VLMGlobals& document) {
+      for (const auto& display : document.displayArray) display->updateCurrentMode();
+    });
+    apply(set_);
+    return on_.mac.display("Right").modeNumber == wanted;
+  };
+  EXPECT_TRUE(spoilAndApplyAfter(0.1));
   // Within the second after an application, a request is the same request.
-  on_.inside([&](VLMGlobals& document) {
-    for (const auto& display : document.displayArray) display->updateCurrentMode();
-  });
-  apply(set_);
-  ASSERT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
-  on_.mac.turn();
-  apply(set_);
-  EXPECT_NE(on_.mac.display("Right").modeNumber, wanted);
-  tick();
-  apply(set_);
-  EXPECT_EQ(on_.mac.display("Right").modeNumber, wanted);
+  EXPECT_FALSE(spoilAndApplyAfter(0.9));
+  EXPECT_TRUE(spoilAndApplyAfter(0.2));
 }
 
-TEST_F(ApplyDisplaySet, MovesAllDisplaysWithTheNewMainOne) {
-  const Point leftOrigin = on_.mac.display("Left").origin, rightOrigin = on_.mac.display("Right").origin;
+TEST_F(ApplyDisplaySet, MovesAllDisplaysWithTheNewMainOneButThoseWithAnOrigin) {
   for (const auto& monitor : set_->monitorArray) monitor->isMainDisplay = false;
+  monitorOf("Built-in").isMainDisplay = true;  // the last one flagged counts
   monitorOf("Right").isMainDisplay = true;
+  monitorOf("Left").hasOrigin = true;
+  monitorOf("Left").origin = DisplayPosition{.v = 10, .h = -2560}.packed();
   apply(set_);
   EXPECT_EQ(on_.mac.windowServer().mainDisplay(), &on_.mac.display("Right"));
-  EXPECT_EQ(on_.mac.display("Left").origin.x, leftOrigin.x - rightOrigin.x);
-  EXPECT_EQ(on_.mac.display("Left").origin.y, leftOrigin.y - rightOrigin.y);
+  for (const char* line : {"CGSConfigureDisplayOrigin(Built-in, -4000, 0)",
+                           "CGSConfigureDisplayOrigin(Left, -2560, 10)", "CGSConfigureDisplayOrigin(Right, 0, 0)"}) {
+    EXPECT_EQ(on_.journalCount(line), 1) << line;
+  }
+}
+
+TEST_F(ApplyDisplaySet, TakesItsStepsInTheirOrder) {
+  sim::SimulatedDisplay &left = on_.mac.display("Left"), &right = on_.mac.display("Right");
+  ASSERT_EQ(on_.mac.setEnabled("Left", false), std::nullopt);
+  ASSERT_EQ(
+      server().changeByAnother(
+          {{.kind = sim::DisplayChange::Kind::mirror, .display = right.id, .master = on_.mac.display("Built-in").id}}),
+      std::nullopt);
+  tick();
+  tick();
+  on_.inside([](VLMGlobals& document) { document.quitDockAfterEnabling = document.quitDockAfterDisabling = true; });
+  monitorOf("Left").hasActivity = true;
+  monitorOf("Left").hasOrigin = true, monitorOf("Left").origin = DisplayPosition{.v = 0, .h = -2560}.packed();
+  monitorOf("Right").hasActivity = true, monitorOf("Right").isActive = false, monitorOf("Right").hasOrigin = true;
+  on_.mac.journal().clear();
+  apply(set_);
+  std::vector<std::string> calls;
+  for (const std::string& line : on_.mac.journal().lines()) calls.push_back(line.substr(line.find(": ") + 2));
+  const std::vector<std::string> expected{
+      "CGBeginDisplayConfiguration()",
+      "IORegistryEntrySetCFProperty(IOService:/IOResources/IODisplayWrangler, IORequestIdle, false)",
+      "CGSConfigureDisplayEnabled(Left, yes)",
+      "CGCompleteDisplayConfiguration(2) = 0",
+      "CGBeginDisplayConfiguration()",
+      "performAfterDelay(1)",  // the Dock, after enabling
+      "CGConfigureDisplayMirrorOfDisplay(Built-in, none)",
+      "CGConfigureDisplayMirrorOfDisplay(Left, none)",
+      "CGConfigureDisplayMirrorOfDisplay(Right, none)",
+      "CGCompleteDisplayConfiguration(2) = 0",
+      "CGBeginDisplayConfiguration()",
+      "CGSConfigureDisplayEnabled(Right, no)",
+      "CGDisplayShowCursor(none)",
+      "CGCompleteDisplayConfiguration(2) = 0",
+      "CGBeginDisplayConfiguration()",
+      "performAfterDelay(1)",  // the Dock, after disabling
+      // Positions end mirroring once more; the display that is off is not placed.
+      "CGConfigureDisplayMirrorOfDisplay(Built-in, none)",
+      "CGConfigureDisplayMirrorOfDisplay(Left, none)",
+      "CGConfigureDisplayMirrorOfDisplay(Right, none)",
+      "CGCompleteDisplayConfiguration(2) = 0",
+      "CGBeginDisplayConfiguration()",
+      "CGSConfigureDisplayOrigin(Left, -2560, 0)",
+      "CGCompleteDisplayConfiguration(2) = 0",
+  };
+  EXPECT_EQ(calls, expected);
+  EXPECT_TRUE(left.isActive() && !right.isActive());
 }
 
 TEST_F(ApplyDisplaySet, TurnsDisplaysOffAndOnAgain) {
@@ -96,14 +143,42 @@ TEST_F(ApplyDisplaySet, LeavesOneDisplayOn) {
   for (const auto& monitor : set_->monitorArray) monitor->hasActivity = true, monitor->isActive = false;
   apply(set_);
   const auto& displays = server().displays();
-  EXPECT_EQ(std::count_if(displays.begin(), displays.end(), [](const auto& display) { return display->isActive(); }), 1);
+  EXPECT_EQ(std::count_if(displays.begin(), displays.end(), [](const auto& display) { return display->isActive(); }),
+            1);
+}
+
+TEST_F(ApplyDisplaySet, MirrorsByPairsAndAllTogether) {
+  sim::SimulatedDisplay &panel = on_.mac.display("Built-in"), &left = on_.mac.display("Left"),
+                        &right = on_.mac.display("Right");
+  for (const auto& monitor : set_->monitorArray) monitor->isMainDisplay = false;
+  set_->hasMirroring = true;
+  set_->complexMirroringSet.add({*monitorOf("Left").monitorResID, *monitorOf("Right").monitorResID});
+  apply(set_);
+  EXPECT_EQ(right.mirrors, left.id);
+  EXPECT_EQ(panel.mirrors, kCGNullDirectDisplay);
+  tick();
+  // A set recorded now says who shows whom, and once more applied leaves it so.
+  const auto recorded = newSet();
+  ASSERT_TRUE(recorded->hasMirroring && !recorded->inMirroring);
+  EXPECT_EQ(recorded->complexMirroringSet.begin()->second, *monitorOf("Right").monitorResID);
+  EXPECT_EQ(std::distance(recorded->complexMirroringSet.begin(), recorded->complexMirroringSet.end()), 1);
+  set_->monitorArray[0]->modeUniqueID = 1;
+  apply(set_);
+  EXPECT_EQ(right.mirrors, left.id);
+  tick();
+  set_->complexMirroringSet.clear();
+  set_->inMirroring = true;
+  apply(set_);
+  EXPECT_TRUE(left.mirrors == panel.id && right.mirrors == panel.id);
+  tick();
+  EXPECT_TRUE(newSet()->inMirroring);
 }
 
 TEST_F(ApplyDisplaySet, EndsMirroringBeforeTurningADisplayOff) {
   sim::SimulatedDisplay &left = on_.mac.display("Left"), &right = on_.mac.display("Right");
-  ASSERT_EQ(server().changeByAnother(
-                {{.kind = sim::DisplayChange::Kind::mirror, .display = right.id, .master = left.id}}),
-            std::nullopt);
+  ASSERT_EQ(
+      server().changeByAnother({{.kind = sim::DisplayChange::Kind::mirror, .display = right.id, .master = left.id}}),
+      std::nullopt);
   tick();
   monitorOf("Right").hasActivity = true, monitorOf("Right").isActive = false;
   on_.mac.journal().clear();
@@ -122,10 +197,16 @@ TEST_F(ApplyDisplaySet, DropsTheRequestWithWhichAChainComesBack) {
   set_->setChainedDisplaySet(other);
   other->setChainedDisplaySet(set_);
   apply(set_);
-  const auto first = set_->lastExecutedDate;
   on_.mac.turn();
   EXPECT_TRUE(other->lastExecutedDate);
-  EXPECT_EQ(set_->lastExecutedDate, first);
+  // Each asked for the next one once; the third request was dropped.
+  EXPECT_EQ(on_.journalCount("performAfterDelay(0)"), 2);
+  // Also when the sets have been made anew meanwhile.
+  on_.inside([&](VLMGlobals& document) {
+    document.loadPrefs(SettingsGroup::all);
+    const auto again = findSetByUniqueID(document.displaySetsArray, document.displaySetsArray.front()->uniqueID);
+    EXPECT_TRUE(again->lastExecutedDate);
+  });
 }
 
 TEST_F(ApplyDisplaySet, LetsTheOtherDisplaysHaveTheirsWhenOneIsGone) {

@@ -106,6 +106,50 @@ TEST_F(CheckMark, SeesThatTheMainDisplayIsAnother) {
   EXPECT_EQ(mark(), kNone);
 }
 
+TEST_F(CheckMark, ComparesPictureOptionsOnlyWhereTheDisplayHasThem) {
+  sim::SimulatedDisplay& left = on_.mac.display("Left");
+  const struct {
+    const char* name;
+    void (*enforce)(VLMMonitorInSet&);
+    bool VLMDisplay::*capability;
+  } kRows[] = {
+      {.name = "overscan",
+       .enforce = [](VLMMonitorInSet& m) { m.hasOverscan = m.inOverscan = true; },
+       .capability = &VLMDisplay::canOverscan},
+      {.name = "underscan",
+       .enforce = [](VLMMonitorInSet& m) { m.hasUnderscan = true, m.underscan = 0.5F; },
+       .capability = &VLMDisplay::canUnderscan},
+  };
+  for (const auto& row : kRows) {
+    const auto before = set_->monitorArray[1];
+    set_->monitorArray[1] = before->deepCopy();
+    row.enforce(monitor(1));
+    EXPECT_EQ(mark(), kCheck) << row.name;
+    (*left_).*(row.capability) = true;
+    EXPECT_EQ(mark(), kNone) << row.name;
+    (*left_).*(row.capability) = false;
+    set_->monitorArray[1] = before;
+  }
+  monitor(1).hasHDR = monitor(1).isInHDR = true;
+  EXPECT_EQ(mark(), kCheck);
+  left.description.supportsHDR = true;
+  EXPECT_EQ(mark(), kNone);
+  left.hdr = true;
+  EXPECT_EQ(mark(), kCheck);
+}
+
+TEST_F(CheckMark, IsADashWhenTheMainDisplayIsOff) {
+  enforceNothing();
+  monitor(1).isMainDisplay = true;
+  ASSERT_EQ(on_.mac.setEnabled("Left", false), std::nullopt);
+  on_.mac.turn();
+  EXPECT_EQ(mark(), kDash);
+  EXPECT_TRUE(hasSetting_);
+  monitor(1).isMainDisplay = false;
+  EXPECT_EQ(mark(), kDiamond);
+  EXPECT_FALSE(hasSetting_);
+}
+
 TEST_F(CheckMark, ComparesMirroringAndGrey) {
   set_->hasMirroring = set_->inMirroring = true;
   EXPECT_EQ(mark(), kNone);
@@ -113,6 +157,17 @@ TEST_F(CheckMark, ComparesMirroringAndGrey) {
   EXPECT_EQ(mark(), kCheck);
   set_->complexMirroringSet.add({*monitor(0).monitorResID, *monitor(1).monitorResID});
   EXPECT_EQ(mark(), kNone);
+  sim::SimulatedDisplay &panel = on_.mac.display("Built-in"), &left = on_.mac.display("Left");
+  monitor(0).isMainDisplay = false;
+  const auto mirror = [&](CGDirectDisplayID master) {
+    ASSERT_EQ(on_.mac.windowServer().changeByAnother(
+                  {{.kind = sim::DisplayChange::Kind::mirror, .display = left.id, .master = master}}),
+              std::nullopt);
+    on_.mac.turn();
+  };
+  mirror(panel.id);
+  EXPECT_EQ(mark(), kCheck);
+  mirror(kCGNullDirectDisplay);
   set_->complexMirroringSet.clear();
   set_->hasGray = set_->inGray = true;
   EXPECT_EQ(mark(), kNone);

@@ -1,12 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <set>
-#include <tuple>
-
 #include "Models/Monitor.h"
 #include "Models/VLMApplicationObject.h"
-#include "Models/VLMChangeRecorder.h"
-#include "Simulator/Mac/Registry.h"
 #include "Tests/Support/DisplaysOnMac.h"
 
 /// What discovery makes of a machine's displays, and how it is told of their changes.
@@ -23,38 +18,49 @@ sim::MachineDescription leftWithModes(const std::vector<ListedMode>& modes, std:
   return machine;
 }
 
-void setRegistry(DisplaysOnMac& displays, io_service_t entry, const char* key, const plist::Value& value) {
-  displays.mac().windowServer().registry().setProperty(entry, key, value);
+/// Reads the modes again after a change of an entry of the frame buffer's table.
+template <class Change>
+void readAgainWith(DisplaysOnMac& displays, std::size_t index, Change change) {
+  plist::Dictionary config = sim::frameBufferConfig(displays.mac().display("Left").modes);
+  plist::Array modes = *config.array("IOFBModes");
+  plist::Dictionary entry = *modes[index].dictionary();
+  plist::Data information = *entry.data("DM"), timing = *entry.data("TM");
+  change(information, timing);
+  entry.set("DM", information);
+  entry.set("TM", timing);
+  modes[index] = entry;
+  config.set("IOFBModes", modes);
+  displays.setProperty("Left", "IOFBConfig", config);
+  displays["Left"]->countAndFillAllModes();
+}
+
+void put32(plist::Data& record, std::size_t offset, std::uint32_t value) {
+  for (int byte = 0; byte < 4; ++byte) record[offset++] = static_cast<std::uint8_t>(value >> (8 * byte));
 }
 
 TEST(Discovery, DropsModesThatNobodyCanUse) {
   const struct {
     const char* name;
     ListedMode mode;
-    bool isKept;
-    float definition = 1;
+    /// 0 when it is dropped.
+    float definition;
   } rows[] = {
-      {.name = "tiny", .mode = {.width = 640, .height = 480}, .isKept = false},
-      {.name = "wide enough", .mode = {.width = 800, .height = 480}, .isKept = true},
-      {.name = "high enough", .mode = {.width = 720, .height = 600}, .isKept = true},
-      {.name = "one point", .mode = {.width = 1, .height = 1}, .isKept = false},
-      {.name = "negative", .mode = {.width = 0x80000400, .height = 768, .noTimingData = true}, .isKept = false},
-      {.name = "less than a hertz",
-       .mode = {.width = 1024, .height = 768, .refreshHz = 0.5, .noTimingData = true},
-       .isKept = false},
-      {.name = "rate unknown",
-       .mode = {.width = 1024, .height = 768, .refreshHz = 0, .noTimingData = true},
-       .isKept = true},
-      {.name = "no scale", .mode = {.width = 1024, .height = 768, .scale = 0}, .isKept = true},
-      {.name = "twice the pixels", .mode = {.width = 1024, .height = 768, .scale = 2}, .isKept = true, .definition = 2},
-      {.name = "absurd scale", .mode = {.width = 1024, .height = 768, .scale = 6}, .isKept = false},
-      {.name = "hidden", .mode = {.width = 1024, .height = 768, .hidden = true}, .isKept = false},
+      {.name = "tiny", .mode = {.width = 640, .height = 480}, .definition = 0},
+      {.name = "wide enough", .mode = {.width = 800, .height = 480}, .definition = 1},
+      {.name = "high enough", .mode = {.width = 720, .height = 600}, .definition = 1},
+      {.name = "one point", .mode = {.width = 1, .height = 1}, .definition = 0},
+      {.name = "negative", .mode = {.width = 0x80000400, .height = 768, .noTimingData = true}, .definition = 0},
+      {.name = "half a hertz", .mode = {.width = 1024, .height = 768, .refreshHz = 0.5}, .definition = 0},
+      {.name = "rate unknown", .mode = {.width = 1024, .height = 768, .refreshHz = 0}, .definition = 1},
+      {.name = "no scale", .mode = {.width = 1024, .height = 768, .scale = 0}, .definition = 1},
+      {.name = "twice the pixels", .mode = {.width = 1024, .height = 768, .scale = 2}, .definition = 2},
+      {.name = "absurd scale", .mode = {.width = 1024, .height = 768, .scale = 6}, .definition = 0},
+      {.name = "hidden", .mode = {.width = 1024, .height = 768, .hidden = true}, .definition = 0},
   };
   for (const auto& row : rows) {
     DisplaysOnMac displays(leftWithModes({{.width = 1920, .height = 1080}, row.mode}));
     const auto mode = displays.mode("Left", row.mode.width, row.mode.height);
-    EXPECT_EQ(mode != nullptr, row.isKept) << row.name;
-    EXPECT_EQ(mode != nullptr ? mode->definition : row.definition, row.definition) << row.name;
+    EXPECT_EQ(mode != nullptr ? mode->definition : 0, row.definition) << row.name;
     EXPECT_EQ(displays["Left"]->numberOfModesInCG, 2) << row.name;
   }
 }
@@ -83,13 +89,113 @@ TEST(Discovery, PassesOverTheModeBehindARemovedDuplicate) {
   EXPECT_NE(left->validDisplayModes[1]->modeUniqueID, left->validDisplayModes[2]->modeUniqueID);
 }
 
+TEST(Discovery, TakesModesForDuplicatesByTheBytesOfTheirTimings) {
+  const struct {
+    std::size_t byte;
+    bool isKept;
+  } rows[] = {{.byte = 11, .isKept = false}, {.byte = 12, .isKept = true}, {.byte = 131, .isKept = true},
+              {.byte = 132, .isKept = false}};
+  const ListedMode full{.width = 1920, .height = 1080}, small{.width = 1280, .height = 720};
+  for (const auto& row : rows) {
+    DisplaysOnMac displays(leftWithModes({full, small, small}));
+    EXPECT_EQ(displays["Left"]->validDisplayModes.size(), 2U);
+    readAgainWith(displays, 2, [&](plist::Data&, plist::Data& timing) { timing[row.byte] ^= 0x80; });
+    EXPECT_EQ(displays["Left"]->validDisplayModes.size(), row.isKept ? 3U : 2U) << row.byte;
+  }
+}
+
+TEST(Discovery, LearnsFromTheFrameBufferHowAModeIsMade) {
+  // Offsets in the timing record: the scaler's flags and the sizes that it takes and gives.
+  constexpr std::size_t kFlags = 20, kScaledWidth = 24, kScaledHeight = 28, kWidth = 64, kHeight = 80;
+  const struct {
+    const char* name;
+    /// What differs in the record of 1280 by 720 pixels.
+    std::vector<std::pair<std::size_t, std::uint32_t>> timing;
+    bool isScaled, isNative;
+  } rows[] = {
+      {"plain", {}, false, true},
+      {"scaled", {{kScaledWidth, 1280}, {kScaledHeight, 720}, {kWidth, 1920}, {kHeight, 1080}}, true, false},
+      {"scaled in width", {{kScaledWidth, 1280}}, true, false},
+      {"scaled in height", {{kScaledHeight, 720}}, true, false},
+      {"scaled by nothing", {{kScaledWidth, 1280}, {kScaledHeight, 720}}, true, true},
+      {"turned", {{kFlags, 0x10}, {kScaledWidth, 720}, {kScaledHeight, 1280}}, false, true},
+      {"turned and scaled", {{kFlags, 0x80}, {kScaledWidth, 720}, {kScaledHeight, 1281}}, true, false},
+      {"turned without sizes", {{kFlags, 0x40}}, true, false},
+      {"other flags", {{kFlags, 0xFFFFFF0F}}, false, true},
+  };
+  DisplaysOnMac displays(leftWithModes({{.width = 1920, .height = 1080}, {.width = 1280, .height = 720}}));
+  for (const auto& row : rows) {
+    readAgainWith(displays, 1, [&](plist::Data&, plist::Data& timing) {
+      for (const auto& [offset, value] : row.timing) put32(timing, offset, value);
+    });
+    const auto mode = displays.mode("Left", 1280, 720);
+    EXPECT_EQ(mode->isScaled, row.isScaled) << row.name;
+    EXPECT_EQ(mode->isNative, row.isNative) << row.name;
+    EXPECT_EQ(mode->resolutionType, row.isScaled ? 1 : 0) << row.name;
+  }
+}
+
+TEST(Discovery, LearnsInterlacingAndTheLongestFrame) {
+  DisplaysOnMac displays(leftWithModes({{.width = 1920, .height = 1080}, {.width = 1280, .height = 720}}));
+  EXPECT_FALSE(displays.mode("Left", 1280, 720)->interlaced);
+  readAgainWith(displays, 1, [](plist::Data& information, plist::Data& timing) {
+    information[16] |= 0x40;
+    put32(timing, 68, 160);   // horizontal blanking
+    put32(timing, 84, 30);    // vertical blanking
+    put32(timing, 132, 500);  // and its extension
+  });
+  const auto mode = displays.mode("Left", 1280, 720);
+  EXPECT_TRUE(mode->interlaced && !displays.mode("Left", 1920, 1080)->interlaced);
+  EXPECT_EQ(mode->totalPixels, 1440 * 750);
+  EXPECT_EQ(mode->totalPixelsMin, 1440 * 1250);
+}
+
 TEST(Discovery, LeavesModesWithoutTimingDataAlone) {
   const ListedMode blind{.width = 1280, .height = 720, .noTimingData = true};
   DisplaysOnMac displays(leftWithModes({{.width = 1920, .height = 1080}, blind, blind}));
   const auto& modes = displays["Left"]->validDisplayModes;
   ASSERT_EQ(modes.size(), 3U);
   EXPECT_TRUE(modes[1]->pixClock == 0 && modes[1]->totalPixels == 0 && !modes[1]->isNative && !modes[1]->isScaled);
-  EXPECT_TRUE(modes[0]->pixClock > 0 && modes[0]->totalPixels > 1920 * 1080 && modes[0]->isNative);
+  EXPECT_TRUE(modes[0]->pixClock > 0 && modes[0]->isNative);
+}
+
+TEST(Discovery, TellsModesOfARemoteDesktopApartByWhatTheSystemSays) {
+  const ListedMode full{.width = 1920, .height = 1080}, small{.width = 1280, .height = 720};
+  sim::MachineDescription machine = leftWithModes({full, small, small}, {16, 32});
+  machine.processor = sim::Processor::appleSilicon;
+  DisplaysOnMac displays(machine);
+  const auto& modes = displays["Left"]->validDisplayModes;
+  ASSERT_EQ(modes.size(), 2U);
+  EXPECT_EQ(modes[1]->colorMask, 16 | 32);
+  auto& listed = displays.mac().display("Left").modes.modes;
+  ASSERT_EQ(listed.size(), 6U);
+  EXPECT_EQ(modes[1]->sysModeID[2], static_cast<std::int32_t>(listed[3].number));
+  // Flags that do not change what the user sees do not make another mode.
+  std::uint32_t distinguishing = 0;
+  for (std::uint32_t flag = 1; flag != 0; flag <<= 1) {
+    listed[4].ioFlags ^= flag;
+    displays["Left"]->countAndFillAllModes();
+    if (modes.size() == 3) distinguishing |= flag;
+    listed[4].ioFlags ^= flag;
+  }
+  EXPECT_EQ(distinguishing, 0x8FBFFB00);
+}
+
+TEST(Discovery, KnowsWhetherAFrameBufferCanBeAskedToLookForDisplays) {
+  const struct {
+    const char* name;
+    std::optional<std::int32_t> left, right;
+    bool canProbe;
+  } rows[] = {{.name = "nothing said", .left = {}, .right = {}, .canProbe = false},
+              {.name = "other bits", .left = 6, .right = {}, .canProbe = false},
+              {.name = "the first", .left = 3, .right = 2, .canProbe = true},
+              {.name = "the last", .left = {}, .right = 1, .canProbe = true}};
+  for (const auto& row : rows) {
+    sim::MachineDescription machine = sim::desktopWith({"Left", "Right"});
+    machine.displays[0].probeOptions = row.left;
+    machine.displays[1].probeOptions = row.right;
+    EXPECT_EQ(DisplaysOnMac(machine).document().canProbe, row.canProbe) << row.name;
+  }
 }
 
 TEST(Discovery, KnowsTheKindsOfVariableRefresh) {
@@ -141,7 +247,8 @@ TEST(Discovery, ReadsTextsOfAnEdidWithoutWhatCannotBeStored) {
   std::fill(edid.begin() + 12, edid.begin() + 16, std::uint8_t{1});
   edid[16] = 7;
   edid[17] = 30;
-  setRegistry(displays, displays.mac().display("Left").displayService, "IODisplayEDID", edid);
+  const sim::SimulatedDisplay& monitor = displays.mac().display("Left");
+  displays.mac().windowServer().registry().setProperty(monitor.displayService, "IODisplayEDID", edid);
   const auto left = displays["Left"];
   left->emptyCache();
   EXPECT_EQ(left->initializeRegistryData(), 0);
@@ -153,7 +260,8 @@ TEST(Discovery, ReadsTextsOfAnEdidWithoutWhatCannotBeStored) {
 
 TEST(Discovery, TakesAGarbledEdidForNone) {
   DisplaysOnMac displays(sim::desktopWith({"Left"}));
-  setRegistry(displays, displays.mac().display("Left").displayService, "IODisplayEDID", plist::Data(128, 0xFF));
+  const sim::SimulatedDisplay& monitor = displays.mac().display("Left");
+  displays.mac().windowServer().registry().setProperty(monitor.displayService, "IODisplayEDID", plist::Data(128, 0xFF));
   const auto left = displays["Left"];
   EXPECT_FALSE(left->hasFakeEDID());
   left->emptyCache();
@@ -182,8 +290,10 @@ TEST(Discovery, FindsTheWaysToTheBrightness) {
   EXPECT_EQ(displays["Left"]->canBrightness, 1);
   EXPECT_EQ(displays["Left"]->maxBrightness, 100.0F);
   EXPECT_EQ(displays["Left"]->brightness, 0.75F);
-  EXPECT_EQ(displays["Right"]->canBrightness, 0);
-  EXPECT_EQ(displays["Right"]->brightness, -1.0F);
+  // Silent at this moment, but the machine's wires could reach it.
+  EXPECT_EQ(displays["Right"]->canBrightness, 1);
+  EXPECT_EQ(displays["Right"]->maxBrightness, 0.0F);
+  EXPECT_EQ(displays["Right"]->brightness, 0.0F);
 }
 
 TEST(Discovery, TellsEveryRotation) {
@@ -193,17 +303,24 @@ TEST(Discovery, TellsEveryRotation) {
   const auto left = displays["Left"];
   for (int bits = 0; bits < 8; ++bits) {
     for (const int shift : {0, 4}) {
-      setRegistry(displays, displays.mac().display("Left").frameBuffer, "IOFBTransform", bits << shift);
+      displays.setProperty("Left", "IOFBTransform", bits << shift);
       left->transfType = left->getDisplayTansfType();
       EXPECT_EQ(left->transfType, codes[bits]) << bits;
       EXPECT_EQ(left->orientation(), angles[bits]) << bits;
     }
   }
+  left->canRotate = false;
+  EXPECT_EQ(left->orientation(), 0);
 }
 
 /// An application that only takes down what is posted through it.
 class PostingApplication : public VLMApplicationObject {
  public:
+  explicit PostingApplication(VLMGlobals& document) : document_(document) { document.applicationObject = this; }
+  ~PostingApplication() override { document_.applicationObject = nullptr; }
+  PostingApplication(const PostingApplication&) = delete;
+  PostingApplication& operator=(const PostingApplication&) = delete;
+
   void reloadPrefsFromFile() override {}
   void savePrefsToFileAndForce(bool) override {}
   void quitDaemon() override {}
@@ -223,68 +340,71 @@ class PostingApplication : public VLMApplicationObject {
   void setLoadPrefsOriginatedFromMe(bool) override {}
 
   std::vector<std::string> posted;
+
+ private:
+  VLMGlobals& document_;
 };
 
 TEST(MonitorConfigurationChange, FlagsAndPostsWhatHappened) {
-  using Names = std::vector<std::string>;
   const struct {
     const char* name;
     CGDisplayChangeSummaryFlags flags;
     bool rechecks, updates;
-    Names posted;
+    std::vector<std::string> posted;
   } rows[] = {
-      {.name = "about to", .flags = 0x1, .rechecks = false, .updates = false, .posted = {}},
-      {.name = "another mode", .flags = 0x8, .rechecks = true, .updates = false, .posted = {}},
-      {.name = "added", .flags = 0x10, .rechecks = true, .updates = true, .posted = {"VelmoratixOneMonitorAdded"}},
-      {.name = "removed", .flags = 0x20, .rechecks = true, .updates = true, .posted = {"VelmoratixOneMonitorRemoved"}},
-      {.name = "enabled",
-       .flags = 0x100,
-       .rechecks = true,
-       .updates = true,
-       .posted = {"VelmoratixOneMonitorActivated"}},
-      {.name = "disabled",
-       .flags = 0x200,
-       .rechecks = true,
-       .updates = true,
-       .posted = {"VelmoratixOneMonitorDisabled"}},
-      {.name = "of a kind without a name", .flags = 0x2000, .rechecks = true, .updates = true, .posted = {}},
+      {"about to", 0x1, false, false, {}},
+      {"another mode", 0x8, true, false, {}},
+      {"added", 0x10, true, true, {"VelmoratixOneMonitorAdded"}},
+      {"removed", 0x20, true, true, {"VelmoratixOneMonitorRemoved"}},
+      {"enabled", 0x100, true, true, {"VelmoratixOneMonitorActivated"}},
+      {"disabled", 0x200, true, true, {"VelmoratixOneMonitorDisabled"}},
+      {"of a kind without a name", 0x2000, true, true, {}},
   };
   for (const auto& row : rows) {
     DisplaysOnMac displays(sim::laptopWith({"Left"}));
-    PostingApplication application;
     VLMGlobals& document = displays.document();
-    document.applicationObject = &application;
+    PostingApplication application(document);
     document.needToRecheckDisplays = document.needsUpdatingDisplays = false;
     Monitor_ConfigurationChange(displays.mac().display("Left").id, row.flags, document);
     EXPECT_EQ(document.needToRecheckDisplays, row.rechecks) << row.name;
     EXPECT_EQ(document.needsUpdatingDisplays, row.updates) << row.name;
     displays.mac().advance(1.9);
-    EXPECT_EQ(application.posted, Names{}) << row.name;
+    EXPECT_TRUE(application.posted.empty()) << row.name;
     displays.mac().advance(0.2);
     EXPECT_EQ(application.posted, row.posted) << row.name;
-    document.applicationObject = nullptr;
   }
 }
 
 TEST(MonitorConfigurationChange, AddsWhatTheSystemLeftOut) {
-  DisplaysOnMac displays(sim::laptopWith({"Left"}));
-  PostingApplication application;
-  VLMGlobals& document = displays.document();
-  document.applicationObject = &application;
-  for (const auto& display : document.displayArray) display->previousEnabled = display->isEnabled;
-  const CGDirectDisplayID left = displays.mac().display("Left").id;
-  // A turned display, half a second later.
-  setRegistry(displays, displays.mac().display("Left").frameBuffer, "IOFBTransform", 0x3);
-  Monitor_ConfigurationChange(left, 0x1000, document);
-  displays.mac().advance(0.6);
-  EXPECT_EQ(application.posted, (std::vector<std::string>{"VelmoratixOneMonitorRotation"}));
-  application.posted.clear();
-  // One that was on is off: everything may have happened, and a turn is no turn then.
-  displays["Left"]->previousEnabled = false;
-  Monitor_ConfigurationChange(left, 0x1000, document);
-  displays.mac().advance(3);
-  EXPECT_EQ(application.posted.size(), 4U);
-  document.applicationObject = nullptr;
+  const std::vector<std::string> all{"VelmoratixOneMonitorAdded", "VelmoratixOneMonitorRemoved",
+                                     "VelmoratixOneMonitorActivated", "VelmoratixOneMonitorDisabled"};
+  const struct {
+    const char* name;
+    void (*change)(VLMGlobals& document);
+    std::vector<std::string> posted;
+    const char* logged;
+  } rows[] = {
+      {"turned", [](VLMGlobals&) {}, {"VelmoratixOneMonitorRotation"}, "Result: is a rotation"},
+      // A turn is no turn when everything may have happened.
+      {"one more", [](VLMGlobals& document) { document.displayArray.erase(document.displayArray.begin()); }, all,
+       "added flags 1"},
+      {"one off", [](VLMGlobals& document) { document.displayArray[0]->previousEnabled = false; }, all,
+       "added flags 2"},
+  };
+  for (const auto& row : rows) {
+    DisplaysOnMac displays(sim::laptopWith({"Left"}));
+    VLMGlobals& document = displays.document();
+    PostingApplication application(document);
+    for (const auto& display : document.displayArray) display->previousEnabled = display->isEnabled;
+    displays.setProperty("Left", "IOFBTransform", 0x3);
+    row.change(document);
+    Monitor_ConfigurationChange(displays.mac().display("Left").id, 0x1000, document);
+    displays.mac().advance(0.6);
+    EXPECT_EQ(application.posted.size(), row.posted == all ? 0U : 1U) << row.name;
+    displays.mac().advance(2);
+    EXPECT_EQ(application.posted, row.posted) << row.name;
+    EXPECT_TRUE(displays.hasLogged(row.logged)) << row.name;
+  }
 }
 
 TEST(MonitorConfigurationChange, RemembersTheModeBeforeAndNoticesOtherModes) {
@@ -298,6 +418,31 @@ TEST(MonitorConfigurationChange, RemembersTheModeBeforeAndNoticesOtherModes) {
   left->numberOfModesInCG -= 1;
   Monitor_ConfigurationChange(left->cgID, 0x8, document);
   EXPECT_TRUE(document.needsUpdatingDisplays);
+}
+
+TEST(MonitorBrightnessChange, IsRecordedWhileASetIsBeingRecorded) {
+  const struct {
+    const char* name;
+    bool isOn, isSetRecorded;
+    plist::Dictionary information;
+    bool isRecorded = false;
+  } rows[] = {
+      {.name = "recording", .isOn = true, .isSetRecorded = false, .information = {{"value", 0.5}}, .isRecorded = true},
+      {.name = "not recording", .isOn = false, .isSetRecorded = false, .information = {{"value", 0.5}}},
+      {.name = "set recorded by now", .isOn = true, .isSetRecorded = true, .information = {{"value", 0.5}}},
+      {.name = "as it was", .isOn = true, .isSetRecorded = false, .information = {{"value", 0.75}}},
+      {.name = "no value", .isOn = true, .isSetRecorded = false, .information = {}},
+  };
+  for (const auto& row : rows) {
+    DisplaysOnMac displays(sim::laptopWith({}));
+    const auto panel = displays["Built-in"];
+    test::BrightnessRecorder recorder;
+    recorder.isOn = row.isOn;
+    displays.document().isSetRecorded = row.isSetRecorded;
+    Monitor_BrightnessChange(panel->cgID, row.information, displays.document());
+    EXPECT_EQ(recorder.recorded, row.isRecorded ? std::vector<float>{0.5F} : std::vector<float>{}) << row.name;
+    EXPECT_EQ(panel->brightness, row.isRecorded ? 0.5F : 0.75F) << row.name;
+  }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "Models/VLMChangeRecorder.h"
+#include <cmath>
+
 #include "Platform/UserInterface.h"
 #include "Tests/Support/DisplaysOnMac.h"
 
@@ -46,6 +47,8 @@ TEST(SetDisplayMode, ChoosesTheDepth) {
     const auto mode = displays.mode("Left", 1280, 720);
     left->currentDepth = row.current;
     mode->colorMask = row.modeHas;
+    // Also of a depth that the mode lacks, so that a set with one never counts as in force.
+    EXPECT_TRUE(left->willChangeModeAndDepth(mode, row.asked.value_or(0))) << row.name;
     left->setDisplayMode(mode, row.asked, false, false, nullptr, false);
     const Lines expected = row.slot ? Lines{modeLine("Left", mode->sysModeID[*row.slot])} : Lines{};
     EXPECT_EQ(displays.process.newJournalLines("CGSConfigureDisplayMode"), expected) << row.name;
@@ -68,12 +71,7 @@ TEST(SetDisplayMode, LeavesWhatIsInForceUnlessForced) {
 
 TEST(SetDisplayMode, OfACopyMakesItThePrimaryDisplayFirst) {
   DisplaysOnMac displays(sim::laptopWith({"Left"}));
-  {
-    DisplayTransaction mirroring;
-    os().quartz.CGConfigureDisplayMirrorOfDisplay(mirroring.config(), displays["Left"]->cgID,
-                                                  displays["Built-in"]->cgID);
-  }
-  displays.process.newJournalLines();
+  displays.mirror("Left", "Built-in");
   const auto mode = displays.mode("Left", 1280, 720);
   displays["Left"]->setDisplayMode(mode, 0, false, false, nullptr, false);
   EXPECT_EQ(displays.process.newJournalLines(),
@@ -90,20 +88,10 @@ TEST(SetDisplayMode, AsksAboutAModeThatIsNotConfirmed) {
     bool isKept;
     std::int32_t menuValAfterwards;
   } rows[] = {
-      {.name = "kept",
-       .menuVal = 1,
-       .answer = kCFUserNotificationOtherResponse,
-       .alerts = 1,
-       .isKept = true,
-       .menuValAfterwards = 2},
-      {.name = "refused",
-       .menuVal = 1,
-       .answer = kCFUserNotificationDefaultResponse,
-       .alerts = 1,
-       .isKept = false,
-       .menuValAfterwards = 1},
-      {.name = "nobody there", .menuVal = 1, .answer = {}, .alerts = 1, .isKept = false, .menuValAfterwards = 1},
-      {.name = "confirmed", .menuVal = 2, .answer = {}, .alerts = 0, .isKept = true, .menuValAfterwards = 2},
+      {"kept", 1, kCFUserNotificationOtherResponse, 1, true, 2},
+      {"refused", 1, kCFUserNotificationDefaultResponse, 1, false, 1},
+      {"nobody there", 1, {}, 1, false, 1},
+      {"confirmed before", 2, {}, 0, true, 2},
   };
   for (const auto& row : rows) {
     DisplaysOnMac displays(sim::desktopWith({"Left"}));
@@ -134,11 +122,56 @@ TEST(SetDisplayPosition, MovesOnlyWhatStandsElsewhere) {
             (Lines{kBegin, "daemon: CGSConfigureDisplayOrigin(Left, 20, -1440)", kComplete}));
 }
 
+TEST(Tests, AnswerEachInItsOwnSense) {
+  sim::MachineDescription machine = sim::laptopWith({"Left", "Right"});
+  machine.displays[1].canOverscan = machine.displays[1].canUnderscan = machine.displays[1].supportsHDR = true;
+  DisplaysOnMac displays(machine);
+  const auto left = displays["Left"], right = displays["Right"];
+  displays.mac().display("Left").underscan = 0.5F;
+  // What they answer to the state in force, and to another one: not alike, and the sets count on it.
+  const struct {
+    const char* name;
+    bool ofSame, ofOther;
+    bool isWhetherEqual;
+  } rows[] = {
+      {"overscan", left->willChangeOverscanIn(false), left->willChangeOverscanIn(true), true},
+      {"underscan", left->willChangeUnderscanIn(0.509F), left->willChangeUnderscanIn(0.511F), true},
+      {"HDR", left->willChangeHDRIn(false), left->willChangeHDRIn(true), true},
+      {"mirroring", left->willSetMirroringWith(*right, false), left->willSetMirroringWith(*right, true), true},
+      {"orientation", left->willChangeOrientationIn(0), left->willChangeOrientationIn(90), false},
+      {"activity", left->willChangeActiveIn(true), left->willChangeActiveIn(false), false},
+      {"brightness", left->willSetBrightness(0.75F), left->willSetBrightness(0.5F), false},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.ofSame, row.isWhetherEqual) << row.name;
+    EXPECT_EQ(row.ofOther, !row.isWhetherEqual) << row.name;
+  }
+  EXPECT_FALSE(right->willChangeHDRIn(false));
+  EXPECT_FALSE(displays["Built-in"]->willChangeOrientationIn(90));
+  EXPECT_TRUE(left->willSetBrightness(NAN));
+  EXPECT_FALSE(displays["Built-in"]->canBrightness == 0 || VLMDisplay::init()->willSetBrightness(1));
+}
+
 TEST(SetIsActive, RefusesWhatCannotBe) {
-  DisplaysOnMac alone(sim::desktopWith({"Left"}));
-  EXPECT_FALSE(alone["Left"]->willChangeActiveIn(false));
-  EXPECT_FALSE(alone["Left"]->willChangeActiveIn(true));
-  EXPECT_FALSE(alone["Left"]->setIsActive(false, nullptr));
+  const struct {
+    const char* name;
+    sim::MachineDescription machine;
+    void (*change)(DisplaysOnMac& displays);
+  } rows[] = {
+      {"the only one", sim::desktopWith({"Left"}), [](DisplaysOnMac&) {}},
+      {"mirrored", sim::laptopWith({"Left"}), [](DisplaysOnMac& displays) { displays.mirror("Left", "Built-in"); }},
+      {"mirrored by another", sim::laptopWith({"Left"}),
+       [](DisplaysOnMac& displays) { displays.mirror("Built-in", "Left"); }},
+      {"one of two links to a panel", sim::laptopWith({"Left"}),
+       [](DisplaysOnMac& displays) { displays.mac().display("Left").alwaysMirrored = true; }},
+  };
+  for (const auto& row : rows) {
+    DisplaysOnMac displays(row.machine);
+    row.change(displays);
+    EXPECT_FALSE(displays["Left"]->setIsActive(false, nullptr)) << row.name;
+    EXPECT_FALSE(displays["Left"]->setIsActive(true, nullptr)) << row.name;
+    EXPECT_EQ(displays.process.newJournalLines(), Lines{}) << row.name;
+  }
 }
 
 TEST(SetIsActive, DoesNotTurnTheLastDisplayOffWithinOneTransaction) {
@@ -158,7 +191,6 @@ TEST(SetIsActive, IsTheDaemonsOwnChangeAndTakesTheCursorAlong) {
   DisplaysOnMac displays(sim::laptopWith({"Left"}));
   VLMGlobals& document = displays.document();
   document.activityChangeOriginatedFromMe = false;
-  document.quitDockAfterDisabling = document.quitDockAfterEnabling = true;
   document.forceSleepAfterDisable = true;
   EXPECT_TRUE(displays["Left"]->setIsActive(false, nullptr));
   EXPECT_TRUE(document.activityChangeOriginatedFromMe);
@@ -245,7 +277,6 @@ TEST(SetBrightness, SendsWhatTheWayToItTakes) {
   panel->setBrightness(3);
   EXPECT_EQ(panel->brightness, 3.0F);
   panel->setBrightness(-0.5F);
-  panel->setBrightness(std::numeric_limits<float>::quiet_NaN());
   EXPECT_EQ(panel->brightness, 3.0F);
   panel->setBrightness(0.75F);
   right->setBrightness(0.3F);
@@ -264,7 +295,7 @@ TEST(SetBrightness, SendsWhatTheWayToItTakes) {
   EXPECT_TRUE(panel->willSetBrightness(std::numeric_limits<float>::quiet_NaN()) && !right->willSetBrightness(1));
 }
 
-TEST(Transactions, EndOnceAndKnowOfAllThatAreOpen) {
+TEST(DisplayTransactions, EndOnceAndKnowOfAllThatAreOpen) {
   DisplaysOnMac displays(sim::desktopWith({"Left", "Right"}));
   const CGDirectDisplayID left = displays["Left"]->cgID;
   DisplayTransaction outer;

@@ -15,22 +15,33 @@ using plist::Dictionary;
 
 TEST(DisplaySet, ComesBackFromItsEncodingUnchanged) {
   const Dictionary monitor{
-      {"monitorResID", 1002},   {"inOverscan", true},     {"hasOverscan", true},     {"hasUnderscan", true},
-      {"hasHDR", true},         {"isMainDisplay", true},  {"hasOrigin", true},       {"isActive", false},
-      {"isInHDR", true},        {"hasActivity", true},    {"hasOrientation", true},  {"hasColorProfile", true},
-      {"origin", 0xFFFE0001U},  {"modeUniqueID", 123456}, {"selDepth", VLMMonitorInSet::kNoSetting},
-      {"orientation", -3},      {"underscan", 0.5},       {"colorPreset", "P"},      {"colorProfile", "/a.icc"}};
-  const Dictionary set{{"name", "Désk"},       {"menuOrder", 2},       {"keyCode", -1},   {"uniqueID", 4},
-                       {"isInMenu", false},    {"hasMirroring", true}, {"inMirroring", false}, {"inGray", true},
-                       {"hasGray", true},      {"hasIcon", true},      {"scriptBookmark", plist::Data{1, 2}},
+      {"monitorResID", 1002},    {"inOverscan", true},     {"hasOverscan", true},
+      {"hasUnderscan", true},    {"hasHDR", true},         {"isMainDisplay", true},
+      {"hasOrigin", true},       {"isActive", false},      {"isInHDR", true},
+      {"hasActivity", true},     {"hasOrientation", true}, {"hasColorProfile", true},
+      {"origin", 0xFFFE0001U},   {"modeUniqueID", 123456}, {"selDepth", VLMMonitorInSet::kNoSetting},
+      {"orientation", -3},       {"underscan", 0.5},       {"colorPreset", "P"},
+      {"colorProfile", "/a.icc"}};
+  const Dictionary set{{"name", "Désk"},
+                       {"menuOrder", 2},
+                       {"keyCode", -1},
+                       {"uniqueID", 4},
+                       {"isInMenu", false},
+                       {"hasMirroring", true},
+                       {"inMirroring", false},
+                       {"inGray", true},
+                       {"hasGray", true},
+                       {"hasIcon", true},
+                       {"scriptBookmark", plist::Data{1, 2}},
                        {"monitorArray", Array{monitor}},
                        {"complexMirroringSet", Array{Array{1001, 1002}}}};
   EXPECT_EQ(VLMDisplaySet::initAndDecodeReadableWith(set)->encodeReadable(), set);
 }
 
 TEST(DisplaySet, TakesDefaultsAndDropsWhatIsMalformed) {
-  const auto set = VLMDisplaySet::initAndDecodeReadableWith(
-      {{"name", 5}, {"monitorArray", Array{"x", Dictionary{}}}, {"complexMirroringSet", Array{Array{1}, Array{1, "2"}}}});
+  const auto set = VLMDisplaySet::initAndDecodeReadableWith({{"name", 5},
+                                                             {"monitorArray", Array{"x", Dictionary{}}},
+                                                             {"complexMirroringSet", Array{Array{1}, Array{1, "2"}}}});
   EXPECT_FALSE(set->name);
   EXPECT_TRUE(set->isInMenu);
   EXPECT_TRUE(set->complexMirroringSet.empty());
@@ -57,12 +68,27 @@ TEST(MonitorInSet, CountsPlacingOnlyWhenAskedAndActivityNever) {
     bool countsWhenChecked;
   } kRows[] = {
       {.name = "nothing", .change = [](VLMMonitorInSet&) {}, .counts = false, .countsWhenChecked = false},
-      {.name = "mode", .change = [](VLMMonitorInSet& m) { m.modeUniqueID = 0; }, .counts = true, .countsWhenChecked = true},
-      {.name = "depth", .change = [](VLMMonitorInSet& m) { m.selDepth = 32; }, .counts = true, .countsWhenChecked = true},
-      {.name = "origin", .change = [](VLMMonitorInSet& m) { m.hasOrigin = true; }, .counts = false, .countsWhenChecked = true},
-      {.name = "main", .change = [](VLMMonitorInSet& m) { m.isMainDisplay = true; }, .counts = false, .countsWhenChecked = true},
+      {.name = "mode",
+       .change = [](VLMMonitorInSet& m) { m.modeUniqueID = 0; },
+       .counts = true,
+       .countsWhenChecked = true},
+      {.name = "depth",
+       .change = [](VLMMonitorInSet& m) { m.selDepth = 32; },
+       .counts = true,
+       .countsWhenChecked = true},
+      {.name = "origin",
+       .change = [](VLMMonitorInSet& m) { m.hasOrigin = true; },
+       .counts = false,
+       .countsWhenChecked = true},
+      {.name = "main",
+       .change = [](VLMMonitorInSet& m) { m.isMainDisplay = true; },
+       .counts = false,
+       .countsWhenChecked = true},
       {.name = "HDR", .change = [](VLMMonitorInSet& m) { m.hasHDR = true; }, .counts = true, .countsWhenChecked = true},
-      {.name = "activity", .change = [](VLMMonitorInSet& m) { m.hasActivity = true; }, .counts = false, .countsWhenChecked = false},
+      {.name = "activity",
+       .change = [](VLMMonitorInSet& m) { m.hasActivity = true; },
+       .counts = false,
+       .countsWhenChecked = false},
   };
   for (const auto& row : kRows) {
     const auto monitor = VLMMonitorInSet::initEmpty();

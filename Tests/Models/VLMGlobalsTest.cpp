@@ -35,37 +35,50 @@ class Document : public ::testing::Test {
 
 TEST_F(Document, TakesEveryDefaultFromAnEmptyFile) {
   document().decodeReadableWith({}, SettingsGroup::all);
-  const Dictionary statusMenu{{"sysShowRez", true}, {"sysShowColors", true}, {"sysShowRescanCmd", true},
-                              {"sysShowSets", true}, {"sysShowMirror", true}, {"sysShowHierarch", false},
-                              {"sysShowIconsCmd", false}, {"sysShowMainDisp", false}, {"sysShowOnlyClicked", false},
-                              {"sysShowProfile", true}, {"sysShowPrefsCmd", true}, {"sysSetsHierarch", true},
-                              {"sysShowGray", false}, {"sysShowRotate", true}, {"sysShowOverscan", false},
-                              {"sysShowBrightness", true}, {"sysShowBadges", true}, {"sysShowEnable", true},
-                              {"statusItemGray", true}, {"showMenuExtra", true}};
-  const Dictionary contextMenu{{"cmShowRez", true}, {"cmShowColors", true}, {"cmShowRescanCmd", true},
-                               {"cmShowSets", true}, {"cmShowMirror", true}, {"cmShowHierarch", false},
-                               {"cmShowIconsCmd", false}, {"cmShowMainDisp", false}, {"cmShowOnlyClicked", true},
-                               {"cmShowProfile", true}, {"cmShowPrefsCmd", false}, {"cmSetsHierarch", true},
-                               {"cmShowGray", false}, {"cmShowRotate", false}, {"cmShowOverscan", false},
-                               {"cmShowBrightness", true}, {"cmShowBadges", true}, {"cmShowEnable", true},
-                               {"showContextMenu", true}};
-  const Dictionary desktop{{"snapToGrid", true}, {"replaceAtRestart", false}, {"iconsGridH", 50}, {"iconsGridV", 64},
-                           {"startDelay", 5}, {"saveAllAppWindows", false}, {"saveIcons", true}, {"saveWindows", true},
-                           {"saveDesktopBySet", false}, {"iconsRelative", false}, {"saveAutoDesktop", false},
-                           {"autoCreateSets", false}};
-  const Dictionary expected{
-      {"Version", 4150101}, {"VLMDaemonRunOnce", true}, {"quitShortCut", 13580}, {"launchShortCut", 28421},
-      {"checkUpdate", true}, {"canProbe", false}, {"inLoginItems", true}, {"onlyMeCanActivate", false},
-      {"quitDockAfterEnabling", false}, {"quitDockAfterDisabling", false}, {"monitorMousePosition", false},
-      {"forceSleepAfterDisable", false}, {"startupDoNothing", false}, {"startRestoreDelay", 0},
-      {"sysMenuFlags", statusMenu}, {"cmMenuFlags", contextMenu}, {"contextualMenuModifier", 1048576},
-      {"desktopFlags", desktop}, {"volatileDisplays", Array{}}, {"allDisplays", Dictionary{}},
-      {"displaySetsArray", Array{}}};
+  const Dictionary statusMenu{{"sysShowRez", true},        {"sysShowColors", true},    {"sysShowRescanCmd", true},
+                              {"sysShowSets", true},       {"sysShowMirror", true},    {"sysShowHierarch", false},
+                              {"sysShowIconsCmd", false},  {"sysShowMainDisp", false}, {"sysShowOnlyClicked", false},
+                              {"sysShowProfile", true},    {"sysShowPrefsCmd", true},  {"sysSetsHierarch", true},
+                              {"sysShowGray", false},      {"sysShowRotate", true},    {"sysShowOverscan", false},
+                              {"sysShowBrightness", true}, {"sysShowBadges", true},    {"sysShowEnable", true},
+                              {"statusItemGray", true},    {"showMenuExtra", true}};
+  const Dictionary contextMenu{
+      {"cmShowRez", true},         {"cmShowColors", true},    {"cmShowRescanCmd", true}, {"cmShowSets", true},
+      {"cmShowMirror", true},      {"cmShowHierarch", false}, {"cmShowIconsCmd", false}, {"cmShowMainDisp", false},
+      {"cmShowOnlyClicked", true}, {"cmShowProfile", true},   {"cmShowPrefsCmd", false}, {"cmSetsHierarch", true},
+      {"cmShowGray", false},       {"cmShowRotate", false},   {"cmShowOverscan", false}, {"cmShowBrightness", true},
+      {"cmShowBadges", true},      {"cmShowEnable", true},    {"showContextMenu", true}};
+  const Dictionary desktop{{"snapToGrid", true},     {"replaceAtRestart", false}, {"iconsGridH", 50},
+                           {"iconsGridV", 64},       {"startDelay", 5},           {"saveAllAppWindows", false},
+                           {"saveIcons", true},      {"saveWindows", true},       {"saveDesktopBySet", false},
+                           {"iconsRelative", false}, {"saveAutoDesktop", false},  {"autoCreateSets", false}};
+  const Dictionary expected{{"Version", 4150101},
+                            {"VLMDaemonRunOnce", true},
+                            {"quitShortCut", 13580},
+                            {"launchShortCut", 28421},
+                            {"checkUpdate", true},
+                            {"canProbe", false},
+                            {"inLoginItems", true},
+                            {"onlyMeCanActivate", false},
+                            {"quitDockAfterEnabling", false},
+                            {"quitDockAfterDisabling", false},
+                            {"monitorMousePosition", false},
+                            {"forceSleepAfterDisable", false},
+                            {"startupDoNothing", false},
+                            {"startRestoreDelay", 0},
+                            {"sysMenuFlags", statusMenu},
+                            {"cmMenuFlags", contextMenu},
+                            {"contextualMenuModifier", 1048576},
+                            {"desktopFlags", desktop},
+                            {"volatileDisplays", Array{}},
+                            {"allDisplays", Dictionary{}},
+                            {"displaySetsArray", Array{}}};
   EXPECT_EQ(document().encodeReadableInDict(nullptr, SettingsGroup::all), expected);
 }
 
 TEST_F(Document, FindsADamagedRecordUnderItsKey) {
-  const Dictionary file{{"allDisplays", Dictionary{{"1005", Dictionary{{"sysMonitorName", "M"}}}, {"x", Dictionary{}}}}};
+  const Dictionary file{
+      {"allDisplays", Dictionary{{"1005", Dictionary{{"sysMonitorName", "M"}}}, {"x", Dictionary{}}}}};
   document().decodeReadableWith(file, SettingsGroup::all);
   ASSERT_EQ(document().extraDisplayArray.size(), 1U);
   EXPECT_EQ(document().extraDisplayArray[0]->monitorResID, 1005);
@@ -136,7 +149,8 @@ TEST_F(Document, LeavesTheFileAloneWhileItsContentIsForgotten) {
 }
 
 TEST_F(Document, ReadsRecordsInTheOrderOfTheirKeysAsTexts) {
-  document().decodeReadableWith({{"allDisplays", Dictionary{{"9", record(9)}, {"10", record(10)}}}}, SettingsGroup::all);
+  document().decodeReadableWith({{"allDisplays", Dictionary{{"9", record(9)}, {"10", record(10)}}}},
+                                SettingsGroup::all);
   ASSERT_EQ(document().extraDisplayArray.size(), 2U);
   EXPECT_EQ(document().extraDisplayArray[0]->monitorResID, 10);
   EXPECT_EQ(document().extraDisplayArray[1]->monitorResID, 9);

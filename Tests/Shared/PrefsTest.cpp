@@ -42,7 +42,20 @@ TEST_F(Prefs, HoldDictionariesAndTakeAnythingElseForAbsent) {
     EXPECT_EQ(Common_LoadDictFromUser(key, domain), std::nullopt);
     EXPECT_EQ(Common_LoadDictMutableFromUser(key, domain), plist::Dictionary());
   }
-  EXPECT_TRUE(mac_.log.empty());
+  Common_SaveDictFromUser("Origins", std::nullopt, domain);
+  EXPECT_EQ(Common_LoadDictFromUser("Origins", domain), std::nullopt);
+}
+
+TEST_F(Prefs, ReachOtherProcessesOnlyWhenTheCallerSynchronises) {
+  const std::string domain = "org.kelvane.velmorati.desktop-layout";
+  const plist::Dictionary own{{"1", 5}};
+  Preferences& other = mac_.addSession({.name = "other"}).ports().preferences;
+  Common_SaveDictFromUser("Origins", own, domain);
+  Common_LoadDictFromUser("Origins", domain);
+  Common_LoadDictMutableFromUser("Origins", domain);
+  EXPECT_EQ(other.CFPreferencesCopyValue("Origins", domain), std::nullopt);
+  os().preferences.CFPreferencesSynchronize(domain);
+  EXPECT_EQ(other.CFPreferencesCopyValue("Origins", domain), plist::Value(own));
 }
 
 struct Counted : CountedObject {

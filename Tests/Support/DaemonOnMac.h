@@ -61,11 +61,10 @@ class DaemonOnMac {
     return body(VLMGlobals::sharedInstance());
   }
 
-  std::string settingsPath() const {
-    return mac.homeFolder() + "/Library/Preferences/" + kDaemonIdentifier + ".plist";
-  }
+  std::string settingsPath() const { return mac.homeFolder() + "/Library/Preferences/" + kDaemonIdentifier + ".plist"; }
   plist::Dictionary settings() {
-    return otherProcess([&] { return os().files.dictionaryWithContentsOfURL(settingsPath()).value_or(plist::Dictionary()); });
+    return otherProcess(
+        [&] { return os().files.dictionaryWithContentsOfURL(settingsPath()).value_or(plist::Dictionary()); });
   }
   void writeSettings(const plist::Dictionary& settings) {
     otherProcess([&] { EXPECT_EQ(os().files.writeToURLAtomically(settings, settingsPath()), std::nullopt); });
@@ -74,10 +73,12 @@ class DaemonOnMac {
   /// How often a text stands in the journal.
   std::ptrdiff_t journalCount(const std::string& text) {
     const auto& lines = mac.journal().lines();
-    return std::count_if(lines.begin(), lines.end(), [&](const std::string& line) { return line.find(text) != line.npos; });
+    return std::count_if(lines.begin(), lines.end(),
+                         [&](const std::string& line) { return line.find(text) != line.npos; });
   }
   bool hasLogged(const std::string& text) const {
-    return std::any_of(mac.log.begin(), mac.log.end(), [&](const std::string& line) { return line.find(text) != line.npos; });
+    return std::any_of(mac.log.begin(), mac.log.end(),
+                       [&](const std::string& line) { return line.find(text) != line.npos; });
   }
 
   sim::SimulatedMac mac;

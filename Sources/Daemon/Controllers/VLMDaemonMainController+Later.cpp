@@ -20,6 +20,10 @@ void VLMDaemonMainController::openControlApp() {
   // Finds and opens the control application.
 }
 
+void VLMDaemonMainController::userNotificationCenter(const std::string& /*didActivateNotification*/) {
+  // Takes the notice away and lets the control application show its update.
+}
+
 void VLMDaemonMainController::installUtilityPanel() {
   // Builds the hidden information panel.
 }

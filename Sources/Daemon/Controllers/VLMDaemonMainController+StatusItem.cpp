@@ -1,6 +1,7 @@
 #include "Daemon/Controllers/VLMDaemonMainController.h"
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
+#include "Shared/Appearance.h"
 #include "Shared/Log.h"
 #include "Shared/SystemVersion.h"
 
@@ -48,7 +49,7 @@ void VLMDaemonMainController::themeChangeNotification() {
 
 void VLMDaemonMainController::themeChange(bool force) {
   if (!prefs.showStatusItem && !force) return;
-  drawDarkTheme = os().userInterface.isCurrentAppearanceDark();
+  drawDarkTheme = Common_IsCurrentAppearanceDark();
   if (velmoratixStatusItem == 0) return;
   os().userInterface.setImage(velmoratixStatusItem, drawDarkTheme || prefs.statusItemGray ? kImageGray : kImageBlue);
 }

@@ -13,13 +13,13 @@
 #include "Platform/Workspace.h"
 #include "Shared/BundleTexts.h"
 #include "Shared/Log.h"
+#include "Shared/Prefs.h"
 #include "Shared/VersionChecker.h"
 
 namespace vlm {
 
 namespace {
 
-constexpr const char* kDaemonBundleIdentifier = "org.kelvane.velmoratix.daemon";
 /// Name of the set that the first start leaves, in the table "Daemon".
 constexpr int kFirstSetNameText = 4;
 constexpr double kCheckInterval = 1.0;  // seconds
@@ -40,9 +40,10 @@ std::unique_ptr<VLMDaemonMainController> VLMDaemonMainController::init() {
 VLMDaemonMainController::VLMDaemonMainController()
     : prefs(VLMGlobals::sharedInstance()),
       versionChecker(VersionChecker::sharedInstance()),
-      eventsObserver(std::make_unique<VLMDaemonEventsObserver>()),
       desktopLayout(std::make_unique<DesktopIconLayout>(prefs)) {
   os().application.setDelegate(this);
+  prefs.launchedApplications = {};
+  eventsObserver = std::make_unique<VLMDaemonEventsObserver>();
   prefs.applicationObject = this;
   prefs.recorder = this;
   prefs.desktopLayout = desktopLayout.get();
@@ -69,12 +70,11 @@ void VLMDaemonMainController::applicationDidFinishLaunching() {
   if (isFirstRun) rememberFirstConfiguration();
   prefs.installDaemonObservers();
   Monitor_InstallNotification(prefs);
-  os().notifications.addObserver(NotificationCenter::distributed, "AppleInterfaceThemeChangedNotification", std::nullopt,
-                                 SuspensionBehavior::coalesce,
+  os().notifications.addObserver(NotificationCenter::distributed, "AppleInterfaceThemeChangedNotification",
+                                 std::nullopt, SuspensionBehavior::coalesce,
                                  [this](const Notification& /*notification*/) { themeChangeNotification(); });
-  os().userInterface.setUserNotificationCenterDelegate([](const std::string& /*notice*/) {
-    // Takes the notice away and lets the control application show its update, once it can be found.
-  });
+  os().userInterface.setUserNotificationCenterDelegate(
+      [this](const std::string& notice) { userNotificationCenter(notice); });
   installUtilityPanel();
   installEventHandlers();
   os().input.InstallApplicationEventHandler(
@@ -122,10 +122,10 @@ void VLMDaemonMainController::installEventHandlers() {
     os().appleEvents.setEventHandler(kCoreEventClass, event, [this] { handleAll(); });
   }
   os().appleEvents.setEventHandler(kCoreEventClass, fourCharCode("quit"), [this] { handleQuitApplication(); });
-  os().runLoop.setSignalHandler(SIGINT, [this] { interrupted(); });
+  os().runLoop.setSignalHandler(SIGINT, [this] { Daemon_SignalTrap(SIGINT); });
 }
 
-void VLMDaemonMainController::interrupted() {
+void VLMDaemonMainController::Daemon_SignalTrap(int /*signal*/) {
   prefs.savePrefs(SettingsGroup::watched);
   quitDaemon();
 }

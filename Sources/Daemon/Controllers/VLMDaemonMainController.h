@@ -47,7 +47,7 @@ class VLMDaemonMainController final : public ApplicationObject, public VLMApplic
   void handleAll() {}
   void handleQuitApplication() { quitDaemon(); }
   /// What an interrupt brings about, on the main thread.
-  void interrupted();
+  void Daemon_SignalTrap(int signal);
   /// Every way out goes through it.
   void quitDaemon() override;
 
@@ -98,6 +98,8 @@ class VLMDaemonMainController final : public ApplicationObject, public VLMApplic
   // --- What the document asks ---
 
   void openControlApp() override;
+  /// The user clicked a notice.
+  void userNotificationCenter(const std::string& didActivateNotification);
   void closeUtilityPanel() override;
   void compareVersions() override;
   void saveDesktop() override;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "Daemon/Controllers/VLMDaemonMainController.h"
 #include "Models/VLMDisplaySet.h"
 #include "Tests/Support/DaemonOnMac.h"
@@ -71,7 +73,8 @@ TEST_F(MainJob, StepsThroughSetsThatShareAHotKey) {
     second->container = &document;
     const auto left = document.displayWithcgID(on_.mac.display("Left").id);
     for (const auto& mode : left->validDisplayModes) {
-      if (mode->Nx == 1280 && mode->Ny == 720) second->monitorWithID(left->monitorResID)->modeUniqueID = mode->modeUniqueID;
+      if (mode->Nx == 1280 && mode->Ny == 720)
+        second->monitorWithID(left->monitorResID)->modeUniqueID = mode->modeUniqueID;
     }
     for (const auto& monitor : second->monitorArray) monitor->dispIsPresent = true;
     document.displaySetsArray.push_back(second);
@@ -93,7 +96,8 @@ TEST_F(MainJob, FollowsADisplayThatGoesAndComesBack) {
   on_.mac.advance(3);
   EXPECT_EQ(on_.settings().dictionary("allDisplays")->count(), 3U);
   const auto& posts = on_.mac.distributedPosts();
-  EXPECT_GE(std::count_if(posts.begin(), posts.end(), [](const auto& post) { return post.object == "monitorsChanged"; }), 2);
+  EXPECT_GE(
+      std::count_if(posts.begin(), posts.end(), [](const auto& post) { return post.object == "monitorsChanged"; }), 2);
   ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
   on_.mac.advance(2);
   press();
@@ -104,8 +108,9 @@ TEST_F(MainJob, LeavesRecordsOfAbsentDisplaysAndUnknownKeysAlone) {
   on_.inside([](VLMGlobals& document) { document.quitDaemon({}); });
   on_.mac.turn();
   Dictionary settings = on_.settings();
-  const Dictionary absent{{"monitorResID", 4711}, {"sysMonitorName", "Old"}, {"monitorTiming", Dictionary{{"minH", 30.5}}},
-                          {"displayVendorID", 1}, {"displayModes", Array{}}, {"somethingElse", Array{1, 2}}};
+  const Dictionary absent{
+      {"monitorResID", 4711}, {"sysMonitorName", "Old"}, {"monitorTiming", Dictionary{{"minH", 30.5}}},
+      {"displayVendorID", 1}, {"displayModes", Array{}}, {"somethingElse", Array{1, 2}}};
   Dictionary all = *settings.dictionary("allDisplays");
   all.set("4711", absent);
   settings.set("allDisplays", all);
@@ -135,13 +140,15 @@ TEST_F(MainJob, ReloadsWhenTheControlApplicationSaysSo) {
 TEST_F(MainJob, SwitchesOneDisplayAtTheControlApplicationsCommand) {
   const auto [display, mode] = on_.inside([&](VLMGlobals& document) {
     const auto left = document.displayWithcgID(on_.mac.display("Left").id);
-    const auto found = std::find_if(left->validDisplayModes.begin(), left->validDisplayModes.end(),
-                                    [](const auto& candidate) { return candidate->Nx == 1280 && candidate->Ny == 720; });
+    const auto found =
+        std::find_if(left->validDisplayModes.begin(), left->validDisplayModes.end(),
+                     [](const auto& candidate) { return candidate->Nx == 1280 && candidate->Ny == 720; });
     (*found)->menuVal = 2;
     return std::pair(*left->monitorResID, static_cast<std::int32_t>((*found)->modeUniqueID));
   });
-  for (const Dictionary& userInfo : {Dictionary{}, Dictionary{{"parameter1", display}}, Dictionary{{"parameter1", "x"}, {"parameter2", mode}},
-                                     Dictionary{{"parameter1", 9}, {"parameter2", mode}}}) {
+  for (const Dictionary& userInfo :
+       {Dictionary{}, Dictionary{{"parameter1", display}}, Dictionary{{"parameter1", "x"}, {"parameter2", mode}},
+        Dictionary{{"parameter1", 9}, {"parameter2", mode}}}) {
     on_.mac.postDistributed({.name = test::kDaemonIdentifier, .object = "kVLMUseThisMode", .userInfo = userInfo});
   }
   on_.mac.turn();
@@ -153,16 +160,119 @@ TEST_F(MainJob, SwitchesOneDisplayAtTheControlApplicationsCommand) {
   EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
 }
 
-TEST_F(MainJob, LeavesHotKeyEventsOfOthersUnhandled) {
-  on_.inside([](VLMGlobals& document) {
-    CarbonEvent event{.eventClass = kEventClassKeyboard, .eventKind = kEventHotKeyPressed, .directObject = EventHotKeyID{1, 26381}, .processID = {}};
-    EXPECT_EQ(VLMDaemonMainController::Daemon_AppCommandProcess(event, document), eventNotHandledErr);
-    event.directObject->signature = kHotKeySignature;
-    // Unhandled on purpose, though the set is applied.
-    EXPECT_EQ(VLMDaemonMainController::Daemon_AppCommandProcess(event, document), eventNotHandledErr);
-    event.directObject->id = kHotKeyOpenControlApp;
-    EXPECT_EQ(VLMDaemonMainController::Daemon_AppCommandProcess(event, document), noErr);
+TEST_F(MainJob, LeavesASetsHotKeyToOthersAlsoWhenItAppliedTheSet) {
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(2);
+  const auto send = [&](std::uint32_t signature, std::uint32_t identifier) {
+    return on_.inside([&](VLMGlobals& document) {
+      return VLMDaemonMainController::Daemon_AppCommandProcess({.eventClass = kEventClassKeyboard,
+                                                                .eventKind = kEventHotKeyPressed,
+                                                                .directObject = EventHotKeyID{signature, identifier},
+                                                                .processID = {}},
+                                                               document);
+    });
+  };
+  EXPECT_EQ(send(1, 26381), eventNotHandledErr);
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
+  EXPECT_EQ(send(kHotKeySignature, 26381), eventNotHandledErr);
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
+  EXPECT_EQ(send(kHotKeySignature, kHotKeyOpenControlApp), noErr);
+}
+
+TEST_F(MainJob, TakesItsHotKeysBackHoweverOftenTheyWereInstalled) {
+  for (const char* command : {"EnableHotKeys", "EnableHotKeys", "DisableHotKeys"}) {
+    EXPECT_TRUE(on_.mac.pressKey(kFirstSetKey, kFirstSetModifiers));
+    on_.mac.postDistributed({.name = test::kDaemonIdentifier, .object = command, .userInfo = {}});
+    on_.mac.turn();
+  }
+  EXPECT_FALSE(on_.mac.pressKey(kFirstSetKey, kFirstSetModifiers));
+}
+
+TEST_F(MainJob, RecordsPositionMainDisplayAndMirroring) {
+  const struct {
+    const char* name;
+    std::function<void(sim::SimulatedMac&)> change;
+    std::vector<const char*> logs;
+  } kRows[] = {
+      {.name = "position",
+       .change = [](sim::SimulatedMac& mac) { mac.move("Right", 4000, 100); },
+       .logs = {"Position Changed for disp 1003"}},
+      {.name = "main",
+       .change = [](sim::SimulatedMac& mac) { mac.move("Left", 0, 0); },
+       .logs = {"Main Disp Changed", "Position Changed for disp 1001"}},
+      {.name = "mirroring",
+       .change =
+           [](sim::SimulatedMac& mac) {
+             mac.windowServer().changeByAnother({{.kind = sim::DisplayChange::Kind::mirror,
+                                                  .display = mac.display("Right").id,
+                                                  .master = mac.display("Left").id}});
+           },
+       .logs = {"Mirror Changed to 1 ", "One disp Changed -> save changes"}},
+  };
+  for (const auto& row : kRows) {
+    on_.mac.log.clear();
+    row.change(on_.mac);
+    on_.mac.advance(2);
+    for (const char* log : row.logs) EXPECT_TRUE(on_.hasLogged(log)) << row.name << ": " << log;
+    on_.mac.log.clear();
+    on_.mac.advance(2);
+    EXPECT_FALSE(on_.hasLogged("One disp Changed")) << row.name << " is recorded once";
+  }
+}
+
+TEST_F(MainJob, PutsAModeBackThatIsNotForUse) {
+  on_.inside([&](VLMGlobals& document) {
+    for (const auto& mode : document.displayWithcgID(on_.mac.display("Left").id)->validDisplayModes) {
+      if (mode->Nx == 1280 && mode->Ny == 720) mode->isValidAct = false;
+    }
   });
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(2);
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
+}
+
+TEST_F(MainJob, SwitchesToTheModeThatAnAliasStandsFor) {
+  on_.inside([&](VLMGlobals& document) {
+    const auto left = document.displayWithcgID(on_.mac.display("Left").id);
+    for (const auto& mode : left->validDisplayModes) {
+      if (mode->Nx == 1280 && mode->Ny == 720) mode->setAliasedMode(left->currentMode.get());
+    }
+  });
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(2);
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
+}
+
+TEST_F(MainJob, WaitsWithARebuildWhileASetIsApplied) {
+  on_.mac.log.clear();
+  on_.inside([](VLMGlobals& document) { document.needsUpdatingDisplays = document.isSetExecuted = true; });
+  on_.mac.advance(3);
+  EXPECT_FALSE(on_.hasLogged("loadPrefsFromFile"));
+  on_.inside([](VLMGlobals& document) { document.isSetExecuted = false; });
+  on_.mac.advance(1);
+  EXPECT_TRUE(on_.hasLogged("loadPrefsFromFile"));
+}
+
+TEST_F(MainJob, AppliesTheStartUpSetASecondAfterItsUserIsBack) {
+  on_.inside([](VLMGlobals& document) { document.setStartupDisplaySet(document.displaySetsArray.front()); });
+  on_.mac.postDistributed({.name = "unrelated", .object = {}, .userInfo = {}});
+  on_.mac.postWorkspace({.name = "NSWorkspaceSessionDidBecomeActiveNotification", .object = {}, .userInfo = {}});
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.inside([](VLMGlobals& document) { document.needsUpdatingDisplays = true; });
+  on_.mac.advance(1);
+  EXPECT_TRUE(
+      on_.hasLogged("[Velmoratix4] Applying startup display set As found at first start after fast user switch"));
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
+  on_.mac.advance(1.5);
+  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
+  on_.inside([](VLMGlobals& document) { EXPECT_FALSE(document.hasFastUserSwitchOccurred); });
+}
+
+TEST_F(MainJob, ForgetsCurrentModesOnWakeAndFindsThemAgain) {
+  on_.mac.postWorkspace({.name = "NSWorkspaceDidWakeNotification", .object = {}, .userInfo = {}});
+  on_.inside([](VLMGlobals& document) { EXPECT_EQ(document.displayArray[1]->currentMode.get(), nullptr); });
+  on_.mac.advance(1.5);
+  on_.inside([](VLMGlobals& document) { EXPECT_NE(document.displayArray[1]->currentMode.get(), nullptr); });
 }
 
 }  // namespace

@@ -1,9 +1,15 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <numeric>
+#include <string>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "Simulator/Mac/Edid.h"
@@ -28,9 +34,11 @@ inline void fixChecksum(Bytes& edid, std::size_t block) {
   *(first + 127) = static_cast<std::uint8_t>((256 - sum % 256) % 256);
 }
 
+/// Overwrites bytes of one block, whose checksum is right afterwards.
 template <typename Container>
 void put(Bytes& edid, std::size_t offset, const Container& bytes) {
   std::copy(std::begin(bytes), std::end(bytes), edid.begin() + static_cast<std::ptrdiff_t>(offset));
+  fixChecksum(edid, offset / 128);
 }
 
 /// A digital EDID 1.3 of vendor ABC, product 0x1234, week 10 of 2011, 53 by 30 cm, without any timing.
@@ -38,9 +46,8 @@ inline Bytes emptyBase() {
   Bytes edid(128, 0);
   put(edid, 0, Bytes{0x00, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0x00, 0x04, 0x43, 0x34, 0x12,
                      0x78, 0x56, 0x34, 0x12, 0x0a, 0x15, 0x01, 0x03, 0x80, 0x35, 0x1e, 0x78});
-  for (std::size_t i = 38; i < 54; ++i) edid[i] = 1;
-  for (std::size_t i = 54; i < 126; i += 18) edid[i + 3] = 0x10;
-  fixChecksum(edid, 0);
+  put(edid, 38, Bytes(16, 1));
+  for (std::size_t i = 54; i < 126; i += 18) put(edid, i + 3, Bytes{0x10});
   return edid;
 }
 
@@ -48,7 +55,6 @@ inline Bytes emptyBase() {
 inline Bytes baseWith(const std::array<std::uint8_t, 18>& descriptor) {
   Bytes edid = emptyBase();
   put(edid, 54, descriptor);
-  fixChecksum(edid, 0);
   return edid;
 }
 
@@ -57,10 +63,27 @@ inline Bytes withExtension(Bytes edid, const Bytes& content) {
   const std::size_t block = edid.size() / 128;
   edid.resize(edid.size() + 128);
   put(edid, 128 * block, content);
-  fixChecksum(edid, block);
-  ++edid[126];
-  fixChecksum(edid, 0);
+  put(edid, 126, Bytes{static_cast<std::uint8_t>(edid[126] + 1)});
   return edid;
+}
+
+/// The parsed EDID; an empty one and a failure when it is refused.
+inline ParsedEdid parsed(const Bytes& edid) {
+  auto result = readEdid(edid);
+  if (auto* const monitor = std::get_if<ParsedEdid>(&result)) return std::move(*monitor);
+  ADD_FAILURE() << std::get<std::string>(result);
+  return {};
+}
+
+/// "1920x1080@60 1920x1080i@50": its timings, rates rounded.
+inline std::string sizesOf(const ParsedEdid& edid) {
+  std::string sizes;
+  for (const Timing& timing : edid.timings) {
+    sizes += (sizes.empty() ? "" : " ") + std::to_string(timing.horizontalActive) + "x" +
+             std::to_string(timing.verticalActive) + (timing.interlaced ? "i@" : "@") +
+             std::to_string(std::lround(timing.refreshRateHz()));
+  }
+  return sizes;
 }
 
 }  // namespace vlm::sim::testing

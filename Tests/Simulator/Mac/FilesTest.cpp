@@ -134,6 +134,10 @@ TEST(PropertyListFile, RefusesWhatLibplistCannotBear) {
       {.name = "closing tags in CDATA", .content = repeated("<array><string><![CDATA[</array>]]></string>", 100'000)},
       {.name = "closing tags in attributes", .content = repeated("<array a=\"</array>\">", 100'000)},
       {.name = "closing tags in instructions", .content = repeated("<array><?</array>?>", 100'000)},
+      {.name = "comments begun in attributes", .content = "<plist a=\"<!--\">" + repeated("<array>", 1000) + "-->"},
+      {.name = "comments begun in the document type",
+       .content = "<!DOCTYPE a [<!--]><plist>" + repeated("<array>", 1000) + "-->"},
+      {.name = "instructions that end in a text", .content = "<?a \"?><!--\"?>" + repeated("<array>", 1000) + "-->"},
       {.name = "deep binary", .content = deepBinary},
       {.name = "binary that doubles at every level", .content = doubling},
       {.name = "binary that contains itself", .content = binaryPropertyList({std::string("\xa1\0\0", 3)})},
@@ -149,11 +153,42 @@ TEST(PropertyListFile, RefusesWhatLibplistCannotBear) {
 }
 
 TEST(PropertyListFile, ReadsCommentsAndAttributesOfOrdinaryFiles) {
-  const std::string text =
-      "<?xml version=\"1.0\"?><!-- <array> --><!DOCTYPE plist PUBLIC \"-//a//\" \"b\"><plist version=\"1.0\"><dict>"
-      "<!-- a list "
-      "--><key>a</key><array><integer>0x10</integer><string>x<![CDATA[<y>]]></string></array></dict></plist>";
-  EXPECT_EQ(parsePropertyList(text).value, plist::Value(Dictionary{{"a", Array{16, "x<y>"}}}));
+  const std::string head =
+      "<?xml version='1.0'?><!-- <array> --><!DOCTYPE plist PUBLIC \"-//a//\" \"b\"><plist version=\"1.0\"><dict>";
+  const std::string lists = "<!-- a list --><key>a</key><array><true /><string>x<![CDATA[<y>]]></string></array >";
+  const std::string flat = "<key>b</key><array>" + repeated("<dict><key>c</key><integer>0x10</integer></dict>", 2000);
+  const std::string text = head + lists + flat + "</array></dict></plist>";
+  const Dictionary expected{{"a", Array{true, "x<y>"}}, {"b", Array(2000, Dictionary{{"c", 16}})}};
+  EXPECT_EQ(parsePropertyList(text).value, plist::Value(expected));
+  EXPECT_EQ(parsePropertyList("\xef\xbb\xbf" + text).value, plist::Value(expected));
+}
+
+TEST(PropertyListFile, GivesBackDatesOfEveryYear) {
+  const struct {
+    const char* name;
+    double seconds;
+  } rows[] = {
+      {.name = "2069-01-19T03:14:07Z", .seconds = 2147483647},
+      {.name = "2069-01-19T03:14:08Z", .seconds = 2147483648},
+      {.name = "4001-01-01T00:00:00Z", .seconds = 63113904000},
+      {.name = "9999-12-31T23:59:59Z", .seconds = 252423993599},
+      {.name = "1969-12-31T23:59:59Z", .seconds = -978307201},
+      {.name = "1600-02-29T12:00:00Z", .seconds = -12649435200},
+  };
+  for (const auto& row : rows) {
+    const plist::Value date(plist::Date{.secondsSinceReferenceDate = row.seconds});
+    EXPECT_EQ(parsePropertyList(std::string("<plist><date>") + row.name + "</date></plist>").value, date) << row.name;
+    EXPECT_NE(composePropertyList(date).find(row.name), std::string::npos) << composePropertyList(date);
+  }
+  for (const double past : {252423993600, 1e300, std::numeric_limits<double>::infinity()}) {
+    const plist::Value date(plist::Date{.secondsSinceReferenceDate = past});
+    EXPECT_NE(composePropertyList(date).find("<date>9999-12-31T23:59:59Z"), std::string::npos) << past;
+  }
+  const plist::Value first(plist::Date{.secondsSinceReferenceDate = -63113904000});
+  EXPECT_EQ(parsePropertyList(composePropertyList(plist::Date{.secondsSinceReferenceDate = -1e300})).value, first);
+  const std::string beyond =
+      binaryPropertyList({std::string("\xa2\0\1\0\2", 5), std::string("\x33\x7e\0\0\0\0\0\0\0", 9), "\x09"});
+  EXPECT_EQ(parsePropertyList(beyond).value, plist::Value(Array{true}));
 }
 
 TEST(PropertyListFile, SurvivesDamagedFiles) {
@@ -208,6 +243,31 @@ TEST(Files, WritesIntoTheUsersLibraryAndLeavesNoOtherFile) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
   EXPECT_EQ(process.newJournalLines(),
             std::vector<std::string>(2, "daemon: writeToURLAtomically(~/Library/Preferences/a.plist)"));
+}
+
+TEST(Files, AWrittenFileKeepsItsModeAndTheLinkThatLeadsToIt) {
+  namespace fs = std::filesystem;
+  TestProcess process;
+  const fs::path folder = process.mac().homeFolder(), file = folder / "elsewhere" / "a.plist",
+                 link = folder / "a.plist";
+  fs::create_directory(file.parent_path());
+  fs::create_symlink("elsewhere/a.plist", link);
+  const auto modeOf = [](const fs::path& path) { return static_cast<unsigned>(fs::status(path).permissions()); };
+
+  EXPECT_EQ(os().files.writeToURLAtomically({{"a", 1}}, file), std::nullopt);
+  EXPECT_EQ(modeOf(file), 0600U);
+  for (const unsigned mode : {0644U, 0640U}) {
+    fs::permissions(file, static_cast<fs::perms>(mode));
+    EXPECT_EQ(os().files.writeToURLAtomically({{"a", mode}}, link), std::nullopt);
+    EXPECT_EQ(modeOf(file), mode);
+    EXPECT_EQ(os().files.dictionaryWithContentsOfURL(file), (Dictionary{{"a", mode}}));
+  }
+  EXPECT_TRUE(fs::is_symlink(link));
+  EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), {}), 1);
+
+  fs::remove(file);
+  EXPECT_EQ(os().files.writeToURLAtomically({{"a", 2}}, link), std::nullopt);
+  EXPECT_EQ(os().files.dictionaryWithContentsOfURL(link), (Dictionary{{"a", 2}}));
 }
 
 TEST(Files, AFailedWriteSaysWhyAndChangesNothing) {

@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,23 +14,31 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// Panel at (0, 0), A and B to the right of it, and a process that transacts.
+/// Panel at (0, 0), A, B and C in a row to the right of it, C not plugged in; and a process that transacts.
 class Transactions : public testing::Test {
  protected:
-  explicit Transactions(const MachineDescription& machine = smallMachine(2)) : mac(machine) {}
+  Transactions() {
+    for (const auto& display : mac.windowServer().displays()) names[display->id] = display->description.name;
+    mac.unplug("C");
+    mac.turn();
+  }
 
   /// Writes "daemon A 0x1" for every call from now on.
   void watch(Session& session) {
-    session.ports().quartz.CGDisplayRegisterReconfigurationCallback(
-        [this, &session](CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags) {
-          char text[16];
-          std::snprintf(text, sizeof text, "0x%x", flags);
-          heard.push_back(session.description().name + " " + names[display] + " " + text);
-        });
-    for (const auto& display : mac.windowServer().displays()) names[display->id] = display->description.name;
+    session.ports().quartz.CGDisplayRegisterReconfigurationCallback([this, &session](CGDirectDisplayID id, auto flags) {
+      std::ostringstream text;
+      text << session.description().name << " " << names[id] << " 0x" << std::hex << flags;
+      heard.push_back(text.str());
+    });
   }
 
-  SimulatedMac mac;
+  /// The calls of a process for one change: about to, for each display, and then what was done.
+  static Lines round(const std::string& process, const std::string& panel, const std::string& a, const std::string& b) {
+    const std::string to = process + " ";
+    return {to + "Panel 0x1", to + "A 0x1", to + "B 0x1", to + "Panel " + panel, to + "A " + a, to + "B " + b};
+  }
+
+  SimulatedMac mac{smallMachine(3)};
   Session& daemon = addProcess(mac, "daemon");
   Quartz& quartz = daemon.ports().quartz;
   WindowServer& server = mac.windowServer();
@@ -50,77 +57,51 @@ TEST_F(Transactions, TakeEffectAllTogetherWhenTheyComplete) {
   EXPECT_EQ(arrangementOf(mac), before);
   EXPECT_EQ(server.openTransactions(), 1U);
   EXPECT_EQ(quartz.CGCompleteDisplayConfiguration(config, kCGConfigurePermanently), kCGErrorSuccess);
-  EXPECT_EQ(arrangementOf(mac), "Panel 0,0 1000x800; A 1000,0 1200x900; B 0,800 1000x800");
+  EXPECT_EQ(arrangementOf(mac), "Panel 0,0; A 1000,0 1200x900; B 0,800");
   EXPECT_EQ(
       mac.journal().lines(),
       (Lines{"daemon: CGBeginDisplayConfiguration()", "daemon: CGSConfigureDisplayMode(A, 2)",
              "daemon: CGSConfigureDisplayOrigin(B, 0, 800)", "daemon: CGSConfigureDisplayEnabled(B, true)",
              "daemon: CGConfigureDisplayMirrorOfDisplay(B, none)", "daemon: CGCompleteDisplayConfiguration(2) = 0"}));
-  EXPECT_TRUE(mac.faults().empty());
 }
-
-struct Refusal {
-  const char* name;
-  std::function<void(Changes&)> change;
-  const char* reason;
-};
 
 TEST_F(Transactions, AreRefusedAsAWholeForOneBadChange) {
   mac.display("B").description.canDisable = false;
   server.refuseMode(mac.display("A"), 3);
-  const DisplayChange toUnknown{.kind = DisplayChange::Kind::origin, .display = 0x77, .x = 1};
-  const Refusal cases[] = {
-      {.name = "unknown display",
-       .change = [&](Changes& changes) { changes.add(toUnknown); },
-       .reason = "there is no display 0x77"},
-      {.name = "mode of no display",
-       .change = [](Changes& changes) { changes.mode("A", 6); },
-       .reason = "A has no mode 6"},
-      {.name = "negative mode",
-       .change = [](Changes& changes) { changes.mode("A", -1); },
-       .reason = "A has no mode -1"},
-      {.name = "refused mode", .change = [](Changes& changes) { changes.mode("A", 3); }, .reason = "A refuses mode 3"},
-      {.name = "display that stays on",
-       .change = [](Changes& changes) { changes.off("B"); },
-       .reason = "B cannot be turned off"},
-      {.name = "mirror of itself",
-       .change = [](Changes& changes) { changes.mirror("A", "A"); },
-       .reason = "A cannot mirror itself"},
-      {.name = "mirror of a display that goes off",
-       .change = [](Changes& changes) { changes.mirror("B", "A").off("A"); },
-       .reason = "A is off and cannot be mirrored"},
-  };
   watch(daemon);
+  const struct {
+    std::string change, reason;
+  } rows[] = {
+      {"C at 1 0", "there is no display 0x0"},
+      {"A mode 6", "A has no mode 6"},
+      {"A mode -1", "A has no mode -1"},
+      {"A mode 3", "A refuses mode 3"},
+      {"B off", "B cannot be turned off"},
+      {"A shows A", "A cannot mirror itself"},
+      {"B shows A, A off", "A is off and cannot be mirrored"},
+  };
   const std::string before = arrangementOf(mac);
-  for (const Refusal& row : cases) {
-    Changes changes(mac);
-    changes.mode("Panel", 2);
-    row.change(changes);
-    EXPECT_EQ(changes.by(daemon), kCGErrorIllegalArgument) << row.name;
-    EXPECT_EQ(mac.journal().lines().back(),
-              std::string("daemon: CGCompleteDisplayConfiguration(2) = 1001: ") + row.reason);
-    EXPECT_EQ(changes.byAnother(), row.reason) << row.name;
-    EXPECT_EQ(arrangementOf(mac), before) << row.name;
+  for (const auto& [change, reason] : rows) {
+    EXPECT_EQ(transact(daemon, "Panel mode 2, " + change), kCGErrorIllegalArgument) << change;
+    EXPECT_EQ(mac.journal().lines().back(), "daemon: CGCompleteDisplayConfiguration(2) = 1001: " + reason);
+    EXPECT_EQ(changeByAnother(mac, "Panel mode 2, " + change), reason) << change;
+    EXPECT_EQ(arrangementOf(mac), before) << change;
   }
   mac.turn();
   EXPECT_TRUE(heard.empty());
   EXPECT_EQ(server.openTransactions(), 0U);
 }
 
-TEST_F(Transactions, LeaveOneDisplayOn) {
-  EXPECT_EQ(Changes(mac).off("A").off("B").off("Panel").by(daemon), kCGErrorIllegalArgument);
-  EXPECT_EQ(Changes(mac).off("A").off("B").off("Panel").on("B").by(daemon), kCGErrorSuccess);
-  EXPECT_EQ(arrangementOf(mac), "Panel off; A off; B 0,0 1000x800");
-  EXPECT_EQ(Changes(mac).mirror("B", "A").by(daemon), kCGErrorIllegalArgument) << "A is off";
-  EXPECT_EQ(Changes(mac).off("B").by(daemon), kCGErrorIllegalArgument);
-}
-
-TEST_F(Transactions, FailOnceWhenToldTo) {
+TEST_F(Transactions, LeaveOneDisplayOnAndFailOnceWhenToldTo) {
+  EXPECT_EQ(transact(daemon, "A off, B off, Panel off"), kCGErrorIllegalArgument);
+  EXPECT_EQ(transact(daemon, "A off, B off, Panel off, B on"), kCGErrorSuccess);
+  EXPECT_EQ(arrangementOf(mac), "Panel off; A off; B 0,0");
+  EXPECT_EQ(transact(daemon, "B shows A"), kCGErrorIllegalArgument) << "A is off";
+  EXPECT_EQ(transact(daemon, "B off"), kCGErrorIllegalArgument);
   server.failNextTransaction(kCGErrorFailure);
-  EXPECT_EQ(Changes(mac).mode("A", 2).by(daemon), kCGErrorFailure);
-  EXPECT_EQ(mac.display("A").modeNumber, 1U);
-  EXPECT_EQ(Changes(mac).mode("A", 2).by(daemon), kCGErrorSuccess);
-  EXPECT_EQ(mac.display("A").modeNumber, 2U);
+  EXPECT_EQ(transact(daemon, "B mode 2"), kCGErrorFailure);
+  EXPECT_EQ(mac.display("B").modeNumber, 1U);
+  EXPECT_EQ(transact(daemon, "B mode 2"), kCGErrorSuccess);
 }
 
 TEST_F(Transactions, AreFaultyWhenStaleMissingOrLeftOpen) {
@@ -130,8 +111,7 @@ TEST_F(Transactions, AreFaultyWhenStaleMissingOrLeftOpen) {
   EXPECT_EQ(quartz.CGSConfigureDisplayMode(config, a, 2), kCGErrorIllegalArgument);
   EXPECT_EQ(quartz.CGSConfigureDisplayMode(nullptr, a, 2), kCGErrorIllegalArgument);
   EXPECT_EQ(quartz.CGCompleteDisplayConfiguration(config, kCGConfigurePermanently), kCGErrorIllegalArgument);
-  const CGDisplayConfigRef open = quartz.CGBeginDisplayConfiguration();
-  quartz.CGSConfigureDisplayMode(open, a, 2);
+  quartz.CGSConfigureDisplayMode(quartz.CGBeginDisplayConfiguration(), a, 2);
   daemon.end();
   EXPECT_EQ(server.openTransactions(), 0U);
   EXPECT_EQ(mac.display("A").modeNumber, 1U);
@@ -142,63 +122,39 @@ TEST_F(Transactions, AreFaultyWhenStaleMissingOrLeftOpen) {
 }
 
 TEST_F(Transactions, ChangePartsWhenTheMasterMirrorsItsMirror) {
-  EXPECT_EQ(Changes(mac).mirror("A", "Panel").mirror("B", "Panel").by(daemon), kCGErrorSuccess);
-  const CGDirectDisplayID panel = mac.display("Panel").id, a = mac.display("A").id, b = mac.display("B").id;
-  EXPECT_EQ(Changes(mac).mirror("Panel", "A").by(daemon), kCGErrorSuccess);
-  EXPECT_EQ(arrangementOf(mac), "Panel 0,0 1000x800 shows A; A 0,0 1000x800; B 0,0 1000x800 shows A");
-  EXPECT_EQ(quartz.CGDisplayMirrorsDisplay(panel), a);
+  const CGDirectDisplayID a = mac.display("A").id, b = mac.display("B").id;
+  EXPECT_EQ(transact(daemon, "A shows Panel, B shows Panel"), kCGErrorSuccess);
+  EXPECT_EQ(transact(daemon, "Panel shows A"), kCGErrorSuccess);
+  EXPECT_EQ(arrangementOf(mac), "Panel 0,0 shows A; A 0,0; B 0,0 shows A");
   EXPECT_EQ(quartz.CGDisplayPrimaryDisplay(b), a);
   EXPECT_EQ(quartz.CGDisplayPrimaryDisplay(a), a);
   EXPECT_TRUE(quartz.CGDisplayIsInMirrorSet(a));
   EXPECT_TRUE(quartz.CGDisplayIsActive(a));
   EXPECT_FALSE(quartz.CGDisplayIsActive(b));
-  EXPECT_EQ(Changes(mac).off("A").by(daemon), kCGErrorSuccess);
+  EXPECT_EQ(transact(daemon, "A off"), kCGErrorSuccess);
   EXPECT_FALSE(quartz.CGDisplayIsInMirrorSet(b)) << "its master went off";
 }
 
 // --- Callbacks ---
 
-struct Notice {
-  const char* name;
-  std::function<void(Changes&)> change;
-  Lines done;  ///< of the second round
-};
-
 TEST_F(Transactions, TellAboutToForEachDisplayAndThenWhatWasDone) {
-  const Notice cases[] = {
-      {.name = "rate alone",
-       .change = [](Changes& changes) { changes.mode("A", 4); },
-       .done = {"Panel 0x0", "A 0x8", "B 0x0"}},
-      {.name = "size of the first in the row",
-       .change = [](Changes& changes) { changes.mode("A", 2); },
-       .done = {"Panel 0x1000", "A 0x1008", "B 0x1002"}},
-      {.name = "another main display",
-       .change = [](Changes& changes) { changes.origin("A", 0, 0); },
-       .done = {"Panel 0x1002", "A 0x1006", "B 0x1002"}},
-      {.name = "off",
-       .change = [](Changes& changes) { changes.off("B"); },
-       .done = {"Panel 0x1000", "A 0x1000", "B 0x1200"}},
-      {.name = "mirroring",
-       .change = [](Changes& changes) { changes.mirror("B", "Panel"); },
-       .done = {"Panel 0x1000", "A 0x1000", "B 0x1402"}},
-      {.name = "nothing", .change = [](Changes& changes) { changes.mode("A", 1).on("A"); }, .done = {}},
-  };
-  for (const Notice& row : cases) {
-    SimulatedMac fresh(smallMachine(2));
-    Session& process = addProcess(fresh, "p");
+  const struct {
+    const char *change, *undo;
     Lines calls;
-    process.ports().quartz.CGDisplayRegisterReconfigurationCallback([&](CGDirectDisplayID id, auto flags) {
-      char text[16];
-      std::snprintf(text, sizeof text, " 0x%x", flags);
-      calls.push_back(fresh.windowServer().displayWithID(id)->description.name + text);
-    });
-    Changes changes(fresh);
-    row.change(changes);
-    EXPECT_EQ(changes.by(process), kCGErrorSuccess) << row.name;
-    Lines expected;
-    if (!row.done.empty()) expected = {"Panel 0x1", "A 0x1", "B 0x1"};
-    expected.insert(expected.end(), row.done.begin(), row.done.end());
-    EXPECT_EQ(calls, expected) << row.name;
+  } rows[] = {
+      {"A mode 4", "A mode 1", round("daemon", "0x0", "0x8", "0x0")},  // the rate alone
+      {"A mode 2", "A mode 1", round("daemon", "0x1000", "0x1008", "0x1002")},
+      {"A at 0 0", "Panel at 0 0", round("daemon", "0x1002", "0x1006", "0x1002")},
+      {"B off", "B on", round("daemon", "0x1000", "0x1000", "0x1200")},
+      {"B shows Panel", "B shows nothing", round("daemon", "0x1000", "0x1000", "0x1402")},
+      {"A mode 1, A on", "A on", {}},
+  };
+  watch(daemon);
+  for (const auto& row : rows) {
+    heard.clear();
+    EXPECT_EQ(transact(daemon, row.change), kCGErrorSuccess) << row.change;
+    EXPECT_EQ(heard, row.calls) << row.change;
+    EXPECT_EQ(transact(daemon, row.undo), kCGErrorSuccess) << row.undo;
   }
 }
 
@@ -206,15 +162,13 @@ TEST_F(Transactions, CallTheirOwnProcessAtOnceAndOthersOnTheNextTurn) {
   Session& other = addProcess(mac, "other");
   watch(other);
   watch(daemon);
-  Changes(mac).mode("A", 4).by(daemon);
-  EXPECT_EQ(heard, (Lines{"daemon Panel 0x1", "daemon A 0x1", "daemon B 0x1", "daemon Panel 0x0", "daemon A 0x8",
-                          "daemon B 0x0"}));
+  transact(daemon, "A mode 4");
+  EXPECT_EQ(heard, round("daemon", "0x0", "0x8", "0x0"));
   heard.clear();
   mac.turn();
-  EXPECT_EQ(heard,
-            (Lines{"other Panel 0x1", "other A 0x1", "other B 0x1", "other Panel 0x0", "other A 0x8", "other B 0x0"}));
+  EXPECT_EQ(heard, round("other", "0x0", "0x8", "0x0"));
   heard.clear();
-  Changes(mac).mode("A", 1).byAnother();
+  changeByAnother(mac, "A mode 1");
   EXPECT_TRUE(heard.empty());
   mac.turn();
   EXPECT_EQ(heard.size(), 12U) << "what somebody else did reaches everybody later";
@@ -222,15 +176,11 @@ TEST_F(Transactions, CallTheirOwnProcessAtOnceAndOthersOnTheNextTurn) {
 
 TEST_F(Transactions, TellOfDisplaysThatComeAndGo) {
   watch(daemon);
-  const CGDirectDisplayID before = mac.display("B").id;
   mac.unplug("B");
   mac.turn();
-  EXPECT_EQ(heard, (Lines{"daemon Panel 0x1", "daemon A 0x1", "daemon B 0x1", "daemon Panel 0x1000", "daemon A 0x1000",
-                          "daemon B 0x1020"}));
-  heard.clear();
+  EXPECT_EQ(heard, round("daemon", "0x1000", "0x1000", "0x1020"));
   mac.plug("B");
   names[mac.display("B").id] = "B again";
-  EXPECT_NE(mac.display("B").id, before);
   mac.turn();
   EXPECT_EQ(heard.back(), "daemon B again 0x1010");
 }
@@ -240,11 +190,11 @@ TEST_F(Transactions, MayBeMadeInACallback) {
   quartz.CGDisplayRegisterReconfigurationCallback([&](CGDirectDisplayID, auto) {
     if (++calls != 1) return;
     quartz.CGDisplayRegisterReconfigurationCallback([](CGDirectDisplayID, auto) {});
-    Changes(mac).mode("B", 2).by(daemon);
+    transact(daemon, "B mode 2");
   });
-  Changes(mac).mode("A", 2).by(daemon);
+  transact(daemon, "A mode 2");
   EXPECT_EQ(calls, 12);
-  EXPECT_EQ(arrangementOf(mac), "Panel 0,0 1000x800; A 1000,0 1200x900; B 2200,0 1200x900");
+  EXPECT_EQ(arrangementOf(mac), "Panel 0,0; A 1000,0 1200x900; B 2200,0 1200x900");
 }
 
 TEST_F(Transactions, TellNothingToAProcessThatEndedMeanwhile) {
@@ -254,15 +204,12 @@ TEST_F(Transactions, TellNothingToAProcessThatEndedMeanwhile) {
     ++calls;
     other.end();
   });
-  Changes(mac).mode("A", 2).byAnother();
-  mac.turn();
-  EXPECT_EQ(calls, 1);
   watch(daemon);
-  Changes(mac).mode("A", 1).byAnother();
+  changeByAnother(mac, "A mode 2");
   daemon.end();
   mac.turn();
+  EXPECT_EQ(calls, 1);
   EXPECT_TRUE(heard.empty());
-  EXPECT_TRUE(mac.faults().empty());
 }
 
 }  // namespace

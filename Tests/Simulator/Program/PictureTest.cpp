@@ -21,13 +21,20 @@ TEST(Picture, DrawsDisplaysToScaleSideBySide) {
   EXPECT_EQ(drawPicture(boxes, false, {.columns = 35, .rows = 12}),
             "               +------------------+\n"
             "               |                  |\n"
-            "               |                  |\n"
-            "               |                  |\n"
-            "               |                  |\n"
-            "     +========+|       Left       |\n"
+            "               |       Left       |\n"
+            "     +========+|                  |\n"
             "+---+|Built-in||                  |\n"
-            "|Sm~||1000 x ~||                  |\n"
-            "+---++--------++------------------+\n");
+            "|Sm~|+--------++------------------+\n"
+            "+---+\n");
+}
+
+TEST(Picture, GivesARateALineOfItsOwnWhereTheModeIsTooLong) {
+  EXPECT_EQ(drawPicture({box(0, 0, 140, 100, {"Tall", "800 x 600 @ 60 Hz"})}, false, {.columns = 14, .rows = 5}),
+            "+------------+\n"
+            "|    Tall    |\n"
+            "| 800 x 600  |\n"
+            "|   60 Hz    |\n"
+            "+------------+\n");
 }
 
 TEST(Picture, UsesBoxDrawingCharactersWhereTheyCanBeShown) {
