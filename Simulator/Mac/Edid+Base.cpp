@@ -19,6 +19,7 @@ constexpr std::uint8_t kSerialTag = 0xff, kRangeLimitsTag = 0xfd, kNameTag = 0xf
 /// What the block says about how to read the rest of it.
 struct Context {
   unsigned revision = 0;  ///< of EDID 1.x
+  bool firstTimingIsPreferred = true;
   bool digital = false;
   bool cvtRange = false;  ///< the range limits descriptor promises CVT timings
 };
@@ -67,7 +68,10 @@ void readSize(Bytes block, ParsedEdid& result) {
 }
 
 Context contextOf(Bytes block) {
+  // Until EDID 1.3 a bit of the features says whether the first timing is the preferred one; since then it always is.
+  constexpr unsigned kAlwaysPreferredSince = 3, kPreferredBit = 0x02;
   Context context{.revision = block[19], .digital = (block[20] & 0x80) != 0};
+  context.firstTimingIsPreferred = context.revision >= kAlwaysPreferredSince || (block[24] & kPreferredBit) != 0;
   for (std::size_t i = 0; i < kDescriptors; ++i) {
     const Descriptor descriptor = descriptorAt(block, i);
     if (isTiming(descriptor) || descriptor[3] != kRangeLimitsTag) continue;
@@ -180,7 +184,7 @@ void readDescriptors(Bytes block, const Context& context, ParsedEdid& result, Co
     }
     // 01 01 in front is how some old monitors fill unused descriptors.
     if (descriptor[0] == 1 && descriptor[1] == 1) continue;
-    const auto claim = i == 0 ? Collector::Claim::firstDescriptor : Collector::Claim::none;
+    const auto claim = i == 0 && context.firstTimingIsPreferred ? Collector::Claim::firstDescriptor : Collector::Claim::none;
     collector.add(readDetailedTiming(descriptor), "block 0: detailed timing " + std::to_string(i + 1), claim);
   }
 }

@@ -131,8 +131,9 @@ void Monitor_ConfigurationChange(CGDirectDisplayID display, CGDisplayChangeSumma
     if (record != nullptr && (flags & kCGDisplayDesktopShapeChangedFlag) != 0) {
       VLMLog("kCGDisplayDesktopShapeChangedFlag");
       flags |= missingFlags(document);
-      rotated = isRotation(*record, flags);
     }
+    // Whatever the shape: half a turn keeps it.
+    if (record != nullptr) rotated = isRotation(*record, flags);
     if (record != nullptr && (flags & kCGDisplayRemoveFlag) == 0 && record->isActive()) {
       checkNumberOfModes(*record, document);
     }

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "Tests/Support/DisplaysOnMac.h"
 
 namespace vlm {
@@ -16,41 +14,21 @@ sim::MachineDescription deepMonitor() {
 }
 
 TEST(UpdateCurrentMode, FindsTheModeByWhatIsLeftOfIt) {
-  const auto forgetNumbers = [](VLMMode& mode) { mode.sysModeID.fill(-1); };
   const struct {
     const char* name;
-    std::function<void(VLMMode&)> change;
+    void (*change)(VLMMode& mode);
     bool isFound;
     const char* logged;
   } rows[] = {
-      {.name = "its number",
-       .change = [](VLMMode&) {},
-       .isFound = true,
-       .logged = "Found the new mode in validDisplayModes with ID check"},
-      {.name = "size, rate and scale",
-       .change = forgetNumbers,
-       .isFound = true,
-       .logged = "Found the new mode in validDisplayModes with Nx/Ny/Hz/Def check"},
-      {.name = "the size",
-       .change =
-           [&](VLMMode& mode) {
-             forgetNumbers(mode);
-             mode.Hz = 75;
-           },
-       .isFound = true,
-       .logged = "Found the new mode in validDisplayModes with Nx/Ny check"},
-      {.name = "a size at another depth",
-       .change =
-           [&](VLMMode& mode) {
-             forgetNumbers(mode);
-             mode.colorMask = 8;
-           },
-       .isFound = false,
-       .logged = "didn't find the new mode with Nx/Ny check - this is a new mode !"},
-      {.name = "a number with another size",
-       .change = [](VLMMode& mode) { mode.Nx += 1; },
-       .isFound = false,
-       .logged = "didn't find the new mode with Nx/Ny check - this is a new mode !"},
+      {"its number", [](VLMMode&) {}, true, "Found the new mode in validDisplayModes with ID check"},
+      {"size, rate and scale", [](VLMMode& mode) { mode.sysModeID.fill(-1); }, true,
+       "Found the new mode in validDisplayModes with Nx/Ny/Hz/Def check"},
+      {"the size", [](VLMMode& mode) { mode.sysModeID.fill(-1), mode.Hz = 75; }, true,
+       "Found the new mode in validDisplayModes with Nx/Ny check"},
+      {"a size at another depth", [](VLMMode& mode) { mode.sysModeID.fill(-1), mode.colorMask = 8; }, false,
+       "didn't find the new mode with Nx/Ny check - this is a new mode !"},
+      {"a number with another size", [](VLMMode& mode) { mode.Nx += 1; }, false,
+       "didn't find the new mode with Nx/Ny check - this is a new mode !"},
   };
   for (const auto& row : rows) {
     DisplaysOnMac displays(deepMonitor());

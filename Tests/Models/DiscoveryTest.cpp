@@ -93,7 +93,9 @@ TEST(Discovery, TakesModesForDuplicatesByTheBytesOfTheirTimings) {
   const struct {
     std::size_t byte;
     bool isKept;
-  } rows[] = {{.byte = 11, .isKept = false}, {.byte = 12, .isKept = true}, {.byte = 131, .isKept = true},
+  } rows[] = {{.byte = 11, .isKept = false},
+              {.byte = 12, .isKept = true},
+              {.byte = 131, .isKept = true},
               {.byte = 132, .isKept = false}};
   const ListedMode full{.width = 1920, .height = 1080}, small{.width = 1280, .height = 720};
   for (const auto& row : rows) {

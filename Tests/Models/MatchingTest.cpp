@@ -50,7 +50,9 @@ TEST(Matching, TakesTheSurestRecordAndNumbersANewMonitor) {
       {.name = "surer one behind", .records = {{1005, onAnotherPort}, {1006, nullptr}}, .resID = 1006},
       {.name = "surer one before", .records = {{1005, nullptr}, {1006, onAnotherPort}}, .resID = 1005},
       {.name = "model alone is no match", .records = {{4711, knownByModelAlone}}, .resID = 4712},
-      {.name = "largest number, not the last", .records = {{4711, ofAnotherModel}, {99, ofAnotherModel}}, .resID = 4712},
+      {.name = "largest number, not the last",
+       .records = {{4711, ofAnotherModel}, {99, ofAnotherModel}},
+       .resID = 4712},
       {.name = "numbers below the range", .records = {{5, ofAnotherModel}}, .resID = 1001},
       {.name = "number of a damaged file", .records = {{kBeyondAll, ofAnotherModel}}, .resID = 1001},
   };
@@ -97,8 +99,8 @@ TEST(Matching, GivesEveryModeOfTheDocumentADesktopOfItsOwn) {
 
 TEST(Matching, KeepsThatANameIsToBeWrittenThoughTheSystemHasTheSame) {
   const auto machine = sim::desktopWith({"Left"});
-  const auto settings = settingsAfter(
-      machine, [](DisplaysOnMac& displays) { displays["Left"]->displayName->shouldOverride = true; });
+  const auto settings =
+      settingsAfter(machine, [](DisplaysOnMac& displays) { displays["Left"]->displayName->shouldOverride = true; });
   DisplaysOnMac displays(machine, settings);
   EXPECT_EQ(displays["Left"]->displayedName(), "Left");
   EXPECT_TRUE(displays["Left"]->displayName->shouldOverride);

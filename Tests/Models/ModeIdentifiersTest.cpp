@@ -177,6 +177,7 @@ TEST_F(ModeIdentifiers, OfADamagedFileAreMendedWithoutTouchingTheOthers) {
 
 TEST_F(ModeIdentifiers, CarryTheUsersChoicesAsFarAsTheSystemLetsThem) {
   const std::uint32_t safe = kSysFlagValid | kSysFlagSafe;
+  constexpr std::uint32_t kUnsafe = kSysFlagValid, kForbidden = kSysFlagNotForUse;
   const struct {
     const char* name;
     std::uint32_t flagsThen, flagsNow;
@@ -185,48 +186,12 @@ TEST_F(ModeIdentifiers, CarryTheUsersChoicesAsFarAsTheSystemLetsThem) {
     bool validNow;
     std::int32_t menuNow;
   } rows[] = {
-      {.name = "hidden",
-       .flagsThen = safe,
-       .flagsNow = safe,
-       .validThen = true,
-       .menuThen = 0,
-       .validNow = true,
-       .menuNow = 0},
-      {.name = "switched off",
-       .flagsThen = safe,
-       .flagsNow = safe,
-       .validThen = false,
-       .menuThen = 2,
-       .validNow = false,
-       .menuNow = 2},
-      {.name = "confirmed",
-       .flagsThen = kSysFlagValid,
-       .flagsNow = kSysFlagValid,
-       .validThen = true,
-       .menuThen = 2,
-       .validNow = true,
-       .menuNow = 2},
-      {.name = "safe by now",
-       .flagsThen = kSysFlagValid,
-       .flagsNow = safe,
-       .validThen = true,
-       .menuThen = 1,
-       .validNow = true,
-       .menuNow = 2},
-      {.name = "forbidden by now",
-       .flagsThen = safe,
-       .flagsNow = kSysFlagNotForUse,
-       .validThen = true,
-       .menuThen = 2,
-       .validNow = false,
-       .menuNow = 0},
-      {.name = "forbidden then",
-       .flagsThen = kSysFlagNotForUse,
-       .flagsNow = safe,
-       .validThen = false,
-       .menuThen = 0,
-       .validNow = true,
-       .menuNow = 2},
+      {"hidden", safe, safe, true, 0, true, 0},
+      {"switched off", safe, safe, false, 2, false, 2},
+      {"confirmed", kUnsafe, kUnsafe, true, 2, true, 2},
+      {"safe by now", kUnsafe, safe, true, 1, true, 2},
+      {"forbidden by now", safe, kForbidden, true, 2, false, 0},
+      {"forbidden then", kForbidden, safe, false, 0, true, 2},
   };
   for (const auto& row : rows) {
     const auto before = newDisplay({{.sysFlags = row.flagsThen}});
@@ -243,6 +208,10 @@ TEST_F(ModeIdentifiers, LinkAliasesAgain) {
   display->validDisplayModes[0]->setAliasedMode(display->validDisplayModes[1]);
   display = restarted(display, {kSvga, kFullHDReduced, kFullHD});
   EXPECT_EQ(display->validDisplayModes[2]->aliasedMode(), display->validDisplayModes[1]);
+  // Also when both have been gone for a while.
+  for (int i = 0; i < 3; ++i) display = restarted(display, {kSvga});
+  display = restarted(display, {kSvga, kFullHDReduced, kFullHD});
+  EXPECT_EQ(display->validDisplayModes[2]->aliasedMode(), display->validDisplayModes[1]);
   EXPECT_FALSE(display->validDisplayModes[2]->isValidAct);
   // Without its target a mode can be chosen by itself.
   display = restarted(display, {kSvga, kFullHD});
@@ -254,7 +223,6 @@ TEST_F(ModeIdentifiers, CopyWhatTheUserOwnsAndKeepWhatTheSystemSays) {
   const auto saved = newDisplay({kFullHD});
   saved->monitorResID = 1007;
   saved->displayName = VLMOverrideDisplayName::initWithString("Mine", kOverrideFoundInSettings, true);
-  saved->sysMonitorName = "Old";
   saved->useBrightness = saved->useGamma = true;
   saved->savedBrightness = 1.4F;
   saved->gammaDelay = 3;
@@ -267,7 +235,6 @@ TEST_F(ModeIdentifiers, CopyWhatTheUserOwnsAndKeepWhatTheSystemSays) {
   saved->driverLocationName = "elsewhere";
 
   const auto live = liveDisplay({kFullHD});
-  live->sysMonitorName = "New";
   live->displayName = VLMOverrideDisplayName::initWithString("New", kOverrideFoundInSystem, false);
   live->maxBrightness = 100;
   live->canBrightness = 2;
@@ -277,14 +244,10 @@ TEST_F(ModeIdentifiers, CopyWhatTheUserOwnsAndKeepWhatTheSystemSays) {
   EXPECT_EQ(live->monitorResID, 1007);
   EXPECT_EQ(live->displayedName(), "Mine");
   EXPECT_TRUE(live->useBrightness && live->useGamma && !live->showFrequenciesApart);
-  EXPECT_EQ(live->savedBrightness, 1.4F);
-  EXPECT_EQ(live->gammaDelay, 3.0F);
+  EXPECT_TRUE(live->savedBrightness == 1.4F && live->gammaDelay == 3);
   EXPECT_EQ(live->importedEDID, saved->importedEDID);
   EXPECT_EQ(live->carriedRecords, saved->carriedRecords);
-  EXPECT_EQ(live->sysMonitorName, "New");
-  EXPECT_EQ(live->maxBrightness, 100.0F);
-  EXPECT_EQ(live->connection, 0);
-  EXPECT_EQ(live->canBrightness, 2);
+  EXPECT_TRUE(live->maxBrightness == 100 && live->connection == 0 && live->canBrightness == 2);
   EXPECT_EQ(live->driverLocationName, "here");
 }
 

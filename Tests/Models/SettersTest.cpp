@@ -122,7 +122,7 @@ TEST(SetDisplayPosition, MovesOnlyWhatStandsElsewhere) {
             (Lines{kBegin, "daemon: CGSConfigureDisplayOrigin(Left, 20, -1440)", kComplete}));
 }
 
-TEST(Tests, AnswerEachInItsOwnSense) {
+TEST(ChangeTests, AnswerEachInItsOwnSense) {
   sim::MachineDescription machine = sim::laptopWith({"Left", "Right"});
   machine.displays[1].canOverscan = machine.displays[1].canUnderscan = machine.displays[1].supportsHDR = true;
   DisplaysOnMac displays(machine);
@@ -149,7 +149,7 @@ TEST(Tests, AnswerEachInItsOwnSense) {
   EXPECT_FALSE(right->willChangeHDRIn(false));
   EXPECT_FALSE(displays["Built-in"]->willChangeOrientationIn(90));
   EXPECT_TRUE(left->willSetBrightness(NAN));
-  EXPECT_FALSE(displays["Built-in"]->canBrightness == 0 || VLMDisplay::init()->willSetBrightness(1));
+  EXPECT_FALSE(VLMDisplay::init()->willSetBrightness(1)) << "out of reach";
 }
 
 TEST(SetIsActive, RefusesWhatCannotBe) {
@@ -190,25 +190,41 @@ TEST(SetIsActive, DoesNotTurnTheLastDisplayOffWithinOneTransaction) {
 TEST(SetIsActive, IsTheDaemonsOwnChangeAndTakesTheCursorAlong) {
   DisplaysOnMac displays(sim::laptopWith({"Left"}));
   VLMGlobals& document = displays.document();
-  document.activityChangeOriginatedFromMe = false;
   document.forceSleepAfterDisable = true;
   EXPECT_TRUE(displays["Left"]->setIsActive(false, nullptr));
   EXPECT_TRUE(document.activityChangeOriginatedFromMe);
   EXPECT_FALSE(displays["Left"]->isEnabled || displays["Left"]->isActive());
   EXPECT_EQ(displays.process.newJournalLines(),
             (Lines{kBegin, "daemon: CGSConfigureDisplayEnabled(Left, false)", "daemon: CGDisplayShowCursor(0)",
-                   "daemon: IORegistryEntrySetCFProperty(IODisplayWrangler, IORequestIdle, true)", kComplete,
-                   "daemon: performAfterDelay(1)"}));
-  displays.mac().advance(0.9);
-  EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(), 0U);
-  displays.mac().advance(0.2);
-  EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(), 1U);
-  // Whoever gave the transaction sees to the Dock.
-  DisplayTransaction transaction;
-  EXPECT_TRUE(displays["Left"]->setIsActive(true, &transaction));
-  transaction.complete();
-  displays.mac().advance(2);
-  EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(), 0U);
+                   "daemon: IORegistryEntrySetCFProperty(IODisplayWrangler, IORequestIdle, true)", kComplete}));
+}
+
+TEST(SetIsActive, BeginsTheDockAnewASecondLaterWhereAsked) {
+  const struct {
+    const char* name;
+    bool afterDisabling, afterEnabling;
+    bool isGiven;
+    std::size_t relaunchesOff, relaunchesOn;
+  } rows[] = {{"neither", false, false, false, 0, 0},
+              {"disabling", true, false, false, 1, 0},
+              {"enabling", false, true, false, 0, 1},
+              {"whoever gave the transaction sees to it", true, true, true, 0, 0}};
+  for (const auto& row : rows) {
+    DisplaysOnMac displays(sim::laptopWith({"Left"}));
+    displays.document().quitDockAfterDisabling = row.afterDisabling;
+    displays.document().quitDockAfterEnabling = row.afterEnabling;
+    for (const bool active : {false, true}) {
+      DisplayTransaction given;
+      EXPECT_TRUE(displays["Left"]->setIsActive(active, row.isGiven ? &given : nullptr));
+      given.complete();
+      displays.mac().advance(0.9);
+      EXPECT_EQ(displays.process.newJournalLines("executeAppleScript"), Lines{}) << row.name;
+      displays.mac().advance(0.2);
+      EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(),
+                active ? row.relaunchesOn : row.relaunchesOff)
+          << row.name;
+    }
+  }
 }
 
 TEST(SetIsActive, KeepsTheBrightnessWhileADisplayIsOff) {
@@ -248,6 +264,12 @@ TEST(SetIsActive, DarkensLaterAndNotWhenTheDisplayIsOnAgain) {
   EXPECT_TRUE(left->setIsActive(true, nullptr));
   displays.mac().advance(10);
   EXPECT_EQ(gamma.redMax, 0.5F);
+  // Also when somebody else has lit it, and there is nothing to turn on.
+  EXPECT_TRUE(left->setIsActive(false, nullptr));
+  EXPECT_EQ(displays.mac().setEnabled("Left", true), std::nullopt);
+  EXPECT_FALSE(left->setIsActive(true, nullptr));
+  displays.mac().advance(10);
+  EXPECT_EQ(gamma.redMax, 0.5F);
 }
 
 TEST(SetGamma, TakesTheIdentityUntilAFormulaWasKept) {
@@ -268,31 +290,38 @@ TEST(SetGamma, TakesTheIdentityUntilAFormulaWasKept) {
 
 TEST(SetBrightness, SendsWhatTheWayToItTakes) {
   DisplaysOnMac displays(sim::laptopWith({"Left", "Right"}));
-  const auto panel = displays["Built-in"], left = displays["Left"], right = displays["Right"];
-  const auto sent = [&] {
-    Lines lines = displays.process.newJournalLines();
-    std::erase_if(lines, [](const std::string& line) { return line.find("sleep(") != std::string::npos; });
-    return lines;
+  const struct {
+    const char* name;
+    const char* display;
+    float maximum, value;
+    Lines sent;
+    bool isDone = true;
+  } rows[] = {
+      {"panel", "Built-in", 0, 0.25F, {"daemon: DisplayServicesSetBrightness(Built-in, 0.25)"}},
+      {"too much for a panel", "Built-in", 0, 3, {}},
+      {"no number", "Built-in", 0, NAN, {}},
+      {"negative", "Built-in", 0, -0.5F, {}, false},
+      {"as it is", "Built-in", 0, 0.25F, {}, false},
+      {"monitor", "Left", 200, 0.25F, {"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 32 9a)"}},
+      {"maximum never told", "Left", 0, 0.2F, {"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 14 bc)"}},
+      {"monitor that is silent", "Right", 0, 0.3F, {}},
   };
-  panel->setBrightness(3);
-  EXPECT_EQ(panel->brightness, 3.0F);
-  panel->setBrightness(-0.5F);
-  EXPECT_EQ(panel->brightness, 3.0F);
-  panel->setBrightness(0.75F);
-  right->setBrightness(0.3F);
-  EXPECT_EQ(right->brightness, 0.3F);
-  EXPECT_EQ(sent(), Lines{});
-  panel->setBrightness(0.25F);
-  left->setBrightness(0.5F);
-  left->setBrightness(0.5F);
-  EXPECT_EQ(sent(), (Lines{"daemon: DisplayServicesSetBrightness(Built-in, 0.25)",
-                           "daemon: IOI2CSendRequest(Left, 51 84 03 10 00 32 9a)"}));
-  // A monitor that never told its maximum.
-  left->maxBrightness = 0;
-  left->setBrightness(0.2F);
-  EXPECT_EQ(sent(), (Lines{"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 14 bc)"}));
-  EXPECT_EQ(left->savedLastSetBrightness, 0.2F);
-  EXPECT_TRUE(panel->willSetBrightness(std::numeric_limits<float>::quiet_NaN()) && !right->willSetBrightness(1));
+  test::BrightnessRecorder recorder;
+  for (const auto& row : rows) {
+    const auto display = displays[row.display];
+    display->maxBrightness = row.maximum;
+    display->brightness = 0.125F;
+    recorder.recorded.clear();
+    display->setBrightness(row.value);
+    Lines sent = displays.process.newJournalLines();
+    std::erase_if(sent, [](const std::string& line) { return line.find("sleep(") != std::string::npos; });
+    EXPECT_EQ(sent, row.sent) << row.name;
+    EXPECT_EQ(recorder.recorded.size(), row.isDone ? 1U : 0U) << row.name;
+    // What is no number is as good as any other value.
+    const float expected = row.isDone ? row.value : 0.125F;
+    EXPECT_TRUE(std::isnan(expected) ? std::isnan(display->brightness) : display->brightness == expected) << row.name;
+  }
+  EXPECT_EQ(displays["Left"]->savedLastSetBrightness, 0.2F);
 }
 
 TEST(DisplayTransactions, EndOnceAndKnowOfAllThatAreOpen) {

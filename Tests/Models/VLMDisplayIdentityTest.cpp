@@ -19,46 +19,43 @@ std::shared_ptr<VLMDisplay> monitor() {
   return display;
 }
 
-TEST(DisplayIdentity, ScoresWhatLiveAndSavedRecordShare) {
+TEST(DisplayIdentity, ScoresAndLogsWhatLiveAndSavedRecordShare) {
   sim::TestProcess process;
   const struct {
     const char* name;
     /// What differs in the saved record.
     void (*change)(VLMDisplay&);
     int score;
+    /// Of the log line; none when the record is no candidate.
+    const char* matches;
   } kRows[] = {
-      {.name = "all alike", .change = [](VLMDisplay&) {}, .score = 9},
-      {.name = "taken already", .change = [](VLMDisplay& d) { d.setIsDirty(true); }, .score = -1},
-      {.name = "other vendor", .change = [](VLMDisplay& d) { d.displayVendorID = 1; }, .score = -1},
-      {.name = "other product", .change = [](VLMDisplay& d) { d.displayProductID = 1; }, .score = -1},
-      {.name = "other year", .change = [](VLMDisplay& d) { d.manufactureYear = 2020; }, .score = 7},
-      {.name = "no week", .change = [](VLMDisplay& d) { d.manufactureWeek = 0; }, .score = 7},
-      {.name = "no serial number", .change = [](VLMDisplay& d) { d.serialNumber = 0; }, .score = 7},
-      {.name = "other serial text", .change = [](VLMDisplay& d) { d.edidSerialString = "SN2"; }, .score = 7},
-      {.name = "location within", .change = [](VLMDisplay& d) { d.driverLocationName = "/a/b"; }, .score = 9},
-      {.name = "longer location", .change = [](VLMDisplay& d) { *d.driverLocationName += "/d"; }, .score = 8},
-      {.name = "empty location", .change = [](VLMDisplay& d) { d.driverLocationName = ""; }, .score = 8},
-      {.name = "no UUID", .change = [](VLMDisplay& d) { d.displayUUIDString.reset(); }, .score = 7},
+      {"all alike", [](VLMDisplay&) {}, 9, "DATE=1 SN=1 DRV=1 SN# = 1 UUID = 1"},
+      {"taken already", [](VLMDisplay& d) { d.setIsDirty(true); }, -1, nullptr},
+      {"other vendor", [](VLMDisplay& d) { d.displayVendorID = 1; }, -1, nullptr},
+      {"other product", [](VLMDisplay& d) { d.displayProductID = 1; }, -1, nullptr},
+      {"other year", [](VLMDisplay& d) { d.manufactureYear = 1; }, 7, "DATE=0 SN=1 DRV=1 SN# = 1 UUID = 1"},
+      {"no week", [](VLMDisplay& d) { d.manufactureWeek = 0; }, 7, "DATE=0 SN=1 DRV=1 SN# = 1 UUID = 1"},
+      {"no serial number", [](VLMDisplay& d) { d.serialNumber = 0; }, 7, "DATE=1 SN=0 DRV=1 SN# = 1 UUID = 1"},
+      {"other text", [](VLMDisplay& d) { d.edidSerialString = "2"; }, 7, "DATE=1 SN=1 DRV=1 SN# = 0 UUID = 1"},
+      {"part", [](VLMDisplay& d) { d.driverLocationName = "/a/b"; }, 9, "DATE=1 SN=1 DRV=1 SN# = 1 UUID = 1"},
+      {"longer", [](VLMDisplay& d) { *d.driverLocationName += "/d"; }, 8, "DATE=1 SN=1 DRV=0 SN# = 1 UUID = 1"},
+      {"empty", [](VLMDisplay& d) { d.driverLocationName = ""; }, 8, "DATE=1 SN=1 DRV=0 SN# = 1 UUID = 1"},
+      {"no UUID", [](VLMDisplay& d) { d.displayUUIDString.reset(); }, 7, "DATE=1 SN=1 DRV=1 SN# = 1 UUID = 0"},
   };
   for (const auto& row : kRows) {
     const auto saved = monitor();
     row.change(*saved);
+    process.mac().log.clear();
     EXPECT_EQ(monitor()->identityScoreOf(*saved), row.score) << row.name;
+    std::vector<std::string> logged;
+    if (row.matches != nullptr) {
+      logged = {std::string("daemon:  -> match PID=0 ") + row.matches,
+                "daemon:  -> level " + std::to_string(row.score)};
+    }
+    EXPECT_EQ(process.mac().log, logged) << row.name;
   }
   // What neither has is nothing shared.
   EXPECT_EQ(VLMDisplay::init()->identityScoreOf(*VLMDisplay::init()), 0);
-}
-
-TEST(DisplayIdentity, LogsEveryCandidateAndNoOther) {
-  sim::TestProcess process;
-  const auto saved = monitor();
-  saved->displayUUIDString.reset();
-  saved->manufactureWeek = 0;
-  monitor()->identityScoreOf(*saved);
-  saved->displayVendorID = 0;
-  monitor()->identityScoreOf(*saved);
-  EXPECT_EQ(process.mac().log, (std::vector<std::string>{"daemon:  -> match PID=0 DATE=0 SN=1 DRV=1 SN# = 1 UUID = 0",
-                                                         "daemon:  -> level 5"}));
 }
 
 }  // namespace

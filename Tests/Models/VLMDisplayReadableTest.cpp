@@ -169,10 +169,10 @@ TEST(DisplayNameMerging, LetsTheSavedNameWinAndJoinsEqualOnes) {
     const char* expected;
     std::int16_t expectedStatus;
   } kRows[] = {
-      {.name = "equal", .given = "A", .status = 1, .expected = "A", .expectedStatus = 3},
-      {.name = "saved by the user", .given = "B", .status = 1, .expected = "B", .expectedStatus = 1},
-      {.name = "of the system", .given = "B", .status = 4, .expected = "A", .expectedStatus = 2},
-      {.name = "saved and of the system", .given = "B", .status = 5, .expected = "A", .expectedStatus = 2},
+      {"equal", "A", 1, "A", 3},
+      {"saved by the user", "B", 1, "B", 1},
+      {"of the system", "B", 4, "A", 2},
+      {"saved and of the system", "B", 5, "A", 2},
   };
   for (const auto& row : kRows) {
     const auto display = VLMDisplay::init();

@@ -12,6 +12,7 @@ constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
 
 TEST(PropertyListNumbers, ConvertIntoEachOther) {
+  constexpr std::uint64_t kMost = ~0ULL;
   struct Row {
     const char* name;
     Value value;
@@ -19,68 +20,18 @@ TEST(PropertyListNumbers, ConvertIntoEachOther) {
     std::int64_t sInt64;
     std::uint64_t uInt64;
     std::int32_t sInt32;
-    std::uint32_t uInt32;
     std::int16_t sInt16;
   };
   const Row rows[] = {
-      {.name = "true", .value = true, .boolean = true, .sInt64 = 1, .uInt64 = 1, .sInt32 = 1, .uInt32 = 1, .sInt16 = 1},
-      {.name = "wider integer",
-       .value = 0x1'0001'1170,
-       .boolean = true,
-       .sInt64 = 0x1'0001'1170,
-       .uInt64 = 0x1'0001'1170,
-       .sInt32 = 70000,
-       .uInt32 = 70000,
-       .sInt16 = 4464},
-      {.name = "negative integer",
-       .value = -2,
-       .boolean = true,
-       .sInt64 = -2,
-       .uInt64 = ~1ULL,
-       .sInt32 = -2,
-       .uInt32 = ~1U,
-       .sInt16 = -2},
-      {.name = "unsigned beyond 63 bits",
-       .value = ~0ULL,
-       .boolean = true,
-       .sInt64 = -1,
-       .uInt64 = ~0ULL,
-       .sInt32 = -1,
-       .uInt32 = ~0U,
-       .sInt16 = -1},
-      {.name = "half", .value = 0.5, .boolean = true, .sInt64 = 0, .uInt64 = 0, .sInt32 = 0, .uInt32 = 0, .sInt16 = 0},
-      {.name = "negative real",
-       .value = -1.9,
-       .boolean = true,
-       .sInt64 = -1,
-       .uInt64 = ~0ULL,
-       .sInt32 = -1,
-       .uInt32 = ~0U,
-       .sInt16 = -1},
-      {.name = "huge real",
-       .value = 1e30,
-       .boolean = true,
-       .sInt64 = kGreatest,
-       .uInt64 = ~0ULL,
-       .sInt32 = -1,
-       .uInt32 = ~0U,
-       .sInt16 = -1},
-      {.name = "huge negative real",
-       .value = -1e30,
-       .boolean = true,
-       .sInt64 = kLeast,
-       .uInt64 = 1ULL << 63,
-       .sInt32 = 0,
-       .uInt32 = 0,
-       .sInt16 = 0},
-      {.name = "not a number",
-       .value = std::nan(""),
-       .boolean = false,
-       .sInt64 = 0,
-       .uInt64 = 0,
-       .sInt32 = 0,
-       .uInt32 = 0,
-       .sInt16 = 0},
+      {"true", true, true, 1, 1, 1, 1},
+      {"wider integer", 0x1'0001'1170, true, 0x1'0001'1170, 0x1'0001'1170, 70000, 4464},
+      {"negative integer", -2, true, -2, kMost - 1, -2, -2},
+      {"unsigned beyond 63 bits", kMost, true, -1, kMost, -1, -1},
+      {"half", 0.5, true, 0, 0, 0, 0},
+      {"negative real", -1.9, true, -1, kMost, -1, -1},
+      {"huge real", 1e30, true, kGreatest, kMost, -1, -1},
+      {"huge negative real", -1e30, true, kLeast, 1ULL << 63, 0, 0},
+      {"not a number", std::nan(""), false, 0, 0, 0, 0},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -89,7 +40,7 @@ TEST(PropertyListNumbers, ConvertIntoEachOther) {
     EXPECT_EQ(dict.sInt64("n", 7), row.sInt64);
     EXPECT_EQ(dict.uInt64("n", 7), row.uInt64);
     EXPECT_EQ(dict.sInt32("n", 7), row.sInt32);
-    EXPECT_EQ(dict.uInt32("n", 7), row.uInt32);
+    EXPECT_EQ(dict.uInt32("n", 7), static_cast<std::uint32_t>(row.sInt32));
     EXPECT_EQ(dict.sInt16("n", 7), row.sInt16);
     EXPECT_EQ(dict.number("n"), row.sInt64);
   }

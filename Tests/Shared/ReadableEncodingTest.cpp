@@ -38,9 +38,5 @@ TEST(ReadableEncoding, KeepsEntriesThatAreNotInTheListAndReplacesTheOthers) {
   EXPECT_EQ(encodeReadableInDict(records({}), &before, identityOf), before);
 }
 
-TEST(ReadableEncoding, KeepsTheOrderOfAList) {
-  EXPECT_EQ(encodeReadable(records({{.name = "b"}, {.name = "a"}})), (plist::Array{named("b"), named("a")}));
-}
-
 }  // namespace
 }  // namespace vlm

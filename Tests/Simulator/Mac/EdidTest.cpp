@@ -12,9 +12,9 @@ using namespace testing;  // NOLINT(google-build-using-namespace)
 
 /// A descriptor of the base block that is no timing.
 Bytes descriptor(std::uint8_t tag, const Bytes& content, std::uint8_t fill = 0) {
-  Bytes bytes(18, fill);
-  put(bytes, 0, Bytes{0, 0, 0, tag, 0});
-  std::copy(content.begin(), content.end(), bytes.begin() + 5);
+  Bytes bytes = {0, 0, 0, tag, 0};
+  bytes.insert(bytes.end(), content.begin(), content.end());
+  bytes.resize(18, fill);
   return bytes;
 }
 
@@ -76,7 +76,8 @@ TEST(ReadEdid, UnderstandsEstablishedAndStandardTimings) {
   } cases[] = {
       {"established: the first bit", 3, 35, {0x80}, "720x400@70", 28'320'000},
       {"established: the last bit", 3, 37, {0x80}, "1152x870@75", 100'000'000},
-      {"established III: the last bit", 4, 72, descriptor(0xf7, {10, 0, 0, 0, 0, 0, 0x10}), "1920x1440@75", 297'000'000},
+      {"established III: the last bit", 4, 72, descriptor(0xf7, {10, 0, 0, 0, 0, 0, 0x10}), "1920x1440@75",
+       297'000'000},
       {"standard: in VESA's list", 3, 38, {0xb3, 0x00}, "1680x1050@60", 146'250'000},
       {"standard: an aspect that cannot be said", 3, 38, {0x8b, 0xc0}, "1360x768@60", 85'500'000},
       {"standard: square before 1.3", 2, 38, {0x31, 0x00}, "640x640@60", 33'097'000},
@@ -120,8 +121,7 @@ TEST(ReadEdid, ReadsTheTimingsOfExtensions) {
       {"DisplayID: clock in kHz", large(0x22, {0x77, 0x51, 0x0e}), "5120x2880@60 1920x1080@60"},
       {"DisplayID: DMT codes", displayId({6, 0, 2, 0x4c, 0x09}), "1920x1080@60 2560x1600@60 800x600@60"},
       {"DisplayID: video codes", displayId({6, 0x40, 1, 31}), "1920x1080@60 1920x1080@50"},
-      {"DisplayID: Type II",
-       displayId({4, 0, 11, 0x63, 0x19, 0, 0, 0x7f, 0x4e, 0x2f, 0xff, 0x02, 0x25, 0x25}),
+      {"DisplayID: Type II", displayId({4, 0, 11, 0x63, 0x19, 0, 0, 0x7f, 0x4e, 0x2f, 0xff, 0x02, 0x25, 0x25}),
        "1920x1080@60 1024x768@60"},
       {"DisplayID: Type III by CVT", displayId({5, 0, 3, 0x15, 0xd1, 59}), "1920x1080@60 1680x1050@60"},
       {"DisplayID: size and rate", displayId({0x24, 0, 6, 2, 0x6f, 13, 0x9f, 5, 119}), "1920x1080@60 3440x1440@120"},

@@ -173,14 +173,14 @@ TEST(PropertyListFile, GivesBackDatesOfEveryYear) {
       {.name = "4001-01-01T00:00:00Z", .seconds = 63113904000},
       {.name = "9999-12-31T23:59:59Z", .seconds = 252423993599},
       {.name = "1969-12-31T23:59:59Z", .seconds = -978307201},
-      {.name = "1600-02-29T12:00:00Z", .seconds = -12649435200},
+      {.name = "1600-02-29T12:00:00Z", .seconds = -12649262400},
   };
   for (const auto& row : rows) {
     const plist::Value date(plist::Date{.secondsSinceReferenceDate = row.seconds});
     EXPECT_EQ(parsePropertyList(std::string("<plist><date>") + row.name + "</date></plist>").value, date) << row.name;
     EXPECT_NE(composePropertyList(date).find(row.name), std::string::npos) << composePropertyList(date);
   }
-  for (const double past : {252423993600, 1e300, std::numeric_limits<double>::infinity()}) {
+  for (const double past : {252423993600.0, 1e300, std::numeric_limits<double>::infinity()}) {
     const plist::Value date(plist::Date{.secondsSinceReferenceDate = past});
     EXPECT_NE(composePropertyList(date).find("<date>9999-12-31T23:59:59Z"), std::string::npos) << past;
   }

@@ -18,7 +18,6 @@ class RegistryOfIntelMac : public testing::Test {
   static MachineDescription machine() {
     MachineDescription machine = smallMachine(1);
     machine.displays[1].ddc = DdcBehaviour::healthy;
-    machine.displays[1].canOverscan = true;
     return machine;
   }
 
@@ -44,8 +43,9 @@ TEST_F(RegistryOfIntelMac, HasTheDisplayBelowItsFrameBuffer) {
     const auto properties = registry.IORegistryEntryCreateCFProperties(found.get());
     ASSERT_TRUE(properties);
     const std::string path = properties->string("IODisplayPrefsKey").value_or("");
-    EXPECT_EQ(path,
-              "IOService:/AppleACPIPlatformExpert/PCI0@0/IGPU@2/AppleIntelFramebuffer@1/display0/AppleDisplay-598d-4d2");
+    EXPECT_EQ(
+        path,
+        "IOService:/AppleACPIPlatformExpert/PCI0@0/IGPU@2/AppleIntelFramebuffer@1/display0/AppleDisplay-598d-4d2");
     EXPECT_EQ(registry.IORegistryEntryFromPath(path).get(), found.get());
     EXPECT_EQ(*properties->data("IODisplayEDID"), mac.display("A").description.edid);
     EXPECT_EQ(session.heldObjects(), 2U);
@@ -68,20 +68,6 @@ TEST_F(RegistryOfIntelMac, EndsIteratorsWhenADisplayIsUnplugged) {
   EXPECT_TRUE(registry.IOIteratorNext(services));
   EXPECT_FALSE(registry.IOIteratorNext(services)) << "the other interface went with its display";
   EXPECT_FALSE(registry.IORegistryEntryCreateIterator(a, "IOService", kIORegistryIterateRecursively));
-}
-
-TEST_F(RegistryOfIntelMac, SetsTheParametersThatADisplayHasAndTheDisplayWranglerAlone) {
-  const io_service_t panel = mac.display("Panel").frameBuffer, a = mac.display("A").frameBuffer;
-  EXPECT_EQ(registry.IODisplaySetFloatParameter(a, "oscn", 1), kIOReturnSuccess);
-  EXPECT_EQ(registry.IODisplayGetFloatParameter(a, "oscn"), 1.0F);
-  EXPECT_FALSE(registry.IODisplayGetFloatParameter(a, "pscn"));
-  EXPECT_NE(registry.IODisplaySetFloatParameter(panel, "oscn", 1), kIOReturnSuccess);
-  const IOObject wrangler = registry.IORegistryEntryFromPath("IOService:/IOResources/IODisplayWrangler");
-  mac.display("A").asleep = true;
-  EXPECT_EQ(registry.IORegistryEntrySetCFProperty(wrangler.get(), "IORequestIdle", false), kIOReturnSuccess);
-  EXPECT_FALSE(mac.display("A").asleep);
-  EXPECT_NE(registry.IORegistryEntrySetCFProperty(wrangler.get(), "IOFBConfig", false), kIOReturnSuccess);
-  EXPECT_NE(registry.IORegistryEntrySetCFProperty(a, "IORequestIdle", true), kIOReturnSuccess);
 }
 
 TEST(RegistryOfAppleSilicon, OffersAVServicesInsteadOfFrameBuffers) {

@@ -4,8 +4,6 @@
 #include <memory>
 
 #include "Platform/Application.h"
-#include "Platform/Bundle.h"
-#include "Platform/IORegistry.h"
 #include "Platform/Quartz.h"
 #include "Platform/RunLoop.h"
 #include "Platform/System.h"
@@ -35,18 +33,14 @@ struct TestApplication : ApplicationObject {
   }
   ~TestApplication() override { told->push_back("object gone"); }
   void applicationDidFinishLaunching() override {
-    told->push_back("launched");
     whenLaunched();
-    told->push_back("launched, end");
+    told->push_back("launched");
   }
 };
 
 /// A machine with one program whose main function is the usual one.
-struct Launching {
-  SimulatedMac mac{desktopWith({"Left"})};
-  Lines told;
-  Session* session = nullptr;
-
+class Sessions : public testing::Test {
+ protected:
   void launch(std::function<void()> whenLaunched) {
     session = &mac.launch(daemonDescription(), [&](Session& own) {
       own.defineClass("Main", [this, whenLaunched] { return std::make_unique<TestApplication>(told, whenLaunched); });
@@ -58,92 +52,64 @@ struct Launching {
       told.emplace_back("main, end");
       return 0;
     });
+    processGone = "process gone at pid " + std::to_string(session->processIdentifier());
   }
+
+  SimulatedMac mac{desktopWith({"Left"})};
+  Lines told;
+  Session* session = nullptr;
+  std::string processGone;
 };
 
-TEST(Sessions, AnApplicationIsLaunchedOnTheNextTurnAndStopsAfterTheEvent) {
-  Launching test;
-  test.launch([] { os().application.stop(); });
-  EXPECT_EQ(test.told, Lines{"main, end"});
-  EXPECT_TRUE(test.session->isRunning());
-  test.mac.turn();
-  EXPECT_EQ(test.told, (Lines{"main, end", "launched", "launched, end", "afterwards", "object gone",
-                              "process gone at pid " + std::to_string(test.session->processIdentifier())}));
-  EXPECT_FALSE(test.session->isRunning());
-  EXPECT_EQ(Process::currentOrNull(), nullptr);
-  EXPECT_TRUE(test.mac.faults().empty());
-}
-
-TEST(Sessions, StopInsideOfANestedCallWaitsForTheWholeEvent) {
-  Launching test;
-  test.launch([&] {
-    test.session->call([] { os().application.stop(); });
-    test.told.emplace_back("nested call made");
+TEST_F(Sessions, LaunchOnTheNextTurnAndStopAfterTheWholeEvent) {
+  launch([&] {
+    session->call([] { os().application.stop(); });
+    told.emplace_back("nested call made");
   });
-  test.mac.turn();
-  EXPECT_EQ(test.told[2], "nested call made");
-  EXPECT_EQ(test.told[4], "afterwards");
+  EXPECT_EQ(told, Lines{"main, end"});
+  EXPECT_TRUE(session->isRunning());
+  mac.turn();
+  EXPECT_EQ(told, (Lines{"main, end", "nested call made", "launched", "afterwards", "object gone", processGone}));
+  EXPECT_FALSE(session->isRunning());
+  EXPECT_EQ(Process::currentOrNull(), nullptr);
+  EXPECT_TRUE(mac.faults().empty());
 }
 
-TEST(Sessions, TerminateEndsDeliveriesAtOnceAndTheObjectsAfterTheCall) {
-  Launching test;
+TEST_F(Sessions, EndDeliveriesAtOnceByTerminateAndTheObjectsAfterTheCall) {
   bool late = false;
-  test.launch([&] {
+  launch([&] {
     os().runLoop.performAfterDelay(0, [&] { late = true; });
     os().application.terminate();
-    EXPECT_FALSE(test.session->isRunning());
+    EXPECT_FALSE(session->isRunning());
     os().runLoop.performAfterDelay(0, [&] { late = true; });
   });
-  test.mac.turn();
-  test.mac.advance(10);
+  mac.turn();
+  mac.advance(10);
   EXPECT_FALSE(late);
-  EXPECT_EQ(test.told, (Lines{"main, end", "launched", "launched, end", "object gone",
-                              "process gone at pid " + std::to_string(test.session->processIdentifier())}));
-}
-
-TEST(Sessions, AProgramThatReturnsWithoutRunningHasEnded) {
-  SimulatedMac mac(desktopWith({"Left"}));
-  EXPECT_FALSE(mac.launch(daemonDescription(), [](Session&) { return 0; }).isRunning());
+  EXPECT_EQ(told, (Lines{"main, end", "launched", "object gone", processGone}));
+  EXPECT_FALSE(mac.launch(daemonDescription(), [](Session&) { return 0; }).isRunning()) << "returned without running";
   EXPECT_TRUE(mac.sessions().empty());
 }
 
-TEST(Sessions, WhatAProcessDoesNotGiveBackIsAFault) {
-  SimulatedMac mac(laptopWith({"Left"}));
+TEST_F(Sessions, AreFaultyWhenTheyDoNotGiveEverythingBack) {
   const CGDirectDisplayID left = mac.display("Left").id;
-  auto kept = std::make_unique<std::optional<CGDisplayModeRef>>();
-  Session& session = mac.addSession(daemonDescription());
-  session.call([&] { *kept = os().quartz.CGDisplayCopyDisplayMode(left); });
-  EXPECT_EQ(session.heldObjects(), 1U);
-  session.end();
+  std::optional<CGDisplayModeRef> kept;
+  Session& process = mac.addSession(daemonDescription());
+  process.call([&] { kept = os().quartz.CGDisplayCopyDisplayMode(left); });
+  process.end();
   EXPECT_EQ(mac.faults(), Lines{"process daemon ended with 1 platform objects that it did not give back"});
-  kept.reset();
 }
 
-TEST(Sessions, ATransactionLeftOpenIsAFault) {
-  SimulatedMac mac(laptopWith({"Left"}));
-  Session& session = mac.addSession(daemonDescription());
-  session.call([] { os().quartz.CGBeginDisplayConfiguration(); });
-  session.end();
-  EXPECT_EQ(mac.faults().size(), 1U);
-}
-
-TEST(Sessions, EachIsCurrentInItsOwnCallsAlone) {
+TEST(Processes, AreCurrentInTheirOwnCallsAloneAndEndBySignalsThatTheyDoNotHandle) {
   TestProcess process;
   const std::int32_t own = os().workspace.processIdentifier();
   Session& other = process.mac().addSession(daemonDescription());
-  std::int32_t seen = 0;
   other.call([&] {
-    seen = os().workspace.processIdentifier();
+    EXPECT_EQ(os().workspace.processIdentifier(), other.processIdentifier());
     process.session().call([&] { EXPECT_EQ(os().workspace.processIdentifier(), own); });
-    EXPECT_EQ(os().workspace.processIdentifier(), seen);
+    EXPECT_EQ(os().workspace.processIdentifier(), other.processIdentifier());
   });
-  EXPECT_EQ(seen, other.processIdentifier());
   EXPECT_EQ(os().workspace.processIdentifier(), own);
-}
-
-TEST(Sessions, ASignalCallsItsHandlerOnTheNextTurnOrEndsTheProcess) {
-  TestProcess process;
-  Session& other = process.mac().addSession(daemonDescription());
   bool handled = false;
   os().runLoop.setSignalHandler(SIGINT, [&] { handled = true; });
   process.mac().signal(process.session(), SIGINT);
@@ -153,44 +119,6 @@ TEST(Sessions, ASignalCallsItsHandlerOnTheNextTurnOrEndsTheProcess) {
   process.mac().turn();
   EXPECT_TRUE(handled);
   EXPECT_TRUE(process.session().isRunning());
-}
-
-TEST(Workspace, ListsCopiesInTheOrderOfTheirStartEachAtItsOwnPlace) {
-  TestProcess process;
-  Session& second = process.mac().addSession(daemonDescription("4.15.2"));
-  process.mac().addSession({.bundleIdentifier = "other", .name = "other", .bundlePath = "", .version = "1"});
-  const auto running = os().workspace.runningApplicationsWithBundleIdentifier("org.kelvane.velmoratix.daemon");
-  ASSERT_EQ(running.size(), 2U);
-  EXPECT_EQ(running[0].processIdentifier, os().workspace.processIdentifier());
-  EXPECT_EQ(running[0].bundlePath, os().bundle.bundlePath());
-  EXPECT_EQ(running[1].processIdentifier, second.processIdentifier());
-  EXPECT_EQ(os().bundle.infoDictionaryOfBundleAt(running[0].bundlePath)->string("CFBundleVersion"), "4.15.1");
-  EXPECT_EQ(os().bundle.infoDictionaryOfBundleAt(running[1].bundlePath)->string("CFBundleVersion"), "4.15.2");
-  EXPECT_EQ(os().bundle.infoDictionaryOfBundleAt("/elsewhere"), std::nullopt);
-}
-
-TEST(Workspace, ForceTerminateEndsTheProcessInItsOwnName) {
-  Launching test;
-  test.launch([] {});
-  test.mac.turn();
-  const std::int32_t victim = test.session->processIdentifier();
-  Session& killer = test.mac.addSession(daemonDescription());
-  test.mac.journal().clear();
-  killer.call([&] {
-    EXPECT_TRUE(os().workspace.forceTerminate(victim));
-    EXPECT_FALSE(os().workspace.forceTerminate(victim));
-  });
-  EXPECT_FALSE(test.session->isRunning());
-  EXPECT_EQ(test.told.back(), "process gone at pid " + std::to_string(victim));
-  EXPECT_EQ(test.mac.journal().lines(), Lines{"daemon: forceTerminate(" + std::to_string(victim) + ")"});
-}
-
-TEST(Workspace, AProcessMayForceItsOwnEnd) {
-  Launching test;
-  test.launch([] { os().workspace.forceTerminate(os().workspace.processIdentifier()); });
-  test.mac.turn();
-  EXPECT_EQ(test.told[2], "launched, end");
-  EXPECT_EQ(test.told.size(), 5U);
 }
 
 TEST(RunLoop, EndsTimersAndPerformsByTheirOwnKindOnly) {

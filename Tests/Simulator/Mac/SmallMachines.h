@@ -20,8 +20,8 @@ namespace vlm::sim {
 inline DisplayDescription smallMonitor(const std::string& name, std::uint32_t port, std::uint32_t serial = 0) {
   DisplayDescription display;
   display.name = name;
-  display.edid = std::get<plist::Data>(composeEdid(
-      {.product = 0x4d2, .serial = serial, .name = name, .nativeWidth = 1280, .nativeHeight = 1024}));
+  display.edid = std::get<plist::Data>(
+      composeEdid({.product = 0x4d2, .serial = serial, .name = name, .nativeWidth = 1280, .nativeHeight = 1024}));
   display.port = port;
   display.listedModes = {{.width = 1000, .height = 800},
                          {.width = 1200, .height = 900},
@@ -58,7 +58,8 @@ inline std::string arrangementOf(SimulatedMac& mac) {
     }
     text << " " << origin.x << "," << origin.y;
     if (size.width != 1000 || size.height != 800) text << " " << size.width << "x" << size.height;
-    if (display->mirrors != 0) text << " shows " << mac.windowServer().displayWithID(display->mirrors)->description.name;
+    if (display->mirrors != 0)
+      text << " shows " << mac.windowServer().displayWithID(display->mirrors)->description.name;
   }
   return text.str();
 }
@@ -66,8 +67,11 @@ inline std::string arrangementOf(SimulatedMac& mac) {
 /// Changes in words: "A mode 2, B off, C on, A at 0 800, B shows A, B shows nothing".
 inline std::vector<DisplayChange> changesOf(SimulatedMac& mac, const std::string& text) {
   using Kind = DisplayChange::Kind;
-  static const std::map<std::string, Kind> kinds = {
-      {"mode", Kind::mode}, {"at", Kind::origin}, {"shows", Kind::mirror}, {"on", Kind::enabled}, {"off", Kind::enabled}};
+  static const std::map<std::string, Kind> kinds = {{"mode", Kind::mode},
+                                                    {"at", Kind::origin},
+                                                    {"shows", Kind::mirror},
+                                                    {"on", Kind::enabled},
+                                                    {"off", Kind::enabled}};
   std::vector<DisplayChange> changes;
   std::istringstream parts(text);
   for (std::string part, name, what, master; std::getline(parts, part, ',');) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cmath>
+#include <string>
 
 #include "Simulator/Mac/TimingFormulas.h"
 
@@ -46,7 +47,9 @@ TEST(TimingFormulas, MatchPublishedFigures) {
     std::uint64_t clockHz;
     std::array<std::uint32_t, 4> horizontal, vertical;  // active, blanking, sync offset, sync width
   };
-  const auto cvt = coordinatedVideoTiming;
+  const auto cvt = [](std::uint32_t width, std::uint32_t height, double hz, Blanking blanking) {
+    return coordinatedVideoTiming(width, height, hz, blanking);
+  };
   const Case cases[] = {
       {"CVT", cvt(1680, 1050, 60, Blanking::normal), 146'250'000, {1680, 560, 104, 176}, {1050, 39, 3, 6}},
       {"CVT 5:4", cvt(1280, 1024, 60, Blanking::normal), 109'000'000, {1280, 432, 80, 136}, {1024, 39, 3, 7}},
@@ -60,10 +63,12 @@ TEST(TimingFormulas, MatchPublishedFigures) {
     const Timing& t = *c.timing;
     // The published GTF clock is of the unrounded line; a few kHz off is the same timing.
     EXPECT_NEAR(static_cast<double>(t.pixelClockHz), static_cast<double>(c.clockHz), 1000);
-    const std::array horizontal{t.horizontalActive, t.horizontalBlanking, t.horizontalSyncOffset, t.horizontalSyncWidth};
+    const std::array horizontal{t.horizontalActive, t.horizontalBlanking, t.horizontalSyncOffset,
+                                t.horizontalSyncWidth};
     EXPECT_EQ(horizontal, c.horizontal);
     const std::array vertical{t.verticalActive, t.verticalBlanking, t.verticalSyncOffset, t.verticalSyncWidth};
     EXPECT_EQ(vertical, c.vertical);
+    EXPECT_EQ(t.positiveHorizontalSync, std::string(c.name).starts_with("reduced"));
     EXPECT_NE(t.positiveVerticalSync, t.positiveHorizontalSync);
   }
 }

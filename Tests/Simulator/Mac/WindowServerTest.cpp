@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "Platform/Quartz.h"
-#include "Platform/SkyLight.h"
 #include "Tests/Simulator/Mac/SmallMachines.h"
 
 namespace vlm::sim {
@@ -27,7 +26,8 @@ TEST(WindowServer, ListsThePanelFirstAndTheOthersInTheOrderOfPlugging) {
     std::uint32_t count = 0;
     EXPECT_EQ(quartz.CGSGetDisplayList(most, ids, count), kCGErrorSuccess);
     Lines names;
-    for (std::uint32_t i = 0; i < count; ++i) names.push_back(mac.windowServer().displayWithID(ids[i])->description.name);
+    for (std::uint32_t i = 0; i < count; ++i)
+      names.push_back(mac.windowServer().displayWithID(ids[i])->description.name);
     return names;
   };
   EXPECT_EQ(listed(), (Lines{"Panel", "A", "B"}));
@@ -80,54 +80,6 @@ TEST(WindowServer, KeepsADisabledDisplayOnlineAndForgetsAnUnpluggedOne) {
   EXPECT_EQ(quartz.CGSGetNumberOfDisplayModes(a, number), kCGErrorIllegalArgument);
 }
 
-TEST(WindowServer, DescribesModesByIndexAndExactLengthAndCopiesThem) {
-  SimulatedMac mac(smallMachine(0));
-  Session& session = addProcess(mac, "test");
-  Quartz& quartz = session.ports().quartz;
-  const CGDirectDisplayID panel = mac.display("Panel").id;
-  const auto describe = [&](std::int32_t index, std::size_t length = kModeDescriptionLength) {
-    std::vector<std::uint8_t> record(length);
-    return quartz.CGSGetDisplayModeDescriptionOfLength(panel, index, record);
-  };
-  EXPECT_EQ(describe(4), kCGErrorSuccess);
-  EXPECT_EQ(describe(5), kCGErrorIllegalArgument);
-  EXPECT_EQ(describe(-1), kCGErrorIllegalArgument);
-  EXPECT_EQ(describe(0, 212), kCGErrorIllegalArgument);
-  {
-    const auto mode = quartz.CGDisplayCopyDisplayMode(panel);
-    ASSERT_TRUE(mode);
-    EXPECT_EQ(session.heldObjects(), 1U);
-    mac.setMode("Panel", 1200, 900);
-    EXPECT_EQ(quartz.CGDisplayModeGetWidth(*mode), 1000U) << "a copy stays what it was";
-  }
-  EXPECT_EQ(session.heldObjects(), 0U);
-}
-
-TEST(WindowServer, TellsOtherProcessesOfABrightnessChange) {
-  SimulatedMac mac(smallMachine(1));
-  const CGDirectDisplayID panel = mac.display("Panel").id;
-  Lines heard;
-  const auto watch = [&](const std::string& name) -> Session& {
-    Session& session = addProcess(mac, name);
-    session.ports().skyLight.DisplayServicesRegisterForBrightnessChangeNotifications(
-        panel, [&heard, name](CGDirectDisplayID, const plist::Dictionary& information) {
-          heard.push_back(name + " " + std::to_string(information.real("value")));
-        });
-    return session;
-  };
-  SkyLight& skyLight = watch("changer").ports().skyLight;
-  Session& watcher = watch("watcher");
-  EXPECT_EQ(skyLight.DisplayServicesSetBrightness(panel, 0.5F), 0);
-  EXPECT_TRUE(heard.empty());
-  mac.turn();
-  EXPECT_EQ(heard, Lines{"watcher 0.500000"});
-  watcher.end();
-  mac.windowServer().setBrightness(mac.display("Panel"), 0.25F, nullptr);
-  mac.turn();
-  EXPECT_EQ(heard, (Lines{"watcher 0.500000", "changer 0.250000"}));
-  EXPECT_NE(skyLight.DisplayServicesSetBrightness(mac.display("A").id, 0.5F), 0);
-}
-
 // --- Arrangement ---
 
 /// Panel in the middle as the main display, A to the right of it, B to the left, C below.
@@ -153,7 +105,8 @@ TEST(Arrangement, SettlesAsTheWindowServerDoes) {
       {"A at 0 0", "Panel -1000,-100; A 0,0; B -2000,-100; C -1000,700"},
       {"C at 0 0, Panel at 0 -800, A at 1000 0, B at -1000 0", "Panel 0,-800; A 1000,0; B -1000,0; C 0,0"},
       {"Panel at 0 300", "Panel 0,0; A 1000,-200; B -1000,-300; C 0,800"},
-      // Far away: beside the nearest. Onto another: that one is pushed off. A corner only: they share an edge after all.
+      // Far away: beside the nearest. Onto another: that one is pushed off. A corner only: they share an edge after
+      // all.
       {"A at 9000 100", "Panel 0,0; A 1000,100; B -1000,0; C 0,800"},
       {"A at 0 800", "Panel 0,0; A 0,800; B -1000,0; C 0,1600"},
       {"A at 1000 -800", "Panel 0,0; A 1000,-799; B -1000,0; C 0,800"},
@@ -247,8 +200,14 @@ TEST(Arrangement, StaysInOrderThroughRandomChanges) {
       const SimulatedDisplay& display = anyDisplay();
       const std::string name = display.description.name;
       const std::string mode = " mode " + std::to_string(display.modes.modes[below(5)].number);
-      const std::string kinds[] = {" off",     " on",  " shows nothing", " shows " + anyDisplay().description.name,
-                                   " at 0 0",  mode,   mode,             " at" + coordinate() + coordinate()};
+      const std::string kinds[] = {" off",
+                                   " on",
+                                   " shows nothing",
+                                   " shows " + anyDisplay().description.name,
+                                   " at 0 0",
+                                   mode,
+                                   mode,
+                                   " at" + coordinate() + coordinate()};
       const std::uint32_t kind = below(9);
       if (kind < 8) changes += (changes.empty() ? "" : ", ") + name + kinds[kind];
       if (kind == 8) display.plugged ? mac.unplug(name) : mac.plug(name);
