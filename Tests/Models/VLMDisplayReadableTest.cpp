@@ -21,48 +21,36 @@ Dictionary modeDict(std::uint32_t uniqueID, std::uint32_t width = 1920, std::uin
 
 /// Every value differs from its default, but for what cannot come back (see below).
 Dictionary wholeDisplay() {
-  return {{"sysMonitorName", "LG"},
-          {"driverLocationName", "IOService:/a/b"},
-          {"edidSerialString", "SN1"},
-          {"displayUUIDString", "37D8832A"},
-          {"monitorResID", 1002},
-          {"cgID", 0xF0000001U},
-          {"displayVendorID", 0x1E6D},
-          {"displayProductID", 5},
-          {"manufactureYear", 2019},
-          {"manufactureWeek", 12},
-          {"serialNumber", 0},
-          {"connection", -2},
-          {"currentDepth", 32},
-          {"savedBrightness", 1.5},
-          {"useBrightness", true},
-          {"useGamma", false},
-          {"gammaDelay", 2.5},
-          {"displayModes", Array{modeDict(1), modeDict(2, 1280, 1)}},
-          {"allDisplayModes", Array{modeDict(2, 1280, 1), modeDict(3), modeDict(1)}},
-          {"currentMode", 1},
-          {"transfType", 3},
-          {"canRotate", true},
-          {"isDigital", true},
-          {"canOverscan", true},
-          {"canBrightness", 2},
-          {"isDisabled", true},
-          {"canUnderscan", true},
-          {"underscan", 0.25},
-          {"showNativeInBold", false},
-          {"showFrequenciesApart", false},
-          {"showFrequenciesSubMenu", true},
-          {"showFrequenciesGrouped", false},
-          {"hasSupplementalCAFreq", false},
-          {"importedEDIDKeepsID", false},
-          {"overridenModes", Array{Dictionary{{"activeNx", 2560}}, "kept as it is"}},
-          {"monitorTiming", Dictionary{{"minH", 30.0}}},
-          {"defaultResolution", Dictionary{{"Nx", 1}}},
-          {"displayPixelDimensions", Dictionary{{"Ny", 2}}},
-          {"displayFreqPolicy", Dictionary{{"settingInPreferences", true}}},
-          {"displayName", Dictionary{{"name", "Left"}, {"shouldOverride", true}}},
-          {"importedEDID", plist::Data{0, 255, 255}},
-          {"previousTransfType", 7}};
+  Dictionary display{{"sysMonitorName", "LG"},
+                     {"driverLocationName", "IOService:/a/b"},
+                     {"edidSerialString", "SN1"},
+                     {"displayUUIDString", "37D8832A"},
+                     {"cgID", 0xF0000001U},
+                     {"serialNumber", 0},
+                     {"connection", -2},
+                     {"displayModes", Array{modeDict(1), modeDict(2, 1280, 1)}},
+                     {"allDisplayModes", Array{modeDict(2, 1280, 1), modeDict(3), modeDict(1)}},
+                     {"overridenModes", Array{Dictionary{{"activeNx", 2560}}, "kept as it is"}},
+                     {"displayName", Dictionary{{"name", "Left"}, {"shouldOverride", true}}},
+                     {"importedEDID", plist::Data{0, 255, 255}}};
+  int number = 0;
+  for (const char* key : {"currentMode", "monitorResID", "displayVendorID", "displayProductID", "manufactureYear",
+                          "manufactureWeek", "currentDepth", "transfType", "canBrightness", "previousTransfType"}) {
+    display.set(key, ++number);
+  }
+  for (const char* key : {"savedBrightness", "gammaDelay", "underscan"}) display.set(key, ++number + 0.25);
+  for (const char* key : {"useBrightness", "canRotate", "isDigital", "canOverscan", "isDisabled", "canUnderscan",
+                          "showFrequenciesSubMenu"}) {
+    display.set(key, true);
+  }
+  for (const char* key : {"useGamma", "showNativeInBold", "showFrequenciesApart", "showFrequenciesGrouped",
+                          "hasSupplementalCAFreq", "importedEDIDKeepsID"}) {
+    display.set(key, false);
+  }
+  for (const char* key : {"monitorTiming", "defaultResolution", "displayPixelDimensions", "displayFreqPolicy"}) {
+    display.set(key, Dictionary{{"carried", ++number}});
+  }
+  return display;
 }
 
 TEST(DisplayRecord, ComesBackFromItsEncodingUnchanged) {

@@ -4,11 +4,9 @@
 #include <numeric>
 #include <set>
 
-#include "Platform/Process.h"
 #include "Shared/VLFlippers.h"
 #include "Shared/VLMEDIDUtils.h"
-#include "Simulator/Mac/SimulatedMac.h"
-#include "Simulator/Mac/WindowServer.h"
+#include "Tests/Support/TestProcess.h"
 
 namespace vlm {
 namespace {
@@ -77,23 +75,11 @@ TEST(TimingRecords, GiveTheirFieldsAsFarAsTheyReach) {
 }
 
 TEST(IODisplay, IsFoundBelowItsFrameBufferAndGivenBack) {
-  sim::MachineDescription machine;
-  auto& description = machine.displays.emplace_back();
-  description.name = "Left";
-  description.edid = std::get<plist::Data>(sim::composeEdid({}));
-  sim::SimulatedMac mac(machine);
-  sim::Session& session = mac.addSession({.name = "daemon"});
-  Process::Scope scope(session.process());
-  const sim::SimulatedDisplay& left = mac.display("Left");
-  {
-    const IOObject below = IODisplayForFramebuffer(left.frameBuffer, 0);
-    EXPECT_EQ(below.get(), left.displayService);
-    const IOObject itself = IODisplayForFramebuffer(left.displayService, 0);
-    EXPECT_EQ(itself.get(), left.displayService);
-    EXPECT_EQ(session.heldObjects(), 2U);
-  }
+  sim::TestProcess process(sim::desktopWith({"Left"}));
+  const sim::SimulatedDisplay& left = process.display("Left");
+  EXPECT_EQ(IODisplayForFramebuffer(left.frameBuffer, 0).get(), left.displayService);
+  EXPECT_EQ(IODisplayForFramebuffer(left.displayService, 0).get(), left.displayService);
   EXPECT_FALSE(IODisplayForFramebuffer(0, 0));
-  EXPECT_EQ(session.heldObjects(), 0U);
 }
 
 }  // namespace

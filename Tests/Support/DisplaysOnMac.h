@@ -53,11 +53,13 @@ class DisplaysOnMac {
   void setProperty(const std::string& name, const char* key, const plist::Value& value) {
     mac().windowServer().registry().setProperty(mac().display(name).frameBuffer, key, value);
   }
+  /// By another program; not in newJournalLines() either.
   void mirror(const std::string& name, const std::string& master) {
     EXPECT_EQ(mac().windowServer().changeByAnother({{.kind = sim::DisplayChange::Kind::mirror,
                                                      .display = mac().display(name).id,
                                                      .master = mac().display(master).id}}),
               std::nullopt);
+    process.newJournalLines();
   }
   bool hasLogged(const std::string& text) {
     for (const std::string& line : mac().log) {

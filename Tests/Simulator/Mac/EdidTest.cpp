@@ -49,10 +49,9 @@ TEST(ReadEdid, TellsIdentityTextsAndTheFirstTimingOfABaseBlock) {
 }
 
 TEST(ReadEdid, CountsTheLinesOfAnInterlacedFrame) {
-  for (const auto& [descriptor, code] : {std::pair{kFullHdInterlaced60, 5U}, std::pair{kFullHdInterlaced50Even, 39U}}) {
-    EXPECT_TRUE(isSameSignal(parsed(baseWith(descriptor)).timings.at(0), timingOfVideoCode(code).value())) << code;
-  }
-  EXPECT_DOUBLE_EQ(timingOfVideoCode(5)->refreshRateHz(), 60);  // fields
+  const Timing timing = parsed(baseWith(kFullHdInterlaced60)).timings.at(0);
+  EXPECT_TRUE(isSameSignal(timing, timingOfVideoCode(5).value()));
+  EXPECT_DOUBLE_EQ(timing.refreshRateHz(), 60);  // fields
 }
 
 TEST(ReadEdid, KeepsEachTimingOnceUnderItsFirstSource) {
@@ -74,7 +73,6 @@ TEST(ReadEdid, UnderstandsEstablishedAndStandardTimings) {
     const char* size;
     std::uint64_t clockHz;
   } cases[] = {
-      {"established: the first bit", 3, 35, {0x80}, "720x400@70", 28'320'000},
       {"established: the last bit", 3, 37, {0x80}, "1152x870@75", 100'000'000},
       {"established III: the last bit", 4, 72, descriptor(0xf7, {10, 0, 0, 0, 0, 0, 0x10}), "1920x1440@75",
        297'000'000},
@@ -101,12 +99,9 @@ TEST(ReadEdid, UnderstandsEstablishedAndStandardTimings) {
 
 TEST(ReadEdid, ReadsTheTimingsOfExtensions) {
   // 5120x2880 at 60 Hz, preferred; the clock in units of 10 kHz or 1 kHz.
-  const auto large = [](std::uint8_t tag, const Bytes& clock) {
-    Bytes block = {tag, 0, 20};
-    block.insert(block.end(), clock.begin(), clock.end());
-    for (const std::uint8_t byte : {0x88, 0xff, 0x13, 0x9f, 0x00, 0x2f, 0x80, 0x1f, 0x00}) block.push_back(byte);
-    for (const std::uint8_t byte : {0x3f, 0x0b, 0x49, 0x00, 0x02, 0x80, 0x04, 0x00}) block.push_back(byte);
-    return displayId(block);
+  const auto large = [](std::uint8_t tag, std::uint8_t low, std::uint8_t middle, std::uint8_t high) {
+    return displayId({tag,  0,    20,   low,  middle, high, 0x88, 0xff, 0x13, 0x9f, 0x00, 0x2f,
+                      0x80, 0x1f, 0x00, 0x3f, 0x0b,   0x49, 0x00, 0x02, 0x80, 0x04, 0x00});
   };
   const struct {
     const char* name;
@@ -117,13 +112,10 @@ TEST(ReadEdid, ReadsTheTimingsOfExtensions) {
       {"CTA: codes above 192", {0x02, 3, 6, 0, 0x41, 199}, "1920x1080@60 7680x4320@60"},
       {"CTA: 4:2:0 only", {0x02, 3, 7, 0, 0xe2, 14, 96}, "1920x1080@60 3840x2160@50"},
       {"CTA: revision 1 has no data blocks", {0x02, 1, 7, 0, 0x42, 4, 19}, "1920x1080@60"},
-      {"DisplayID: larger preferred timing", large(0x03, {0xd3, 0x6e, 0x01}), "5120x2880@60 1920x1080@60"},
-      {"DisplayID: clock in kHz", large(0x22, {0x77, 0x51, 0x0e}), "5120x2880@60 1920x1080@60"},
+      {"DisplayID: larger preferred timing", large(0x03, 0xd3, 0x6e, 0x01), "5120x2880@60 1920x1080@60"},
+      {"DisplayID: clock in kHz", large(0x22, 0x77, 0x51, 0x0e), "5120x2880@60 1920x1080@60"},
       {"DisplayID: DMT codes", displayId({6, 0, 2, 0x4c, 0x09}), "1920x1080@60 2560x1600@60 800x600@60"},
       {"DisplayID: video codes", displayId({6, 0x40, 1, 31}), "1920x1080@60 1920x1080@50"},
-      {"DisplayID: Type II", displayId({4, 0, 11, 0x63, 0x19, 0, 0, 0x7f, 0x4e, 0x2f, 0xff, 0x02, 0x25, 0x25}),
-       "1920x1080@60 1024x768@60"},
-      {"DisplayID: Type III by CVT", displayId({5, 0, 3, 0x15, 0xd1, 59}), "1920x1080@60 1680x1050@60"},
       {"DisplayID: size and rate", displayId({0x24, 0, 6, 2, 0x6f, 13, 0x9f, 5, 119}), "1920x1080@60 3440x1440@120"},
   };
   for (const auto& c : cases) {
@@ -145,15 +137,11 @@ TEST(ReadEdid, PrefersANativeVideoCodeWhenTheBaseBlockHasNoTiming) {
 TEST(ReadEdid, RefusesOnlyWhatHasNoUse) {
   Bytes headless = baseWith(kFullHd60);
   headless[7] = 0xff;
-  const std::pair<Bytes, std::string> cases[] = {{{}, "EDID is 0 bytes long, 128 at least"},
-                                                 {Bytes(127, 0), "EDID is 127 bytes long, 128 at least"},
-                                                 {headless, "EDID does not begin with its header"},
-                                                 {emptyBase(), "EDID has no usable timing"}};
-  for (const auto& [edid, fault] : cases) {
-    const auto result = readEdid(edid);
-    ASSERT_TRUE(std::holds_alternative<std::string>(result)) << fault;
-    EXPECT_EQ(std::get<std::string>(result), fault);
-  }
+  const auto fault = [](const Bytes& edid) { return std::get<std::string>(readEdid(edid)); };
+  EXPECT_EQ(fault({}), "EDID is 0 bytes long, 128 at least");
+  EXPECT_EQ(fault(Bytes(127, 0)), "EDID is 127 bytes long, 128 at least");
+  EXPECT_EQ(fault(headless), "EDID does not begin with its header");
+  EXPECT_EQ(fault(emptyBase()), "EDID has no usable timing");
 }
 
 TEST(ReadEdid, SaysWhatItLeftOutAndKeepsTheRest) {

@@ -86,14 +86,5 @@ TEST(Scheduler, ARequestCanTakeBackItselfAndOthersWhileItIsCalled) {
   EXPECT_EQ(line.scheduler.find(own), nullptr);
 }
 
-TEST(Scheduler, ATimerOfNoIntervalDoesNotStopTheClock) {
-  Scheduler scheduler;
-  int calls = 0;
-  scheduler.add({.kind = Scheduler::Request::Kind::timer, .repeats = true, .owner = nullptr, .body = [&] { ++calls; }});
-  scheduler.advance(0.01);
-  EXPECT_EQ(calls, 100);
-  EXPECT_TRUE(scheduler.faults().empty());
-}
-
 }  // namespace
 }  // namespace vlm::sim

@@ -64,7 +64,8 @@ inline std::string arrangementOf(SimulatedMac& mac) {
   return text.str();
 }
 
-/// Changes in words: "A mode 2, B off, C on, A at 0 800, B shows A, B shows nothing".
+/// Changes in words: "A mode 2, B off, C on, A at 0 800, B shows A, B shows nothing". A display that is not there has
+/// the identifier 0x77.
 inline std::vector<DisplayChange> changesOf(SimulatedMac& mac, const std::string& text) {
   using Kind = DisplayChange::Kind;
   static const std::map<std::string, Kind> kinds = {{"mode", Kind::mode},
@@ -77,7 +78,9 @@ inline std::vector<DisplayChange> changesOf(SimulatedMac& mac, const std::string
   for (std::string part, name, what, master; std::getline(parts, part, ',');) {
     std::istringstream words(part);
     words >> name >> what;
-    DisplayChange change{.kind = kinds.at(what), .display = mac.display(name).id, .enabled = what == "on"};
+    const SimulatedDisplay* display = mac.windowServer().displayNamed(name);
+    DisplayChange change{.kind = kinds.at(what), .enabled = what == "on"};
+    change.display = display == nullptr ? 0x77 : display->id;
     if (what == "mode") words >> change.modeNumber;
     if (what == "at") words >> change.x >> change.y;
     if (what == "shows") words >> master;

@@ -114,6 +114,8 @@ TEST(Arrangement, SettlesAsTheWindowServerDoes) {
       {"Panel off", "Panel off; A 0,0; B -2000,-99; C -1000,700"},
       {"Panel shows A", "Panel 0,0 shows A; A 0,0; B -2000,-99; C -1000,700"},
       {"Panel mode 3, A shows Panel", "Panel 0,0 600x500; A 0,0 600x500 shows Panel; B -1000,0; C 0,500"},
+      // The master of others mirrors one of its mirrors: they change parts.
+      {"A shows Panel, B shows Panel, Panel shows A", "Panel 0,0 shows A; A 0,0; B 0,0 shows A; C -1000,700"},
   };
   for (const auto& row : rows) {
     SimulatedMac mac(cross());
