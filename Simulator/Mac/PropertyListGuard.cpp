@@ -29,6 +29,7 @@ class XmlDepth {
   bool isTooDeep() {
     for (at_ = content_.find('<'); at_ != std::string_view::npos; at_ = content_.find('<', at_)) {
       ++at_;
+      if (isPlainLeaf(content_.substr(at_))) continue;
       if (!skipWhole("!--", "-->") && !skipWhole("![CDATA[", "]]>") && !skipDeclaration()) takeTag();
       if (depth_ > kDeepestPropertyList) return true;
     }
@@ -36,8 +37,17 @@ class XmlDepth {
   }
 
  private:
+  /// Nearly all tags of a file are these, and they change nothing.
+  static bool isPlainLeaf(std::string_view tag) {
+    return tag.starts_with("key>") || tag.starts_with("/key>") || tag.starts_with("integer>") ||
+           tag.starts_with("/integer>") || tag.starts_with("false/>") || tag.starts_with("true/>") ||
+           tag.starts_with("real>") || tag.starts_with("/real>") || tag.starts_with("string>") ||
+           tag.starts_with("/string>");
+  }
+
   bool skipWhole(std::string_view beginning, std::string_view end) {
-    if (!isTrusted_ || !content_.substr(at_).starts_with(beginning)) return false;
+    if (!isTrusted_ || at_ == content_.size() || content_[at_] != '!') return false;
+    if (!content_.substr(at_).starts_with(beginning)) return false;
     const std::size_t endsAt = content_.find(end, at_ + beginning.size());
     if (endsAt == std::string_view::npos) return false;
     at_ = endsAt + end.size();
@@ -47,9 +57,9 @@ class XmlDepth {
   /// Instructions, document type and the root element's version stand before the first container. libplist looks for
   /// their end outside of double quotes.
   bool skipDeclaration() {
+    if (!isTrusted_ || hasBegun_) return false;
     const std::string_view rest = content_.substr(at_);
     const bool isInstruction = rest.starts_with('?');
-    if (!isTrusted_ || hasBegun_) return false;
     if (!isInstruction && !rest.starts_with("!DOCTYPE") && !rest.starts_with("plist")) return false;
     const std::string_view declaration = rest.substr(0, rest.find('>'));
     const bool isWhole = declaration.size() < rest.size() && (!isInstruction || declaration.ends_with('?'));

@@ -89,7 +89,8 @@ void VLMGlobals::decodeDisplaySets(const plist::Dictionary& dict) {
   VLMLog("Array on disk = %@",
          lazily([&] { return array == nullptr ? std::string("(null)") : plist::describe(*array); }));
   const auto& dates = Process::current().state<LastExecutedDates>().byUniqueID;
-  for (const plist::Value& entry : array == nullptr ? plist::Array() : *array) {
+  static const plist::Array kEmpty;
+  for (const plist::Value& entry : array == nullptr ? kEmpty : *array) {
     const plist::Dictionary* setDict = entry.dictionary();
     if (setDict == nullptr) continue;
     auto set = VLMDisplaySet::initAndDecodeReadableWith(*setDict);

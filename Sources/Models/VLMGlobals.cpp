@@ -39,7 +39,8 @@ void VLMGlobals::forget() {
 void VLMGlobals::loadPrefs(int flags) {
   const auto path = Prefs_GetVLM4PrefsURL(false);
   const auto dict = path ? os().files.dictionaryWithContentsOfURL(*path) : std::nullopt;
-  decodeReadableWith(dict.value_or(plist::Dictionary()), flags & 0xFFFF);
+  static const plist::Dictionary kEmpty;
+  decodeReadableWith(dict ? *dict : kEmpty, flags & 0xFFFF);
 }
 
 void VLMGlobals::savePrefs(int flags) {
