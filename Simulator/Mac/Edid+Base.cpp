@@ -184,7 +184,8 @@ void readDescriptors(Bytes block, const Context& context, ParsedEdid& result, Co
     }
     // 01 01 in front is how some old monitors fill unused descriptors.
     if (descriptor[0] == 1 && descriptor[1] == 1) continue;
-    const auto claim = i == 0 && context.firstTimingIsPreferred ? Collector::Claim::firstDescriptor : Collector::Claim::none;
+    const auto claim =
+        i == 0 && context.firstTimingIsPreferred ? Collector::Claim::firstDescriptor : Collector::Claim::none;
     collector.add(readDetailedTiming(descriptor), "block 0: detailed timing " + std::to_string(i + 1), claim);
   }
 }

@@ -35,6 +35,11 @@ CGError SimulatedQuartz::CGSGetDisplayList(std::uint32_t maxDisplays, std::span<
     if (!displays.empty()) displays[count] = display->id;
     ++count;
   }
+  for (const CGDirectDisplayID offline : mac_.windowServer().offlineInList) {
+    if (count == maxDisplays) break;
+    if (!displays.empty()) displays[count] = offline;
+    ++count;
+  }
   return kCGErrorSuccess;
 }
 
@@ -61,7 +66,6 @@ bool SimulatedQuartz::CGDisplayIsInMirrorSet(CGDirectDisplayID display) const {
   return found != nullptr && (found->mirrors != kCGNullDirectDisplay || mac_.windowServer().isMirrored(*found));
 }
 
-/// No machine here has a panel with two links.
 bool SimulatedQuartz::CGDisplayIsAlwaysInMirrorSet(CGDirectDisplayID display) const {
   const SimulatedDisplay* found = mac_.windowServer().displayWithID(display);
   return found != nullptr && found->alwaysMirrored;

@@ -40,7 +40,7 @@ struct SimulatedDisplay {
   bool placed = false;            ///< it has stood somewhere, so that `origin` means something
   std::uint32_t rotation = 0;     ///< degrees
   CGDirectDisplayID mirrors = 0;  ///< the display whose picture it shows; 0: its own
-  bool alwaysMirrored = false;     ///< one of several links to one panel: its mirror set cannot be ended
+  bool alwaysMirrored = false;    ///< one of several links to one panel: its mirror set cannot be ended
   float brightness = 0;
   float overscan = 0;   ///< parameter "oscn"
   float underscan = 1;  ///< parameter "pscn"
@@ -126,6 +126,9 @@ class WindowServer {
   /// The mode of that size (points), and rate when one is given, at the current depth; nothing when there is none.
   std::optional<std::uint32_t> findMode(const SimulatedDisplay& display, std::uint32_t width, std::uint32_t height,
                                         std::optional<double> refreshHz) const;
+
+  /// Identifiers that the list of displays still names though nothing hangs on them.
+  std::vector<CGDirectDisplayID> offlineInList;
 
   /// The next transaction that completes fails with this error, and changes nothing.
   void failNextTransaction(CGError error) { failNext_ = error; }

@@ -121,7 +121,8 @@ TEST(Discovery, LearnsFromTheFrameBufferHowAModeIsMade) {
       {"scaled in height", {{kScaledHeight, 720}}, true, false},
       {"scaled by nothing", {{kScaledWidth, 1280}, {kScaledHeight, 720}}, true, true},
       {"turned", {{kFlags, 0x10}, {kScaledWidth, 720}, {kScaledHeight, 1280}}, false, true},
-      {"turned and scaled", {{kFlags, 0x80}, {kScaledWidth, 720}, {kScaledHeight, 1281}}, true, false},
+      {"mirrored", {{kFlags, 0x80}, {kScaledWidth, 720}, {kScaledHeight, 1280}}, false, true},
+      {"turned and scaled", {{kFlags, 0x20}, {kScaledWidth, 720}, {kScaledHeight, 1281}}, true, false},
       {"turned without sizes", {{kFlags, 0x40}}, true, false},
       {"other flags", {{kFlags, 0xFFFFFF0F}}, false, true},
   };
@@ -228,9 +229,7 @@ TEST(Discovery, ReadsTheIdentityFromRegistryAndEdid) {
   EXPECT_EQ(left->displayProductID, edid.product);
   EXPECT_EQ(left->serialNumber, edid.serial);
   EXPECT_EQ(left->sysMonitorName, "Left");
-  EXPECT_EQ(left->displayedNameForMenu(), "Left (2)");
   EXPECT_TRUE(left->isDigital && left->isEnabled && left->dispIsPresent && !left->hasFakeEDID());
-  EXPECT_EQ(left->monitorResID, 1002);
   // The display's own component of the path is cut off, so that the place stays when the monitor changes.
   EXPECT_TRUE(left->driverLocationName->ends_with("/display0")) << *left->driverLocationName;
 }
@@ -282,7 +281,6 @@ TEST(Discovery, KnowsDisplaysOfAMachineWithoutFrameBuffers) {
   EXPECT_EQ(left->sysMonitorName, "Left");
   EXPECT_EQ(displays["Built-in"]->sysMonitorName, "Panel");
   EXPECT_TRUE(left->canRotate && !displays["Built-in"]->canRotate);
-  EXPECT_FALSE(left->validDisplayModes.empty());
   EXPECT_EQ(left->initializeRegistryData(), -1);
 }
 
@@ -320,8 +318,6 @@ class PostingApplication : public VLMApplicationObject {
  public:
   explicit PostingApplication(VLMGlobals& document) : document_(document) { document.applicationObject = this; }
   ~PostingApplication() override { document_.applicationObject = nullptr; }
-  PostingApplication(const PostingApplication&) = delete;
-  PostingApplication& operator=(const PostingApplication&) = delete;
 
   void reloadPrefsFromFile() override {}
   void savePrefsToFileAndForce(bool) override {}

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 #include "Tests/Support/DisplaysOnMac.h"
@@ -107,14 +108,15 @@ TEST(Matching, KeepsThatANameIsToBeWrittenThoughTheSystemHasTheSame) {
 }
 
 TEST(Numbering, PutsTheBuiltInPanelFirstAndLeavesALoneDisplayWithout) {
-  sim::MachineDescription machine = sim::desktopWith({"Left", "Right"});
-  sim::addDisplay(machine, sim::builtInPanel());
-  DisplaysOnMac displays(machine);
+  DisplaysOnMac displays(sim::desktopWith({"Left", "Other", "Right"}));
+  // The system lists it between the others.
+  displays.mac().display("Other").description.builtIn = true;
+  displays.reload();
   std::vector<std::string> names;
   for (const auto& display : displays.document().displayArray) names.push_back(display->displayedNameForMenu());
-  EXPECT_EQ(names, (std::vector<std::string>{"Panel (1)", "Left (2)", "Right (3)"}));
+  EXPECT_EQ(names, (std::vector<std::string>{"Other (1)", "Left (2)", "Right (3)"}));
   EXPECT_EQ(displays.mac().unplug("Right"), std::nullopt);
-  EXPECT_EQ(displays.mac().unplug("Built-in"), std::nullopt);
+  EXPECT_EQ(displays.mac().unplug("Other"), std::nullopt);
   displays.reload();
   EXPECT_EQ(displays["Left"]->displayedNameForMenu(), "Left");
 }

@@ -85,6 +85,13 @@ TEST_F(Document, FindsADamagedRecordUnderItsKey) {
   EXPECT_EQ(document().encodeReadableInDict(&file, SettingsGroup::all).dictionary("allDisplays")->count(), 2U);
 }
 
+TEST_F(Document, LeavesDisplaysThatAreOfflineOut) {
+  mac_.windowServer().offlineInList = {77, 78};
+  EXPECT_EQ(document().getNumberOfDisplays(), 2);
+  document().initializeAllDisplaysFromSystemData();
+  EXPECT_EQ(document().displayArray.size(), 2U);
+}
+
 TEST_F(Document, CountsHardMirroredDisplaysOnceUntilTheAttachedOnesChange) {
   document().initializeAllDisplaysFromSystemData();
   mac_.display("Left").alwaysMirrored = true;

@@ -33,19 +33,17 @@ TEST(Scanner, TruncatesToTheWidthOfTheDestination) {
     std::uint16_t u16 = 7;
     std::int16_t s16 = 7;
     std::int32_t s32 = 7;
-    std::uint32_t u32 = 7, uint32 = 7;
+    std::uint32_t u32 = 7;
     Scanner scanner(row.text);
     EXPECT_EQ(scanner.scanUInt16(u16), row.found);
     EXPECT_EQ(scanner.scanLocation(), row.location);
     EXPECT_EQ(Scanner(row.text).scanSInt16(s16), row.found);
     EXPECT_EQ(Scanner(row.text).scanSInt32(s32), row.found);
     EXPECT_EQ(Scanner(row.text).scanUInt32(u32), row.found);
-    EXPECT_EQ(Scanner(row.text).scanUint32_t(uint32), row.found);
     EXPECT_EQ(u16, row.u16);
     EXPECT_EQ(s16, row.s16);
     EXPECT_EQ(s32, row.s32);
     EXPECT_EQ(u32, row.u32);
-    EXPECT_EQ(uint32, row.u32);
   }
 }
 

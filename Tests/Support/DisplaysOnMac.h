@@ -84,8 +84,6 @@ class BrightnessRecorder : public VLMChangeRecorder {
  public:
   BrightnessRecorder() { VLMGlobals::sharedInstance().recorder = this; }
   ~BrightnessRecorder() override { VLMGlobals::sharedInstance().recorder = nullptr; }
-  BrightnessRecorder(const BrightnessRecorder&) = delete;
-  BrightnessRecorder& operator=(const BrightnessRecorder&) = delete;
 
   bool isRecordingOn() const override { return isOn; }
   void recordOrientationFromDisp(const VLMDisplay&, std::int32_t) override {}

@@ -12,7 +12,7 @@ EventHotKeyRef VLMDaemonMainController::daemonInstallHotKeyCode(std::int32_t cod
   if (code == kNoShortcut) return 0;
   const auto keyCode = static_cast<std::uint32_t>(code >> 8);
   // Caps Lock never takes part.
-  const auto modifiers = static_cast<std::uint32_t>(code & kShortcutModifierMask) << 8;
+  const auto modifiers = (static_cast<std::uint32_t>(code) & kShortcutModifierMask) << 8;
   EventHotKeyRef reference = 0;
   os().input.RegisterEventHotKey(keyCode, modifiers, {.signature = kHotKeySignature, .id = identifier}, 0, reference);
   VLMLog("Register hotkey for key ID = %d", code);

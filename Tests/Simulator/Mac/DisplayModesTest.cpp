@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <set>
 
 #include "Simulator/Mac/StandardTimings.h"
 
@@ -40,9 +39,11 @@ TEST(DeriveModes, OffersALaptopPanelTheUsualSizesAtTwoPixelsAPoint) {
   EXPECT_EQ(sizesOf(table, 2), "1024x640 1152x720 1280x800 1440x900 1680x1050 1920x1200");
   EXPECT_EQ(sizesOf(table, 1),
             "800x600 1024x640 1024x768 1152x720 1280x800 1440x900 1680x1050 1920x1200 2048x1280 2560x1600 2880x1800");
+  constexpr std::uint32_t kNativeAndDefault = kDisplayModeNativeFlag | kDisplayModeDefaultFlag;
   // Half the panel is the panel's own timing, unscaled, and what the Mac starts with.
   const SimulatedMode& half = find(table, 1440, 2);
   EXPECT_EQ(half.number, table.nativeModeNumber);
+  EXPECT_EQ(half.ioFlags & kNativeAndDefault, kNativeAndDefault);
   EXPECT_EQ(half.frameBufferModeID, find(table, 2880).frameBufferModeID);
   EXPECT_EQ(frameBufferOf(table, half).scaledWidth, 0U);
   // Other sizes are scaled from two pixels a point; pixels of equal number share a frame-buffer mode.
@@ -50,27 +51,6 @@ TEST(DeriveModes, OffersALaptopPanelTheUsualSizesAtTwoPixelsAPoint) {
   EXPECT_EQ(scaled.scaledWidth, 3360U);
   EXPECT_EQ(scaled.timing->horizontalActive, 2880U);
   EXPECT_EQ(find(table, 1280, 2).frameBufferModeID, find(table, 2560).frameBufferModeID);
-}
-
-TEST(DeriveModes, SaysWhatKindOfTimingEachModeIs) {
-  const ModeTable table = modesOf({.nativeWidth = 2560,
-                                   .nativeHeight = 1440,
-                                   .moreTimings = {"1920x1080i@60", "1280x720@50", "720x480@59.94", "1024x768"}},
-                                  {});
-  constexpr std::uint32_t kSafe = kDisplayModeValidFlag | kDisplayModeSafeFlag;
-  const struct {
-    std::uint32_t width, ioFlags, refreshRateFixed;
-  } cases[] = {
-      {2560, kSafe | kDisplayModeDefaultFlag | kDisplayModeNativeFlag, 0x3c000d},
-      {1920, kSafe | kDisplayModeTelevisionFlag | kDisplayModeInterlacedFlag, 60 << 16},  // in fields
-      {1280, kSafe | kDisplayModeTelevisionFlag, 50 << 16},
-      {720, kSafe | kDisplayModeTelevisionFlag, 3928232},  // 60000/1001
-      {1024, kSafe, 0x3c00fc},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(find(table, c.width).ioFlags, c.ioFlags) << c.width;
-    EXPECT_EQ(find(table, c.width).refreshRateFixed, c.refreshRateFixed) << c.width;
-  }
 }
 
 TEST(DeriveModes, NumbersEachDepthAndAddsTheVariableRateBesideTheFixedOne) {

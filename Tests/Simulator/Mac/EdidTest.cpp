@@ -125,15 +125,6 @@ TEST(ReadEdid, ReadsTheTimingsOfExtensions) {
   }
 }
 
-TEST(ReadEdid, PrefersANativeVideoCodeWhenTheBaseBlockHasNoTiming) {
-  Bytes edid = emptyBase();
-  put(edid, 38, Bytes{0xd1, 0x40});  // 1920x1440, larger
-  EXPECT_EQ(sizesOf(parsed(withExtension(edid, {0x02, 3, 7, 0, 0x42, 4, 0x93}))),
-            "1280x720@50 1920x1440@60 1280x720@60");
-  EXPECT_EQ(sizesOf(parsed(withExtension(emptyBase(), {0x02, 3, 7, 0, 0x42, 4, 16}))),
-            "1920x1080@60 1280x720@60");  // nothing marked: the largest
-}
-
 TEST(ReadEdid, RefusesOnlyWhatHasNoUse) {
   Bytes headless = baseWith(kFullHd60);
   headless[7] = 0xff;

@@ -70,19 +70,5 @@ TEST_F(RegistryOfIntelMac, EndsIteratorsWhenADisplayIsUnplugged) {
   EXPECT_FALSE(registry.IORegistryEntryCreateIterator(a, "IOService", kIORegistryIterateRecursively));
 }
 
-TEST(RegistryOfAppleSilicon, OffersAVServicesInsteadOfFrameBuffers) {
-  SimulatedMac mac(smallMachine(1, Processor::appleSilicon));
-  Session& session = addProcess(mac, "test");
-  IORegistry& registry = session.ports().registry;
-  EXPECT_EQ(session.ports().quartz.CGDisplayIOServicePort(mac.display("A").id), 0U);
-  EXPECT_FALSE(registry.IOIteratorNext(registry.IOServiceGetMatchingServices("IOFramebuffer")));
-  const IOObject services = registry.IOServiceGetMatchingServices("DCPAVServiceProxy");
-  for (const char* location : {"Embedded", "External"}) {
-    const IOObject service = registry.IOIteratorNext(services);
-    EXPECT_EQ(registry.IORegistryEntryCreateCFProperty(service.get(), "Location"), plist::Value(location));
-  }
-  EXPECT_FALSE(registry.IOIteratorNext(services));
-}
-
 }  // namespace
 }  // namespace vlm::sim
