@@ -113,7 +113,7 @@ TEST_F(ApplyDisplaySet, TakesItsStepsInTheirOrder) {
       "CGCompleteDisplayConfiguration(2) = 0",
       "CGBeginDisplayConfiguration()",
       "CGSConfigureDisplayEnabled(Right, false)",
-      "CGDisplayShowCursor(none)",
+      "CGDisplayShowCursor(0)",
       "CGCompleteDisplayConfiguration(2) = 0",
       "CGBeginDisplayConfiguration()",
       "performAfterDelay(1)",  // the Dock, after disabling

@@ -38,7 +38,7 @@ TEST(Version, OfSystemAndProgramAreThoseOfTheProcess) {
   EXPECT_FALSE(Common_AmIRunningRosetta2());
 }
 
-TEST(Notices, TakeTheirTextsFromTheTable) {
+TEST(UserNotices, TakeTheirTextsFromTheTable) {
   sim::SimulatedMac mac{sim::MachineDescription{}};
   Process::Scope scope(mac.addSession({.name = "daemon"}).process());
   mac.journal().clear();
