@@ -104,29 +104,6 @@ TEST_F(MainJob, FollowsADisplayThatGoesAndComesBack) {
   EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
 }
 
-TEST_F(MainJob, LeavesRecordsOfAbsentDisplaysAndUnknownKeysAlone) {
-  on_.inside([](VLMGlobals& document) { document.quitDaemon({}); });
-  on_.mac.turn();
-  Dictionary settings = on_.settings();
-  const Dictionary absent{
-      {"monitorResID", 4711}, {"sysMonitorName", "Old"}, {"monitorTiming", Dictionary{{"minH", 30.5}}},
-      {"displayVendorID", 1}, {"displayModes", Array{}}, {"somethingElse", Array{1, 2}}};
-  Dictionary all = *settings.dictionary("allDisplays");
-  all.set("4711", absent);
-  settings.set("allDisplays", all);
-  settings.set("controlApplicationsOwn", Dictionary{{"deep", Array{true, 1.5}}});
-  on_.writeSettings(settings);
-  on_.launch();
-  on_.mac.advance(3);
-  press();
-  on_.mac.advance(3);
-  const Dictionary after = on_.settings();
-  EXPECT_EQ(*after.find("controlApplicationsOwn"), *settings.find("controlApplicationsOwn"));
-  const Dictionary* kept = after.dictionary("allDisplays")->dictionary("4711");
-  ASSERT_NE(kept, nullptr);
-  EXPECT_EQ(*kept->find("monitorTiming"), *absent.find("monitorTiming"));
-}
-
 TEST_F(MainJob, ReloadsWhenTheControlApplicationSaysSo) {
   Dictionary settings = on_.settings();
   settings.set("displaySetsArray", Array{});

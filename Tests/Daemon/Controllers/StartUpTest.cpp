@@ -214,32 +214,6 @@ TEST(SingleInstance, NeverEndsACopyBehindOneThatIsAsNew) {
   }
 }
 
-TEST(SingleInstance, LeavesTheNewestCopyRunning) {
-  struct Row {
-    const char* name;
-    std::vector<std::string> versions;  ///< in the order of their start
-    std::vector<bool> running;
-  };
-  const Row kRows[] = {
-      {.name = "same version", .versions = {"5.0", "5.0"}, .running = {true, false}},
-      {.name = "newer", .versions = {"5.0", "5.0.1"}, .running = {false, true}},
-      {.name = "older", .versions = {"5.0.1", "5.0"}, .running = {true, false}},
-      {.name = "older, newer, between", .versions = {"4.0", "6.0", "5.0"}, .running = {false, true, false}},
-      {.name = "no version", .versions = {"", "5.0"}, .running = {false, true}},
-  };
-  for (const Row& row : kRows) {
-    test::DaemonOnMac on(test::laptopWith({}));
-    std::vector<std::int32_t> pids;
-    for (const std::string& version : row.versions) {
-      pids.push_back(on.launch(version).processIdentifier());
-      on.mac.advance(2);
-    }
-    for (std::size_t i = 0; i < pids.size(); ++i) {
-      EXPECT_EQ(on.mac.sessionWithProcessIdentifier(pids[i]) != nullptr, row.running[i]) << row.name << " " << i;
-    }
-  }
-}
-
 TEST(StatusItem, FollowsTheAppearanceATurnLater) {
   const struct {
     const char* name;
