@@ -89,9 +89,8 @@ void DisplaySetApplication::endMirroring() {
 
 void DisplaySetApplication::setMirroring() {
   if (set_.hasMirroring) document_.setIsMirroringEnabled(set_.inMirroring, &transaction_, false);
-  if (set_.complexMirroringSet.empty()) return;
-  // The pairs are held against the state that the system answers: mirroring that was ended has to be over by then.
-  if (set_.hasMirroring && mirroringWasOn_) transaction_.restart();
+  // What follows is held against the state that the system answers: mirroring that was ended has to be over by then.
+  if (set_.hasMirroring && !set_.inMirroring && mirroringWasOn_) transaction_.restart();
   for (const auto& [shown, shows] : set_.complexMirroringSet) {
     const auto a = document_.displayWithID(shown);
     const auto b = document_.displayWithID(shows);
@@ -125,7 +124,8 @@ void DisplaySetApplication::findMainMonitor() {
 }
 
 void DisplaySetApplication::endMirroringForPositions() {
-  if (set_.inMirroring) return;
+  // The pairs that were just made stay: mirroring of before is over already.
+  if (set_.inMirroring || set_.usesMirroring()) return;
   bool needsPositions = mainMonitor_ != nullptr;
   forEachPresent([&](const VLMMonitorInSet& monitor, VLMDisplay& /*display*/) {
     needsPositions = needsPositions || monitor.hasOrigin;

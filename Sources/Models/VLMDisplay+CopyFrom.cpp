@@ -105,7 +105,11 @@ void VLMDisplay::copyOptionsFrom(const VLMDisplay& saved) {
   useGamma = saved.useGamma;
   gammaDelay = saved.gammaDelay;
   previousTransfType = saved.previousTransfType;
-  if (saved.displayName != nullptr) {
+  // A saved name that is only what the system once called the monitor is no choice of the user's: at first sight there
+  // may have been no better one.
+  const bool isUsersName = saved.displayName != nullptr &&
+                           (saved.displayName->shouldOverride || saved.displayName->name != saved.sysMonitorName);
+  if (isUsersName) {
     mergeDisplayName(saved.displayName);
     // Merging equal names keeps the system's record; whether it is to be written is the user's choice all the same.
     displayName->shouldOverride = saved.displayName->shouldOverride;

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "Models/DisplaySetApplication.h"
 #include "Models/VLMApplicationObject.h"
 #include "Models/VLMDesktopLayout.h"
@@ -21,9 +23,13 @@ void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested
   const std::shared_ptr<VLMDisplaySet> set = requested;
   const std::shared_ptr<VLMDisplaySet> chained = set->chainedDisplaySet();
   const double now = os().system.timeIntervalSinceReferenceDate();
-  if (set->lastExecutedDate && now - *set->lastExecutedDate < kRepeatedRequest) return;
+  // A clock that was set back must not lock the set for as long.
+  const bool isRepeated =
+      set->lastExecutedDate && now >= *set->lastExecutedDate && now - *set->lastExecutedDate < kRepeatedRequest;
+  if (isRepeated) return;
   isSetRecorded = true;
   isSetExecuted = true;
+  updateCurrentModes();
   if (checkMarkForSet(*set, nullptr) == 0) {
     // Before the transaction opens: the Finder is asked for every icon.
     if (save && saveAutoDesktop && saveDesktopBySet && desktopLayout != nullptr) desktopLayout->saveDesktopAll();
@@ -41,7 +47,8 @@ void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested
 void VLMGlobals::applyDisplaySetAfterDelay(double delay, const std::shared_ptr<VLMDisplaySet>& set, bool save) {
   os().runLoop.performAfterDelay(delay, [this, set, save] {
     // A reload meanwhile has made the sets anew; the one held is for a set that is no longer there.
-    const auto current = findSetByUniqueID(displaySetsArray, set->uniqueID);
+    const bool isCurrent = std::find(displaySetsArray.begin(), displaySetsArray.end(), set) != displaySetsArray.end();
+    const auto current = isCurrent ? set : findSetByUniqueID(displaySetsArray, set->uniqueID);
     applyDisplaySet(current ? current : set, save);
   });
 }

@@ -64,6 +64,10 @@ bool VLMGlobals::showEnableDisableOption(const VLMDisplay& display) const {
   return !display.isActive() || activeDisplays(displayArray) >= 2;
 }
 
+void VLMGlobals::updateCurrentModes() {
+  for (const auto& display : displayArray) display->updateCurrentMode();
+}
+
 std::int64_t VLMGlobals::findNextSetUniqueID() const {
   // The running maximum has 16 bits; identifiers above 32767 are not expected.
   std::int16_t largest = 0;

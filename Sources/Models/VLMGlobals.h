@@ -147,6 +147,9 @@ class VLMGlobals final : public VLMDisplayContainer {
   /// The mark beside a set: 0 none, 1 check (in force), 2 dash (in force as far as displays are there), 3 diamond (in
   /// force, but says nothing about some display). `hasOneMonitorSetting`: whether it enforces anything at all.
   std::int16_t checkMarkForSet(const VLMDisplaySet& set, bool* hasOneMonitorSetting);
+  /// Finds every display's current mode again, for whoever must not judge by what the last tick saw: a mode may have
+  /// changed since, by this daemon or by others.
+  void updateCurrentModes();
   std::int64_t findNextSetUniqueID() const;
   void resortDisplaySetsMenuOrder();
   /// Kept for those who call it; duplicates are not looked for.

@@ -54,9 +54,6 @@ TEST_F(ApplyDisplaySet, BringsAModeBackOnceASecond) {
   const auto spoilAndApplyAfter = [&](double seconds) {
     EXPECT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
     on_.mac.advance(seconds);
-    on_.inside([](VLMGlobals& document) {
-      for (const auto& display : document.displayArray) display->updateCurrentMode();
-    });
     apply(set_);
     return on_.mac.display("Right").modeNumber == wanted;
   };
@@ -153,7 +150,6 @@ TEST_F(ApplyDisplaySet, LeavesOneDisplayOn) {
 TEST_F(ApplyDisplaySet, MirrorsByPairsAndAllTogether) {
   sim::SimulatedDisplay &panel = on_.mac.display("Built-in"), &left = on_.mac.display("Left"),
                         &right = on_.mac.display("Right");
-  for (const auto& monitor : set_->monitorArray) monitor->isMainDisplay = false;
   set_->hasMirroring = true;
   set_->complexMirroringSet.add({*monitorOf("Left").monitorResID, *monitorOf("Right").monitorResID});
   apply(set_);
@@ -210,6 +206,21 @@ TEST_F(ApplyDisplaySet, DropsTheRequestWithWhichAChainComesBack) {
     document.loadPrefs(SettingsGroup::all);
     EXPECT_TRUE(findSetByUniqueID(document.displaySetsArray, set_->uniqueID)->lastExecutedDate);
   });
+}
+
+TEST_F(ApplyDisplaySet, JudgesAChainedSetByWhatTheFirstOneLeft) {
+  const auto other = newSet();
+  on_.inside([&](VLMGlobals& document) {
+    const auto right = document.displayWithcgID(on_.mac.display("Right").id);
+    for (const auto& mode : right->validDisplayModes) {
+      if (mode->Nx == 1280 && mode->Ny == 720) monitorOf("Right").modeUniqueID = mode->modeUniqueID;
+    }
+  });
+  set_->setChainedDisplaySet(other);
+  apply(set_);
+  EXPECT_EQ(on_.mac.display("Right").mode().width, 1280U);
+  on_.mac.turn();
+  EXPECT_EQ(on_.mac.display("Right").mode().width, 1920U);
 }
 
 TEST_F(ApplyDisplaySet, LetsTheOtherDisplaysHaveTheirsWhenOneIsGone) {

@@ -62,6 +62,7 @@ namespace {
 /// The set that a hot key stands for: the first with that code that is not in force already, so that several sets with
 /// one hot key are stepped through.
 std::shared_ptr<VLMDisplaySet> setForHotKey(VLMGlobals& document, std::uint32_t identifier) {
+  document.updateCurrentModes();
   for (const auto& set : document.displaySetsArray) {
     if (!set->keyCode || truncateTo<std::uint32_t>(*set->keyCode) != identifier) continue;
     bool hasOneMonitorSetting = false;

@@ -12,6 +12,7 @@
 #include "Platform/Process.h"
 #include "Platform/Workspace.h"
 #include "Shared/BundleTexts.h"
+#include "Shared/Format.h"
 #include "Shared/Log.h"
 #include "Shared/Prefs.h"
 #include "Shared/VersionChecker.h"
@@ -27,8 +28,9 @@ constexpr double kCheckInterval = 1.0;  // seconds
 /// Whether the copy in that bundle is as new as this one, or newer. One without a version is older.
 bool isAsNewAsMe(const std::string& bundlePath, VersionChecker& checker) {
   const auto information = os().bundle.infoDictionaryOfBundleAt(bundlePath);
-  const auto version = information ? information->string("CFBundleVersion") : std::nullopt;
-  return version && checker.getVersionFromString(*version) >= checker.currentPackageVersionInteger();
+  const plist::Value* version = information ? information->find("CFBundleVersion") : nullptr;
+  return version != nullptr &&
+         checker.getVersionFromString(format("%@", *version)) >= checker.currentPackageVersionInteger();
 }
 
 }  // namespace
