@@ -1,5 +1,7 @@
 #include "Simulator/Mac/AtomicFile.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -7,16 +9,29 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "Simulator/Mac/PropertyListFile.h"
 
 namespace vlm::sim {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr mode_t kModeOfNewFile = 0600;
+constexpr mode_t kAllModeBits = 07777;
+
+/// What an unfinished file adds to the name of the one that it shall become; six characters of mkstemp's follow.
+constexpr std::string_view kUnfinished = ".unfinished-";
+constexpr std::size_t kRandomCharacters = 6;
 
 mode_t modeOf(const std::string& path) {
   struct stat status = {};
-  constexpr mode_t kAllModeBits = 07777;
   return stat(path.c_str(), &status) == 0 ? status.st_mode & kAllModeBits : kModeOfNewFile;
 }
 
@@ -29,58 +44,163 @@ std::string realPathOf(const std::string& path) {
   return real;
 }
 
-/// A new file next to the one that it shall replace; goes away again unless it has taken the place.
-class TemporaryFile {
+std::string folderOf(const std::string& path) {
+  const fs::path folder = fs::path(path).parent_path();
+  return folder.empty() ? "." : folder.string();
+}
+
+class Descriptor {
  public:
-  explicit TemporaryFile(const std::string& target)
-      : path_(target + ".XXXXXX"), descriptor_(mkstemp(path_.data())), exists_(descriptor_ >= 0) {}
-  ~TemporaryFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-    if (exists_) unlink(path_.c_str());
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor() {
+    if (number_ >= 0) close(number_);
   }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
 
-  bool isOpen() const { return descriptor_ >= 0; }
+  bool isOpen() const { return number_ >= 0; }
+  int number() const { return number_; }
 
-  bool write(const std::string& content) {
-    std::size_t written = 0;
-    while (written < content.size()) {
-      const ssize_t count = ::write(descriptor_, content.data() + written, content.size() - written);
+ private:
+  int number_;
+};
+
+/// Whether the open file still stands under that path.
+bool stands(const Descriptor& file, const std::string& path) {
+  struct stat open = {}, there = {};
+  return fstat(file.number(), &open) == 0 && lstat(path.c_str(), &there) == 0 && open.st_ino == there.st_ino &&
+         open.st_dev == there.st_dev;
+}
+
+/// A new file next to the one that it shall become; goes away again unless it has taken the place. Locked as long as
+/// its writer lives: a lock that can be had is how a stray one is told. Every step answers whether it worked, and
+/// leaves the reason in errno.
+class UnfinishedFile {
+ public:
+  UnfinishedFile(std::string target, DiskFault fault)
+      : target_(std::move(target)), fault_(fault), folder_(open(folderOf(target_).c_str(), O_RDONLY | O_CLOEXEC)) {}
+  ~UnfinishedFile() {
+    if (file_.isOpen() && !hasTakenPlace_) unlink(path_.c_str());
+  }
+  UnfinishedFile(const UnfinishedFile&) = delete;
+  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+
+  bool create() {
+    if (!folder_.isOpen()) return false;
+    if (fault_ == DiskFault::readOnly) return fail(EACCES);
+    do {
+      path_ = target_ + std::string(kUnfinished) + std::string(kRandomCharacters, 'X');
+      file_ = Descriptor(mkostemp(path_.data(), O_CLOEXEC));
+      if (!file_.isOpen() || flock(file_.number(), LOCK_EX) != 0) return false;
+      // Between its making and its locking another process can have taken it for a stray one.
+    } while (!stands(file_, path_));
+    return true;
+  }
+
+  bool write(std::string_view content) {
+    const bool isFull = fault_ == DiskFault::full;
+    if (isFull) content = content.substr(0, content.size() / 2);
+    while (!content.empty()) {
+      const ssize_t count = ::write(file_.number(), content.data(), content.size());
       if (count < 0 && errno == EINTR) continue;
       if (count < 0) return false;
-      written += static_cast<std::size_t>(count);
+      content.remove_prefix(static_cast<std::size_t>(count));
     }
-    return true;
+    return !isFull || fail(ENOSPC);
   }
-  bool setMode(mode_t mode) { return fchmod(descriptor_, mode) == 0; }
-  bool flush() { return fsync(descriptor_) == 0; }
-  bool closeFile() {
-    const int descriptor = descriptor_;
-    descriptor_ = -1;
-    return close(descriptor) == 0;
+
+  bool setMode(mode_t mode) { return fchmod(file_.number(), mode) == 0; }
+
+  bool flush() {
+    if (fault_ == DiskFault::failingFlush) return fail(EIO);
+    return fsync(file_.number()) == 0;
   }
-  bool replace(const std::string& target) {
-    if (std::rename(path_.c_str(), target.c_str()) != 0) return false;
-    exists_ = false;
-    return true;
+
+  bool replaceTarget() {
+    if (fault_ == DiskFault::failingRename) return fail(EPERM);
+    hasTakenPlace_ = std::rename(path_.c_str(), target_.c_str()) == 0;
+    return hasTakenPlace_ && flushFolder();
+  }
+
+  /// Fails with EEXIST when something is there.
+  bool takeFreeTarget() {
+    if (fault_ == DiskFault::failingRename) return fail(EPERM);
+    // The name of the unfinished file goes with this object.
+    return link(path_.c_str(), target_.c_str()) == 0 && flushFolder();
   }
 
  private:
+  static bool fail(int reason) {
+    errno = reason;
+    return false;
+  }
+
+  /// The new name must outlive a failure of the power too. Some file systems know no flushing of folders.
+  bool flushFolder() { return fsync(folder_.number()) == 0 || errno == EINVAL; }
+
+  std::string target_;
+  DiskFault fault_;
+  Descriptor folder_;
   std::string path_;
-  int descriptor_;
-  bool exists_;
+  Descriptor file_{-1};
+  bool hasTakenPlace_ = false;
 };
+
+std::optional<std::string> reasonUnless(bool isDone) {
+  if (isDone) return std::nullopt;
+  return std::strerror(errno);
+}
+
+/// Also those of the copies beside a file, which only add to its name.
+bool isUnfinishedOf(std::string_view name, std::string_view target) {
+  if (name.size() < target.size() + kUnfinished.size() + kRandomCharacters || !name.starts_with(target)) return false;
+  name.remove_suffix(kRandomCharacters);
+  return name.substr(target.size()).starts_with('.') && name.ends_with(kUnfinished);
+}
+
+void removeUnlessLocked(const std::string& path) {
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  if (!file.isOpen() || flock(file.number(), LOCK_EX | LOCK_NB) != 0) return;
+  if (stands(file, path)) unlink(path.c_str());
+}
+
+void removeUnfinishedBeside(const std::string& path) {
+  const std::string name = fs::path(path).filename().string();
+  std::error_code error;
+  std::vector<std::string> unfinished;
+  for (fs::directory_iterator entry(folderOf(path), error), end; !error && entry != end; entry.increment(error)) {
+    if (isUnfinishedOf(entry->path().filename().string(), name)) unfinished.push_back(entry->path().string());
+  }
+  for (const std::string& file : unfinished) removeUnlessLocked(file);
+}
 
 }  // namespace
 
-std::optional<std::string> replaceFile(const std::string& path, const std::string& content) {
+std::optional<std::string> replaceFile(const std::string& path, const std::string& content, DiskFault fault) {
   const std::string target = realPathOf(path);
-  TemporaryFile file(target);
-  const bool isDone = file.isOpen() && file.write(content) && file.setMode(modeOf(target)) && file.flush() &&
-                      file.closeFile() && file.replace(target);
-  if (isDone) return std::nullopt;
-  return std::strerror(errno);
+  UnfinishedFile file(target, fault);
+  return reasonUnless(file.create() && file.write(content) && file.setMode(modeOf(target)) && file.flush() &&
+                      file.replaceTarget());
+}
+
+std::optional<std::string> copyFile(const std::string& from, const std::string& to, DiskFault fault) {
+  std::string reason;
+  const auto content = readFile(from, kLargestPropertyListFile, reason);
+  if (!content) return reason;
+  UnfinishedFile file(to, fault);
+  return reasonUnless(file.create() && file.write(*content) && file.setMode(modeOf(from)) && file.flush() &&
+                      file.takeFreeTarget());
+}
+
+void removeUnfinishedWrites(const std::string& path) {
+  removeUnfinishedBeside(path);
+  const std::string target = realPathOf(path);
+  if (target != path) removeUnfinishedBeside(target);
 }
 
 }  // namespace vlm::sim

@@ -52,7 +52,8 @@ std::int32_t frameBufferModeFor(const ListedMode& mode, bool isNative, ModeTable
   if (timing) {
     if (const auto shared = sharedMode(builder, *timing, mode.scale)) return *shared;
   }
-  std::uint32_t flags = kDisplayModeValidFlag | kDisplayModeSafeFlag;
+  std::uint32_t flags = kDisplayModeValidFlag;
+  if (!mode.unsafe) flags |= kDisplayModeSafeFlag;
   if (isNative) flags |= kDisplayModeDefaultFlag | kDisplayModeNativeFlag;
   if (mode.interlaced) flags |= kDisplayModeInterlacedFlag;
   return builder.addFrameBufferMode({.ioFlags = flags, .timing = timing});

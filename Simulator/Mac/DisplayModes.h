@@ -81,6 +81,7 @@ struct ListedMode {
   double refreshHz = 60;
   float scale = 1.0F;
   bool hidden = false, interlaced = false, noTimingData = false;
+  bool unsafe = false;                     ///< the driver cannot tell whether the monitor shows it
   std::vector<std::uint32_t> depths = {};  ///< empty: the display's depths
 };
 /// The modes in the order given; the first one that is not hidden is the native one. Timings are made with CVT reduced

@@ -32,11 +32,17 @@ std::string fourCharText(std::uint32_t code) {
 
 std::string quoted(const std::string& text) { return "\"" + text + "\""; }
 
+/// Bytes. Any process can post anything, and the journal keeps a line of it.
+constexpr std::size_t kLongestNotificationText = 4096;
+
 std::string notificationText(const Notification& notification) {
   std::string text = notification.name;
   if (notification.object) text += ", " + quoted(*notification.object);
   if (notification.userInfo) text += ", " + plist::describe(*notification.userInfo);
-  return text;
+  if (text.size() <= kLongestNotificationText) return text;
+  std::size_t end = kLongestNotificationText;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;  // not within a character
+  return text.substr(0, end) + "…";
 }
 
 std::string centerText(NotificationCenter center) {

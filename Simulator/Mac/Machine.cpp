@@ -1,5 +1,6 @@
 #include "Simulator/Mac/Machine.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -32,18 +33,22 @@ Problem readDdc(DisplayInFile& display, const plist::Value& value);
 Problem readProcessor(MachineInFile& machine, const plist::Value& value);
 Problem readVersion(MachineInFile& machine, const plist::Value& value);
 Problem readDisplays(MachineInFile& machine, const plist::Value& value);
+template <auto kField>
 Problem readProcesses(MachineInFile& machine, const plist::Value& value);
+Problem readWindows(ProcessDescription& process, const plist::Value& value);
 
 // The keys of a machine file. Kind and default are those of the field; what is not a field of its own has a remark.
 
 constexpr auto kMachineKeys = std::to_array<RecordKey<MachineInFile>>({
     {"name", field<&MachineDescription::name>},
-    {"processor", readProcessor},    // "intel" (default) or "appleSilicon"
-    {"systemVersion", readVersion},  // text "12.6" or "12.6.1"
-    {"displays", readDisplays},      // array of dictionaries, required
-    {"processes", readProcesses},    // array of dictionaries: what runs beside the daemon
+    {"processor", readProcessor},                                        // "intel" (default) or "appleSilicon"
+    {"systemVersion", readVersion},                                      // text "12.6" or "12.6.1"
+    {"displays", readDisplays},                                          // array of dictionaries, required
+    {"processes", readProcesses<&MachineDescription::processes>},        // array of dictionaries: what runs …
+    {"applications", readProcesses<&MachineDescription::applications>},  // … and what could be launched
     {"graphicsControl", field<&MachineDescription::graphicsControl>},
     {"darkAppearance", field<&MachineDescription::darkAppearance>},
+    {"accessibilityTrusted", field<&MachineDescription::accessibilityTrusted>},
     {"decimalSeparator", field<&MachineDescription::decimalSeparator>},
 });
 
@@ -52,6 +57,7 @@ constexpr auto kProcessKeys = std::to_array<RecordKey<ProcessDescription>>({
     {"name", field<&ProcessDescription::name>},
     {"bundlePath", field<&ProcessDescription::bundlePath>},
     {"version", field<&ProcessDescription::version>},
+    {"windows", readWindows},  // array of texts "X,Y WxH" or "X,Y WxH layer N", points
 });
 
 constexpr auto kDisplayKeys = std::to_array<RecordKey<DisplayInFile>>({
@@ -77,6 +83,7 @@ constexpr auto kDisplayKeys = std::to_array<RecordKey<DisplayInFile>>({
     {"ddc", readDdc},              // "none" (default) or "healthy"
     {"ddcMaximum", field<&DisplayDescription::ddcMaximum>},
     {"ddcCurrent", field<&DisplayDescription::ddcCurrent>},
+    {"presets", field<&DisplayDescription::presets>},
     {"probeOptions", field<&DisplayDescription::probeOptions>},
 });
 
@@ -115,6 +122,7 @@ constexpr auto kListedModeKeys = std::to_array<RecordKey<ListedMode>>({
     {"hidden", field<&ListedMode::hidden>},
     {"interlaced", field<&ListedMode::interlaced>},
     {"noTimingData", field<&ListedMode::noTimingData>},
+    {"unsafe", field<&ListedMode::unsafe>},
     {"depths", field<&ListedMode::depths>},
 });
 
@@ -194,8 +202,31 @@ Problem readDisplays(MachineInFile& machine, const plist::Value& value) {
   });
 }
 
+Problem readWindow(const plist::Value& value, WindowDescription& window) {
+  int x = 0;
+  int y = 0;
+  int width = 0;
+  int height = 0;
+  long long layer = 0;
+  int sizeEnd = 0;
+  int layerEnd = 0;
+  const std::string text = value.string() == nullptr ? "" : *value.string();
+  std::sscanf(text.c_str(), "%6d,%6d %6dx%6d%n layer %11lld%n", &x, &y, &width, &height, &sizeEnd, &layer, &layerEnd);
+  if (text.empty() || std::size_t(std::max(sizeEnd, layerEnd)) != text.size()) return "is no text of the form X,Y WxH";
+  if (width <= 0 || height <= 0) return "has no size";
+  window = {
+      .frame = {.origin = {.x = double(x), .y = double(y)}, .size = {.width = double(width), .height = double(height)}},
+      .layer = layer};
+  return std::nullopt;
+}
+
+Problem readWindows(ProcessDescription& process, const plist::Value& value) {
+  return readRecords(value, process.windows, readWindow);
+}
+
+template <auto kField>
 Problem readProcesses(MachineInFile& machine, const plist::Value& value) {
-  return readRecords(value, machine.processes, [](const plist::Value& one, ProcessDescription& process) -> Problem {
+  return readRecords(value, machine.*kField, [](const plist::Value& one, ProcessDescription& process) -> Problem {
     if (const Problem problem = readBy(kProcessKeys, one, process)) return problem;
     if (process.name.empty()) return "has no name";
     return std::nullopt;

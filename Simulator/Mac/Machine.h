@@ -49,8 +49,17 @@ struct DisplayDescription {
   /// Highest value and current value of its brightness control over DDC/CI.
   std::uint16_t ddcMaximum = 100;
   std::uint16_t ddcCurrent = 75;
+  /// Names of the colour presets that it offers; their identifiers follow from the name.
+  std::vector<std::string> presets;
   /// The frame buffer's "IOFBProbeOptions"; absent: it has none.
   std::optional<std::int32_t> probeOptions;
+};
+
+/// A window that a process has open as long as it runs.
+struct WindowDescription {
+  Rect frame = {};
+  /// Of the window server; 0 is that of ordinary windows, desktops lie far below.
+  std::int64_t layer = 0;
 };
 
 struct ProcessDescription {
@@ -58,6 +67,8 @@ struct ProcessDescription {
   std::string name = {};
   std::string bundlePath = {};
   std::string version = {};
+  /// The first one in front.
+  std::vector<WindowDescription> windows = {};
 };
 
 struct MachineDescription {
@@ -65,10 +76,15 @@ struct MachineDescription {
   Processor processor = Processor::intel;
   OperatingSystemVersion systemVersion{.majorVersion = 12, .minorVersion = 6, .patchVersion = 0};
   std::vector<DisplayDescription> displays;
+  /// What runs from the beginning, and the applications that do not but are installed. A path that is empty is that of
+  /// "/Applications/NAME.app".
   std::vector<ProcessDescription> processes;
+  std::vector<ProcessDescription> applications;
   /// Whether the machine has a "AppleGraphicsControl" service (two graphics processors).
   bool graphicsControl = false;
   bool darkAppearance = false;
+  /// Whether the user lets programs control the computer.
+  bool accessibilityTrusted = false;
   std::string decimalSeparator = ".";
 };
 

@@ -15,7 +15,6 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Numbers.h"
 #include "Simulator/Mac/PropertyListGuard.h"
 
 namespace vlm::sim {
@@ -34,10 +33,6 @@ template <class T>
 using Memory = std::unique_ptr<T, FreeMemory>;
 
 constexpr std::chrono::sys_days kReferenceDay = std::chrono::year(2001) / 1 / 1;
-/// A date in a property list has a year of four digits.
-constexpr int kFirstYear = 1, kLastYear = 9999;
-
-// --- Reading ---
 
 /// Nothing for what no property list of ours holds. The depth is limited by the guard.
 std::optional<plist::Value> valueOf(plist_t node);
@@ -67,7 +62,7 @@ std::optional<plist::Value> dateFromTextOf(plist_t node) {
                                         &hours, &minutes, &seconds) != 6) {
     return std::nullopt;
   }
-  const std::chrono::year heldYear(std::clamp(year, kFirstYear, kLastYear));
+  const std::chrono::year heldYear(std::clamp(year, kFirstDateYear, kLastDateYear));
   const auto days = std::chrono::sys_days(heldYear / std::chrono::month(month) / std::chrono::day(day)) - kReferenceDay;
   const auto sinceThen =
       days + std::chrono::hours(hours) + std::chrono::minutes(minutes) + std::chrono::seconds(seconds);
@@ -155,77 +150,6 @@ std::optional<plist::Value> valueOf(plist_t node) {
   }
 }
 
-// --- Writing ---
-
-plist_t nodeOf(const plist::Value& value);
-
-plist_t nodeFromText(const std::string& element) {
-  const std::string text = "<plist>" + element + "</plist>";
-  plist_t node = nullptr;
-  plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &node);
-  return node;
-}
-
-/// libplist's own maker of integers takes every number for a signed one; its reader does not.
-plist_t largeIntegerNode(std::uint64_t number) {
-  return nodeFromText("<integer>" + std::to_string(number) + "</integer>");
-}
-
-/// libplist's own maker of dates has 32 bits for the seconds; its reader has more.
-plist_t dateNode(const plist::Date& date) {
-  using namespace std::chrono;
-  constexpr sys_seconds kFirst = sys_days(year(kFirstYear) / 1 / 1);
-  constexpr sys_seconds kLast = sys_days(year(kLastYear + 1) / 1 / 1) - seconds(1);
-  const auto inInt64 = wholePartTo<std::int64_t>(date.secondsSinceReferenceDate);
-  const auto held = std::clamp(inInt64, (kFirst - kReferenceDay).count(), (kLast - kReferenceDay).count());
-  const sys_seconds moment = kReferenceDay + seconds(held);
-  const sys_days day = floor<days>(moment);
-  const year_month_day calendar(day);
-  const hh_mm_ss time(moment - day);
-  char text[64];
-  std::snprintf(text, sizeof text, "<date>%04d-%02u-%02uT%02d:%02d:%02dZ</date>", static_cast<int>(calendar.year()),
-                static_cast<unsigned>(calendar.month()), static_cast<unsigned>(calendar.day()),
-                static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                static_cast<int>(time.seconds().count()));
-  return nodeFromText(text);
-}
-
-plist_t dictionaryNode(const plist::Dictionary& dictionary) {
-  plist_t node = plist_new_dict();
-  for (const plist::Entry& entry : dictionary) plist_dict_set_item(node, entry.key.c_str(), nodeOf(entry.value));
-  return node;
-}
-
-plist_t arrayNode(const plist::Array& array) {
-  plist_t node = plist_new_array();
-  for (const plist::Value& value : array) plist_array_append_item(node, nodeOf(value));
-  return node;
-}
-
-plist_t nodeOf(const plist::Value& value) {
-  switch (value.kind()) {
-    case plist::Value::Kind::boolean:
-      return plist_new_bool(value.boolean() ? 1 : 0);
-    case plist::Value::Kind::integer:
-      return plist_new_uint(static_cast<std::uint64_t>(value.sInt64()));
-    case plist::Value::Kind::unsignedInteger:
-      return largeIntegerNode(value.uInt64());
-    case plist::Value::Kind::real:
-      return plist_new_real(value.real());
-    case plist::Value::Kind::string:
-      return plist_new_string(value.string()->c_str());
-    case plist::Value::Kind::data:
-      return plist_new_data(reinterpret_cast<const char*>(value.data()->data()), value.data()->size());
-    case plist::Value::Kind::date:
-      return dateNode(*value.date());
-    case plist::Value::Kind::array:
-      return arrayNode(*value.array());
-    case plist::Value::Kind::dictionary:
-      return dictionaryNode(*value.dictionary());
-  }
-  return nullptr;
-}
-
 /// Of UTF-8; some editors put it in front. libplist does not know it.
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
@@ -241,6 +165,7 @@ PropertyListResult parsePropertyList(const std::string& content) {
   if (content.size() > kLargestPropertyListFile) return refused("it is too large");
   std::string_view list = content;
   if (list.starts_with(kByteOrderMark)) list.remove_prefix(kByteOrderMark.size());
+  if (auto composed = readComposedPropertyList(list)) return {.value = std::move(composed), .reason = {}};
   if (auto danger = dangerInPropertyList(list)) return refused(std::move(*danger));
   plist_t raw = nullptr;
   plist_from_memory(list.data(), static_cast<std::uint32_t>(list.size()), &raw);
@@ -259,15 +184,6 @@ PropertyListResult readPropertyList(const std::string& path) {
   return parsePropertyList(*content);
 }
 
-std::string composePropertyList(const plist::Value& value) {
-  const Node root(nodeOf(value));
-  char* text = nullptr;
-  std::uint32_t length = 0;
-  plist_to_xml(root.get(), &text, &length);
-  const Memory<char> owner(text);
-  return text == nullptr ? std::string() : std::string(text, length);
-}
-
 std::optional<std::string> readFile(const std::string& path, std::size_t largest, std::string& reason) {
   struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -278,13 +194,11 @@ std::optional<std::string> readFile(const std::string& path, std::size_t largest
     return std::nullopt;
   }
   std::string content;
-  constexpr std::size_t kChunk = 1UL << 18;
+  char chunk[1 << 16];
   while (content.size() <= largest) {
-    const std::size_t before = content.size();
-    content.resize(before + kChunk);
-    const std::size_t read = std::fread(content.data() + before, 1, kChunk, file.get());
-    content.resize(before + read);
+    const std::size_t read = std::fread(chunk, 1, sizeof chunk, file.get());
     if (read == 0) break;
+    content.append(chunk, read);
   }
   if (std::ferror(file.get()) != 0) {
     reason = std::strerror(errno);

@@ -20,11 +20,13 @@ Ports Session::ports() {
   return {.appleEvents = ports_->appleEvents,
           .application = ports_->application,
           .bundle = ports_->bundle,
+          .colorSync = ports_->colorSync,
           .files = ports_->files,
           .input = ports_->input,
           .registry = ports_->registry,
           .monitorBus = ports_->monitorBus,
           .notifications = ports_->notifications,
+          .powerSources = ports_->powerSources,
           .preferences = ports_->preferences,
           .quartz = ports_->quartz,
           .runLoop = ports_->runLoop,
@@ -91,6 +93,7 @@ void Session::forgetRequests() {
   ports_->input.sessionEnded();
   ports_->appleEvents.sessionEnded();
   ports_->userInterface.sessionEnded();
+  ports_->powerSources.sessionEnded();
 }
 
 /// Called within the process, for the last time.

@@ -3,11 +3,13 @@
 #include "Simulator/Mac/SimulatedAppleEvents.h"
 #include "Simulator/Mac/SimulatedApplication.h"
 #include "Simulator/Mac/SimulatedBundle.h"
+#include "Simulator/Mac/SimulatedColorSync.h"
 #include "Simulator/Mac/SimulatedFiles.h"
 #include "Simulator/Mac/SimulatedIORegistry.h"
 #include "Simulator/Mac/SimulatedInput.h"
 #include "Simulator/Mac/SimulatedMonitorBus.h"
 #include "Simulator/Mac/SimulatedNotifications.h"
+#include "Simulator/Mac/SimulatedPowerSources.h"
 #include "Simulator/Mac/SimulatedPreferences.h"
 #include "Simulator/Mac/SimulatedQuartz.h"
 #include "Simulator/Mac/SimulatedRunLoop.h"
@@ -24,11 +26,13 @@ struct SessionPorts {
       : appleEvents(mac, session),
         application(mac, session),
         bundle(mac, session),
+        colorSync(mac),
         files(mac, session),
         input(mac, session),
         registry(mac, session),
         monitorBus(mac, session),
         notifications(mac, session),
+        powerSources(mac, session),
         preferences(mac, session),
         quartz(mac, session),
         runLoop(mac, session),
@@ -40,11 +44,13 @@ struct SessionPorts {
   SimulatedAppleEvents appleEvents;
   SimulatedApplication application;
   SimulatedBundle bundle;
+  SimulatedColorSync colorSync;
   SimulatedFiles files;
   SimulatedInput input;
   SimulatedIORegistry registry;
   SimulatedMonitorBus monitorBus;
   SimulatedNotifications notifications;
+  SimulatedPowerSources powerSources;
   SimulatedPreferences preferences;
   SimulatedQuartz quartz;
   SimulatedRunLoop runLoop;

@@ -38,10 +38,17 @@ std::optional<plist::Data> SimulatedFiles::CFURLCreateBookmarkDataFromAliasRecor
 
 std::optional<std::string> SimulatedFiles::writeToURLAtomically(const plist::Dictionary& dictionary,
                                                                 const std::string& path) {
-  if (mac_.fileWriteFailure) return mac_.fileWriteFailure;
-  auto failure = replaceFile(path, composePropertyList(dictionary));
+  auto failure = replaceFile(path, composePropertyList(dictionary), mac_.diskFault);
   if (!failure) session_.record("writeToURLAtomically(" + mac_.shortPath(path) + ")");
   return failure;
 }
+
+std::optional<std::string> SimulatedFiles::copyItem(const std::string& from, const std::string& to) {
+  auto failure = copyFile(from, to, mac_.diskFault);
+  if (!failure) session_.record("copyItem(" + mac_.shortPath(from) + ", " + mac_.shortPath(to) + ")");
+  return failure;
+}
+
+void SimulatedFiles::removeUnfinishedWrites(const std::string& path) { sim::removeUnfinishedWrites(path); }
 
 }  // namespace vlm::sim

@@ -18,6 +18,8 @@ class SimulatedFiles : public Files {
   std::optional<plist::Data> CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) override;
   std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,
                                                   const std::string& path) override;
+  std::optional<std::string> copyItem(const std::string& from, const std::string& to) override;
+  void removeUnfinishedWrites(const std::string& path) override;
 
  private:
   SimulatedMac& mac_;

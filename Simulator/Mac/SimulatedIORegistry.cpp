@@ -72,6 +72,7 @@ IOReturn SimulatedIORegistry::IOServiceRequestProbe(io_service_t service, IOOpti
   std::array<char, 16> text{};
   std::snprintf(text.data(), text.size(), "0x%x", options);
   session_.record("IOServiceRequestProbe(" + display->description.name + ", " + text.data() + ")");
+  mac_.windowServer().probe();
   return kIOReturnSuccess;
 }
 

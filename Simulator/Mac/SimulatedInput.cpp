@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Simulator/Mac/JournalText.h"
+#include "Simulator/Mac/Mouse.h"
 #include "Simulator/Mac/Scheduler.h"
 #include "Simulator/Mac/Session.h"
 #include "Simulator/Mac/SimulatedMac.h"
@@ -80,6 +81,8 @@ void SimulatedInput::deliver(const CarbonEvent& event) {
 void SimulatedInput::sessionEnded() {
   hotKeys_.clear();
   std::exchange(handlers_, {}).clear();
+  std::exchange(monitors_, {}).clear();
+  mac_.mouse().sessionEnded(session_);
 }
 
 std::optional<std::string> SimulatedInput::UCKeyTranslate(std::uint16_t virtualKeyCode,

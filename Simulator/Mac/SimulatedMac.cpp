@@ -8,6 +8,8 @@
 #include <system_error>
 #include <utility>
 
+#include "Simulator/Mac/MachineEvents.h"
+#include "Simulator/Mac/Mouse.h"
 #include "Simulator/Mac/Scheduler.h"
 #include "Simulator/Mac/SessionPorts.h"
 
@@ -29,14 +31,22 @@ std::string temporaryFolder() {
   return path;
 }
 
+std::string pathOf(const ProcessDescription& application) {
+  return application.bundlePath.empty() ? "/Applications/" + application.name + ".app" : application.bundlePath;
+}
+
 std::string noSuchDisplay(const std::string& name) { return "there is no display \"" + name + "\""; }
 
 }  // namespace
 
 struct SimulatedMac::Implementation {
+  explicit Implementation(SimulatedMac& mac) : windows(mac), mouse(mac) {}
+
   bool homeIsTemporary = false;
   Scheduler scheduler;
   PreferenceStore preferenceStore;
+  WindowStack windows;
+  Mouse mouse;
   LocalizedTexts localizedTexts;
   std::vector<StatusItem> statusItems;
   std::vector<Notification> distributedPosts;
@@ -48,10 +58,12 @@ struct SimulatedMac::Implementation {
 };
 
 SimulatedMac::SimulatedMac(MachineDescription machine, std::string homeFolder)
-    : darkAppearance(machine.darkAppearance),
+    : accessibilityTrusted(machine.accessibilityTrusted),
+      darkAppearance(machine.darkAppearance),
       machine_(std::move(machine)),
       windowServer_(std::make_unique<WindowServer>(machine_, journal_)),
-      implementation_(std::make_unique<Implementation>()) {
+      events_(std::make_unique<MachineEvents>(*this)),
+      implementation_(std::make_unique<Implementation>(*this)) {
   implementation_->homeIsTemporary = homeFolder.empty();
   homeFolder_ =
       homeFolder.empty() ? temporaryFolder() : std::filesystem::absolute(homeFolder).lexically_normal().string();
@@ -85,7 +97,7 @@ SimulatedDisplay& SimulatedMac::display(const std::string& name) {
 Session& SimulatedMac::addSession(const ProcessDescription& description) {
   ProcessDescription placed = description;
   const std::int32_t identifier = implementation_->nextProcessIdentifier++;
-  if (placed.bundlePath.empty()) placed.bundlePath = "/Applications/" + placed.name + ".app";
+  placed.bundlePath = pathOf(placed);
   for (Session* const other : sessions()) {
     if (other->description().bundlePath != placed.bundlePath) continue;
     placed.bundlePath = "/Volumes/" + std::to_string(identifier) + placed.bundlePath;
@@ -119,6 +131,30 @@ Session* SimulatedMac::sessionWithProcessIdentifier(std::int32_t processIdentifi
   return nullptr;
 }
 
+std::optional<ProcessDescription> SimulatedMac::findApplication(
+    const std::function<bool(const ProcessDescription&)>& isWanted) const {
+  std::vector<ProcessDescription> known;
+  for (const auto& session : implementation_->sessions) {
+    if (session->isRunning()) known.push_back(session->description());
+  }
+  for (const auto* const installed : {&machine_.applications, &machine_.processes}) {
+    known.insert(known.end(), installed->begin(), installed->end());
+  }
+  for (ProcessDescription& application : known) {
+    application.bundlePath = pathOf(application);
+    if (isWanted(application)) return application;
+  }
+  return std::nullopt;
+}
+
+Session* SimulatedMac::launchApplication(const std::string& bundlePath) {
+  for (Session* const session : sessions()) {
+    if (session->description().bundlePath == bundlePath) return session;
+  }
+  const auto application = findApplication([&](const auto& known) { return known.bundlePath == bundlePath; });
+  return application ? &addSession(*application) : nullptr;
+}
+
 void SimulatedMac::signal(Session& session, int signal) {
   if (session.isRunning() && !session.adapters().runLoop.deliverSignal(signal)) session.end();
 }
@@ -132,9 +168,17 @@ void SimulatedMac::sendAppleEvent(Session& session, std::uint32_t eventClass, st
 
 double SimulatedMac::now() const { return implementation_->scheduler.now(); }
 
-void SimulatedMac::advance(double seconds) { scheduler().advance(seconds); }
+void SimulatedMac::advance(double seconds) {
+  if (events_->isAsleep()) {
+    scheduler().passTime(seconds);
+  } else {
+    scheduler().advance(seconds);
+  }
+}
 
-void SimulatedMac::turn() { scheduler().turn(); }
+void SimulatedMac::turn() {
+  if (!events_->isAsleep()) scheduler().turn();
+}
 
 // --- What happens from outside ---
 
@@ -183,8 +227,7 @@ bool SimulatedMac::pressKey(std::uint32_t keyCode, std::uint32_t modifiers) {
 }
 
 void SimulatedMac::postDistributed(const Notification& notification) {
-  Notification travelling = notification;
-  travelling.sender = nullptr;  // objects stay in their process
+  Notification travelling = asItTravels(notification);
   implementation_->distributedPosts.push_back(travelling);
   // Only who observes at this moment is sent it: a process that registers later has missed it.
   const ObserverToken last = lastReference();
@@ -206,11 +249,31 @@ void SimulatedMac::postWorkspace(const Notification& notification) {
 
 const std::vector<Notification>& SimulatedMac::distributedPosts() const { return implementation_->distributedPosts; }
 
+void SimulatedMac::forgetHistory() {
+  journal_.clear();
+  log.clear();
+  implementation_->distributedPosts.clear();
+}
+
 void SimulatedMac::activateUserNotification(const std::string& identifier) {
+  deliveredNotifications.insert(identifier);
   for (Session* const session : sessions()) {
     scheduler().onNextTurn(session, [session, identifier] { session->adapters().userInterface.activate(identifier); });
   }
 }
+
+void SimulatedMac::setPowerSource(const std::string& type) {
+  if (powerSource == type) return;
+  powerSource = type;
+  journal_.add("user: power(" + type + ")");
+  for (Session* const session : sessions()) {
+    scheduler().onNextTurn(session, [session] { session->adapters().powerSources.powerSourceChanged(); });
+  }
+}
+
+Mouse& SimulatedMac::mouse() { return implementation_->mouse; }
+
+WindowStack& SimulatedMac::windows() { return implementation_->windows; }
 
 // --- What can be seen ---
 

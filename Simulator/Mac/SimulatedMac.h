@@ -4,11 +4,13 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "Platform/Notifications.h"
 #include "Platform/UserInterface.h"
+#include "Simulator/Mac/AtomicFile.h"
 #include "Simulator/Mac/Journal.h"
 #include "Simulator/Mac/Machine.h"
 #include "Simulator/Mac/Session.h"
@@ -17,8 +19,11 @@
 namespace vlm::sim {
 
 class LocalizedTexts;
+class MachineEvents;
+class Mouse;
 class PreferenceStore;
 class Scheduler;
+class WindowStack;
 
 /// A whole Mac: displays, registry, run loops, notification centres, files, processes. It keeps the platform's rules
 /// and owns the clock: nothing happens, and no time passes, unless a test or scenario says so.
@@ -55,6 +60,12 @@ class SimulatedMac {
   /// Every process that runs, in the order of their start.
   std::vector<Session*> sessions();
   Session* sessionWithProcessIdentifier(std::int32_t processIdentifier);
+  /// The first application of that kind, of those that run and then of those that are installed, with its path.
+  std::optional<ProcessDescription> findApplication(
+      const std::function<bool(const ProcessDescription&)>& isWanted) const;
+  /// Starts the application at a path as a session without a program, or answers the one that runs; null when there is
+  /// no application.
+  Session* launchApplication(const std::string& bundlePath);
   /// Sends a signal (SIGINT) to a process: its handler's body, or its end.
   void signal(Session& session, int signal);
   /// Sends an Apple event to a process, delivered on the next turn; nothing happens when it has no handler for it.
@@ -71,6 +82,10 @@ class SimulatedMac {
   void turn();
 
   // --- What happens from outside ---
+
+  /// Sleep, wake, ports, users, power and what other programs do to a display: as the machine's events
+  /// (MachineEvents.h).
+  MachineEvents& events() { return *events_; }
 
   /// Each answers why it is refused, or nothing.
   std::optional<std::string> plug(const std::string& displayName);
@@ -91,11 +106,30 @@ class SimulatedMac {
   /// What was posted on the distributed centre so far, by anybody.
   const std::vector<Notification>& distributedPosts() const;
 
+  /// Movements and clicks.
+  Mouse& mouse();
+  WindowStack& windows();
+
+  /// Drops the journal, the log and the posts so far: of a run too long for anybody to read.
+  void forgetHistory();
+
   /// The user clicks a delivered notice; every process that is a delegate of the notification centre hears of it.
   void activateUserNotification(const std::string& identifier);
 
+  /// What the machine lives on ("AC Power", "Battery Power", "Off Line"); absent: it cannot tell. setPowerSource tells
+  /// the processes.
+  std::optional<std::string> powerSource = "AC Power";
+  void setPowerSource(const std::string& type);
+
   /// Modifiers held on the keyboard, Carbon bits.
   std::uint32_t modifiersHeld = 0;
+  /// Whether the user lets programs control the computer. Taps that are there already stand still without it.
+  bool accessibilityTrusted = false;
+  /// What the user chooses from the next menu that pops up: the title of an entry, in it or in a menu below; absent:
+  /// nothing.
+  std::optional<std::string> menuChoice;
+  /// Identifiers of the notices that the notification centre shows.
+  std::set<std::string> deliveredNotifications;
   bool grayscale = false;
   bool darkAppearance = false;
   /// The kernel's "sysctl.proc_translated"; absent: it does not know the name.
@@ -108,8 +142,8 @@ class SimulatedMac {
   bool logEnabled = true;
   /// Log lines of all processes, "daemon: text" each.
   std::vector<std::string> log;
-  /// Fails writing of files with this reason while set.
-  std::optional<std::string> fileWriteFailure;
+  /// What the disk refuses the processes that write files.
+  DiskFault diskFault = DiskFault::none;
   /// Whether processes find the Library folders, their own and the machine-wide one.
   bool hasLibraryFolders = true;
 
@@ -149,6 +183,7 @@ class SimulatedMac {
   std::string homeFolder_;
   Journal journal_;
   std::unique_ptr<WindowServer> windowServer_;
+  std::unique_ptr<MachineEvents> events_;
   std::unique_ptr<Implementation> implementation_;
 };
 

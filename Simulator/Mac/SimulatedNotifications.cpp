@@ -4,10 +4,50 @@
 #include <vector>
 
 #include "Simulator/Mac/JournalText.h"
+#include "Simulator/Mac/PropertyListGuard.h"
 #include "Simulator/Mac/Session.h"
 #include "Simulator/Mac/SimulatedMac.h"
 
 namespace vlm::sim {
+
+namespace {
+
+/// Containers that have too many others around them stay behind, their neighbours come along.
+plist::Dictionary withoutDeepParts(const plist::Dictionary& dictionary, std::size_t depth);
+
+plist::Array withoutDeepParts(const plist::Array& array, std::size_t depth);
+
+std::optional<plist::Value> withoutDeepParts(const plist::Value& value, std::size_t depth) {
+  const bool isContainer = value.array() != nullptr || value.dictionary() != nullptr;
+  if (!isContainer) return value;
+  if (depth >= kDeepestPropertyList) return std::nullopt;
+  if (value.array() != nullptr) return withoutDeepParts(*value.array(), depth + 1);
+  return withoutDeepParts(*value.dictionary(), depth + 1);
+}
+
+plist::Array withoutDeepParts(const plist::Array& array, std::size_t depth) {
+  plist::Array kept;
+  for (const plist::Value& value : array) {
+    if (auto part = withoutDeepParts(value, depth)) kept.push_back(std::move(*part));
+  }
+  return kept;
+}
+
+plist::Dictionary withoutDeepParts(const plist::Dictionary& dictionary, std::size_t depth) {
+  std::vector<plist::Entry> kept;
+  for (const plist::Entry& entry : dictionary) {
+    if (auto part = withoutDeepParts(entry.value, depth)) kept.push_back({entry.key, std::move(*part)});
+  }
+  return plist::Dictionary(std::move(kept));
+}
+
+}  // namespace
+
+Notification asItTravels(const Notification& notification) {
+  Notification travelling{.name = notification.name, .object = notification.object, .sender = nullptr, .userInfo = {}};
+  if (notification.userInfo) travelling.userInfo = withoutDeepParts(*notification.userInfo, 1);
+  return travelling;
+}
 
 bool SimulatedNotifications::Observer::hears(NotificationCenter at, const Notification& notification) const {
   return center == at && name == notification.name && (!object || object == notification.object);

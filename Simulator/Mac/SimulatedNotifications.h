@@ -12,6 +12,9 @@ namespace vlm::sim {
 class Session;
 class SimulatedMac;
 
+/// What other processes get of a distributed notification: no objects, and containers no deeper than in a file.
+Notification asItTravels(const Notification& notification);
+
 /// One process's observers at the three notification centres.
 class SimulatedNotifications : public Notifications {
  public:

@@ -29,8 +29,9 @@ void PreferenceStore::read(const std::string& applicationID) {
   domains_[applicationID] = values == nullptr ? plist::Dictionary() : std::move(*values);
 }
 
-std::optional<std::string> PreferenceStore::write(const std::string& applicationID, plist::Dictionary values) {
-  if (auto failure = replaceFile(pathOf(applicationID), composePropertyList(values))) return failure;
+std::optional<std::string> PreferenceStore::write(const std::string& applicationID, plist::Dictionary values,
+                                                  DiskFault fault) {
+  if (auto failure = replaceFile(pathOf(applicationID), composePropertyList(values), fault)) return failure;
   domains_[applicationID] = std::move(values);
   return std::nullopt;
 }
@@ -66,7 +67,7 @@ bool SimulatedPreferences::CFPreferencesSynchronize(const std::string& applicati
       values.remove(key);
     }
   }
-  if (mac_.fileWriteFailure || store.write(applicationID, std::move(values))) return false;
+  if (store.write(applicationID, std::move(values), mac_.diskFault)) return false;
   session_.record("CFPreferencesSynchronize(" + applicationID + ")");
   changes_.erase(changes);
   return true;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Platform/Preferences.h"
+#include "Simulator/Mac/AtomicFile.h"
 
 namespace vlm::sim {
 
@@ -21,7 +22,7 @@ class PreferenceStore {
   const plist::Dictionary& domain(const std::string& applicationID);
   void read(const std::string& applicationID);
   /// Answers the reason of a failure; then the domain is as it was.
-  std::optional<std::string> write(const std::string& applicationID, plist::Dictionary values);
+  std::optional<std::string> write(const std::string& applicationID, plist::Dictionary values, DiskFault fault);
 
  private:
   std::string pathOf(const std::string& applicationID) const;

@@ -5,6 +5,7 @@
 
 #include "Simulator/Mac/DisplayModes.h"
 #include "Simulator/Mac/JournalText.h"
+#include "Simulator/Mac/Mouse.h"
 
 namespace vlm::sim {
 namespace {
@@ -230,6 +231,37 @@ CGError SimulatedQuartz::CGDisplayRegisterReconfigurationCallback(Reconfiguratio
 /// The number 0 means the main display: the cursor belongs to the whole desktop.
 CGError SimulatedQuartz::CGDisplayShowCursor(CGDirectDisplayID display) {
   session_.record("CGDisplayShowCursor(" + nameOf(display) + ")");
+  return kCGErrorSuccess;
+}
+
+/// A display that is off has bounds and shows nothing; one that sleeps keeps its place.
+CGError SimulatedQuartz::CGGetDisplaysWithPoint(Point point, std::uint32_t maxDisplays,
+                                                std::span<CGDirectDisplayID> displays, std::uint32_t& count) const {
+  if (!displays.empty() && displays.size() < maxDisplays) return kCGErrorIllegalArgument;
+  count = 0;
+  const WindowServer& server = mac_.windowServer();
+  for (const bool mirrors : {false, true}) {
+    for (const auto& display : server.displays()) {
+      if (!display->isArranged() || (display->mirrors != kCGNullDirectDisplay) != mirrors) continue;
+      if (!server.bounds(*display).contains(point)) continue;
+      // Who only counts may leave the limit at 0.
+      if (!displays.empty() && count == maxDisplays) return kCGErrorSuccess;
+      if (!displays.empty()) displays[count] = display->id;
+      ++count;
+    }
+  }
+  return kCGErrorSuccess;
+}
+
+CGError SimulatedQuartz::CGAssociateMouseAndMouseCursorPosition(bool connected) {
+  session_.record(std::string("CGAssociateMouseAndMouseCursorPosition(") + (connected ? "yes" : "no") + ")");
+  mac_.mouse().setMovesCursor(session_, connected);
+  return kCGErrorSuccess;
+}
+
+CGError SimulatedQuartz::CGWarpMouseCursorPosition(Point point) {
+  session_.record("CGWarpMouseCursorPosition(" + numberText(point.x) + ", " + numberText(point.y) + ")");
+  mac_.mouse().cursor = point;
   return kCGErrorSuccess;
 }
 

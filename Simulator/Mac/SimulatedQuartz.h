@@ -10,7 +10,7 @@
 namespace vlm::sim {
 
 /// The window server as one process sees it.
-class SimulatedQuartz final : public Quartz {
+class SimulatedQuartz : public Quartz {
  public:
   SimulatedQuartz(SimulatedMac& mac, Session& session);
   ~SimulatedQuartz() override;
@@ -58,6 +58,10 @@ class SimulatedQuartz final : public Quartz {
   CGError CGDisplayRegisterReconfigurationCallback(ReconfigurationCallback callback) override;
 
   CGError CGDisplayShowCursor(CGDirectDisplayID display) override;
+  CGError CGGetDisplaysWithPoint(Point point, std::uint32_t maxDisplays, std::span<CGDirectDisplayID> displays,
+                                 std::uint32_t& count) const override;
+  CGError CGAssociateMouseAndMouseCursorPosition(bool connected) override;
+  CGError CGWarpMouseCursorPosition(Point point) override;
   std::optional<DisplayTransferFormula> CGGetDisplayTransferByFormula(CGDirectDisplayID display) const override;
   CGError CGSetDisplayTransferByFormula(CGDirectDisplayID display, const DisplayTransferFormula& formula) override;
 

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "Platform/Numbers.h"
 #include "Simulator/Mac/JournalText.h"
+#include "Simulator/Mac/UuidText.h"
 
 namespace vlm::sim {
 namespace {
@@ -14,7 +16,10 @@ constexpr std::int32_t kUnsupported = static_cast<std::int32_t>(0xe00002c7);
 
 }  // namespace
 
-SimulatedSkyLight::SimulatedSkyLight(SimulatedMac& mac, Session& session) : mac_(mac), session_(session) {}
+SimulatedSkyLight::SimulatedSkyLight(SimulatedMac& mac, Session& session) : mac_(mac), session_(session) {
+  const auto listed = SimulatedSkyLight::CADisplays();
+  for (const std::uint32_t known : *listed) SimulatedSkyLight::CADisplayInvalidate(known);
+}
 
 bool SimulatedSkyLight::isSystemAtLeast(std::int64_t major, std::int64_t minor) const {
   const OperatingSystemVersion& version = mac_.machine().systemVersion;
@@ -73,15 +78,68 @@ std::optional<std::int32_t> SimulatedSkyLight::DisplayServicesSetBrightness(CGDi
 
 std::optional<std::int32_t> SimulatedSkyLight::DisplayServicesRegisterForBrightnessChangeNotifications(
     CGDirectDisplayID display, BrightnessCallback callback) {
-  if (findDimmable(display) == nullptr) return kUnsupported;
+  const SimulatedDisplay* const found = findDimmable(display);
+  if (found == nullptr) return kUnsupported;
+  session_.record("DisplayServicesRegisterForBrightnessChangeNotifications(" + found->description.name + ")");
   mac_.windowServer().addBrightnessCallback(session_, display, std::move(callback));
   return kSuccess;
 }
 
 std::optional<std::int32_t> SimulatedSkyLight::DisplayServicesUnregisterForBrightnessChangeNotifications(
     CGDirectDisplayID display) {
+  if (const SimulatedDisplay* const found = findDimmable(display)) {
+    session_.record("DisplayServicesUnregisterForBrightnessChangeNotifications(" + found->description.name + ")");
+  }
   mac_.windowServer().removeBrightnessCallback(session_, display);
   return kSuccess;
+}
+
+std::optional<std::int32_t> SimulatedSkyLight::CoreDisplay_Display_GetPresetCount(CGDirectDisplayID display) {
+  if (!isSystemAtLeast(10, 15)) return std::nullopt;
+  const SimulatedDisplay* const found = find(display);
+  return found == nullptr ? 0 : truncateTo<std::int32_t>(found->description.presets.size());
+}
+
+std::optional<plist::Dictionary> SimulatedSkyLight::CoreDisplay_Display_CopyPresetData(CGDirectDisplayID display,
+                                                                                       std::int32_t index) {
+  if (!isSystemAtLeast(10, 15)) return std::nullopt;
+  const SimulatedDisplay* const found = find(display);
+  if (found == nullptr || index < 0 || static_cast<std::size_t>(index) >= found->description.presets.size()) {
+    return plist::Dictionary{{"PresetValid", false}};
+  }
+  const std::string& name = found->description.presets[static_cast<std::size_t>(index)];
+  return plist::Dictionary{{"PresetValid", true}, {"PresetName", name}, {"PresetUniqueID", uuidText("preset " + name)}};
+}
+
+std::optional<std::int32_t> SimulatedSkyLight::SLSDisplayGetActivePresetIndex(CGDirectDisplayID display) {
+  if (!isSystemAtLeast(10, 15)) return std::nullopt;
+  const SimulatedDisplay* const found = find(display);
+  return found == nullptr ? 0 : truncateTo<std::int32_t>(found->activePreset);
+}
+
+double SimulatedSkyLight::frameWidth(const SimulatedDisplay& display) const {
+  return display.isArranged() ? mac_.windowServer().bounds(display).size.width : 0;
+}
+
+std::optional<std::vector<std::uint32_t>> SimulatedSkyLight::CADisplays() {
+  std::vector<std::uint32_t> listed;
+  for (const auto& display : mac_.windowServer().displays()) {
+    const auto number = truncateTo<std::uint32_t>(caNumbers_.size() + 1);
+    const auto& [of, known] = *caNumbers_.emplace(display.get(), number).first;
+    if (frameWidth(*of) != 0 || caWidths_[known] != 0) listed.push_back(known);
+  }
+  return listed;
+}
+
+double SimulatedSkyLight::CADisplayFrameWidth(std::uint32_t caDisplay) {
+  const auto found = caWidths_.find(caDisplay);
+  return found == caWidths_.end() ? 0 : found->second;
+}
+
+void SimulatedSkyLight::CADisplayInvalidate(std::uint32_t caDisplay) {
+  for (const auto& [display, number] : caNumbers_) {
+    if (number == caDisplay) caWidths_[number] = frameWidth(*display);
+  }
 }
 
 }  // namespace vlm::sim

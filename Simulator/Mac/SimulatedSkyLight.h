@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+
 #include "Platform/SkyLight.h"
 #include "Simulator/Mac/SimulatedMac.h"
 
@@ -23,14 +25,30 @@ class SimulatedSkyLight final : public SkyLight {
   std::optional<std::int32_t> DisplayServicesUnregisterForBrightnessChangeNotifications(
       CGDirectDisplayID display) override;
 
+  std::optional<std::int32_t> CoreDisplay_Display_GetPresetCount(CGDirectDisplayID display) override;
+  std::optional<plist::Dictionary> CoreDisplay_Display_CopyPresetData(CGDirectDisplayID display,
+                                                                      std::int32_t index) override;
+  std::optional<std::int32_t> SLSDisplayGetActivePresetIndex(CGDirectDisplayID display) override;
+
+  /// Those that have a frame and those that had one when it was last looked at.
+  std::optional<std::vector<std::uint32_t>> CADisplays() override;
+  double CADisplayFrameWidth(std::uint32_t caDisplay) override;
+  void CADisplayInvalidate(std::uint32_t caDisplay) override;
+
  private:
   bool isSystemAtLeast(std::int64_t major, std::int64_t minor) const;
   SimulatedDisplay* find(CGDirectDisplayID display) const { return mac_.windowServer().displayWithID(display); }
   /// The display when the system reaches its brightness, else null.
   SimulatedDisplay* findDimmable(CGDirectDisplayID display) const;
 
+  /// Points; 0 while the display has no place on the desktop.
+  double frameWidth(const SimulatedDisplay& display) const;
+
   SimulatedMac& mac_;
   Session& session_;
+  /// Core Animation's numbers of displays, and the widths that this process was told last.
+  std::map<const SimulatedDisplay*, std::uint32_t> caNumbers_;
+  std::map<std::uint32_t, double> caWidths_;
 };
 
 }  // namespace vlm::sim

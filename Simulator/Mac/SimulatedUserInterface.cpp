@@ -19,6 +19,16 @@ std::string noticeText(std::uint32_t flags, const std::string& header, const std
 
 const char* yesOrNo(bool value) { return value ? "yes" : "no"; }
 
+/// An entry that can be chosen, in the menu or in one below it; null when there is none of that title.
+const Menu::Item* entryNamed(const Menu& menu, const std::string& title) {
+  for (const Menu::Item& item : menu.items) {
+    if (item.title == title && item.action) return &item;
+    const Menu::Item* const below = item.submenu == nullptr ? nullptr : entryNamed(*item.submenu, title);
+    if (below != nullptr) return below;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 SimulatedMac::StatusItem* SimulatedUserInterface::itemOf(StatusItemRef item) {
@@ -73,9 +83,28 @@ void SimulatedUserInterface::setImage(StatusItemRef item, const std::string& ima
 
 bool SimulatedUserInterface::isCurrentAppearanceDark() { return mac_.darkAppearance; }
 
+void SimulatedUserInterface::popUpMenu(std::shared_ptr<Menu> menu, Point location) {
+  const std::size_t entries = menu == nullptr ? 0 : menu->items.size();
+  session_.record("popUpMenu(" + numberText(location.x) + ", " + numberText(location.y) + ", " +
+                  std::to_string(entries) + (entries == 1 ? " entry)" : " entries)"));
+  const auto title = std::exchange(mac_.menuChoice, std::nullopt);
+  if (!title) return;
+  const Menu::Item* const chosen = menu == nullptr ? nullptr : entryNamed(*menu, *title);
+  if (chosen == nullptr) return mac_.addFault("the menu has no entry " + quoted(*title) + " that can be chosen");
+  mac_.journal().add("user: choose(" + quoted(*title) + ")");
+  // A copy: the menu may be made anew by what is chosen.
+  const auto action = chosen->action;
+  action();
+}
+
 void SimulatedUserInterface::setUserNotificationCenterDelegate(NotificationActivation activation) {
   session_.record("setUserNotificationCenterDelegate()");
   activation_ = std::move(activation);
+}
+
+void SimulatedUserInterface::removeDeliveredNotification(const std::string& identifier) {
+  if (mac_.deliveredNotifications.erase(identifier) == 0) return;
+  session_.record("removeDeliveredNotification(" + quoted(identifier) + ")");
 }
 
 void SimulatedUserInterface::CFUserNotificationDisplayNotice(double timeout, std::uint32_t flags,

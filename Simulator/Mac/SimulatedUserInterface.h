@@ -19,7 +19,9 @@ class SimulatedUserInterface : public UserInterface {
   void setVisible(StatusItemRef item, bool visible) override;
   void setImage(StatusItemRef item, const std::string& imageName) override;
   bool isCurrentAppearanceDark() override;
+  void popUpMenu(std::shared_ptr<Menu> menu, Point location) override;
   void setUserNotificationCenterDelegate(NotificationActivation activation) override;
+  void removeDeliveredNotification(const std::string& identifier) override;
   void CFUserNotificationDisplayNotice(double timeout, std::uint32_t flags, const std::string& header,
                                        const std::string& message) override;
   /// Nothing is delivered while it stands. One that neither the user nor a time-out would end is a fault.

@@ -64,6 +64,7 @@ void WindowServer::Implementation::onNextTurn(std::function<void()> body) const 
 
 void WindowServer::Implementation::notify(const DisplayConfiguration& before, const DisplayConfiguration& after,
                                           const Session* by) {
+  if (whenLeft && by == nullptr) return;
   const std::vector<DisplayNotice> notices = noticesOf(before, after);
   if (notices.empty()) return;
   const auto current = observers;  // who registers from now on hears of later changes only
@@ -78,6 +79,21 @@ void WindowServer::Implementation::notify(const DisplayConfiguration& before, co
   if (by == nullptr) return;
   for (const auto& observer : current) {
     if (observer->session == by) deliver(*observer, notices);
+  }
+}
+
+void WindowServer::leaveSession() { implementation_->whenLeft = implementation_->configuration(); }
+
+void WindowServer::returnToSession() {
+  if (!implementation_->whenLeft) return;
+  const DisplayConfiguration before = *std::exchange(implementation_->whenLeft, std::nullopt);
+  implementation_->notify(before, implementation_->configuration(), nullptr);
+}
+
+void WindowServer::callBack(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags) {
+  const auto current = implementation_->observers;
+  for (const auto& observer : current) {
+    if (observer->session != nullptr) observer->session->call([&] { observer->callback(display, flags); });
   }
 }
 

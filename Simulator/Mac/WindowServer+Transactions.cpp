@@ -34,7 +34,11 @@ void mirror(DisplayConfiguration& configuration, DisplayState& copy, SimulatedDi
 CGDisplayConfigRef WindowServer::begin(Session& session) {
   const std::uintptr_t number = implementation_->nextTransaction++;
   const std::string& process = session.description().name;
-  implementation_->transactions[number] = {.session = &session, .process = process, .open = true, .changes = {}};
+  // Those that have ended stay for a while, to tell whose a stale one is; not for ever.
+  constexpr std::size_t kMostKept = 64;
+  auto& all = implementation_->transactions;
+  if (all.size() >= kMostKept) std::erase_if(all, [](const auto& entry) { return !entry.second.open; });
+  all[number] = {.session = &session, .process = process, .open = true, .changes = {}};
   implementation_->journal.add(process + ": CGBeginDisplayConfiguration()");
   return referenceOf(number);
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include "Simulator/Mac/DdcMonitor.h"
@@ -17,25 +16,6 @@ constexpr CGDirectDisplayID kDisplayIDStep = 0x40;
 
 /// Two rates that a user would write the same: 59.94 and 60.
 constexpr double kRateTolerance = 0.51;
-
-std::uint64_t hashOf(std::string_view text, std::uint64_t start) {
-  for (const char character : text) start = (start ^ static_cast<unsigned char>(character)) * 0x100000001b3U;
-  return start;
-}
-
-/// The same monitor gives the same UUID wherever it is plugged in; one without a serial number is known by its port.
-std::string uuidOf(const SimulatedDisplay& display) {
-  const ParsedEdid& edid = display.edid;
-  const std::string identity =
-      std::to_string(edid.vendor) + "/" + std::to_string(edid.product) + "/" +
-      (edid.serial != 0 ? "serial " + std::to_string(edid.serial) : "port " + std::to_string(display.description.port));
-  const std::uint64_t high = hashOf(identity, 0xcbf29ce484222325U), low = hashOf(identity, high);
-  char text[37];
-  std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%012llX", static_cast<unsigned>(high >> 32),
-                static_cast<unsigned>(high >> 16 & 0xffff), static_cast<unsigned>(high & 0xffff),
-                static_cast<unsigned>(low >> 48), static_cast<unsigned long long>(low & 0xffffffffffffU));
-  return text;
-}
 
 /// "1440x900@60" as width, height and rate. Nothing when it is no mode text.
 struct ModeText {
@@ -173,6 +153,7 @@ std::optional<std::string> WindowServer::plug(SimulatedDisplay& display) {
   DisplayConfiguration after = implementation_->configuration();
   after.keepOneOn();
   settle(before, after, {});
+  display.unnoticed = false;
   implementation_->journal.add("user: plug(" + display.description.name + ")");
   implementation_->takeEffect(after);
   implementation_->notify(before, after, nullptr);
@@ -181,7 +162,8 @@ std::optional<std::string> WindowServer::plug(SimulatedDisplay& display) {
 
 std::optional<std::string> WindowServer::unplug(SimulatedDisplay& display) {
   const std::string& name = display.description.name;
-  if (!display.plugged) return name + " is not plugged in";
+  if (!display.plugged && !std::exchange(display.unnoticed, false)) return name + " is not plugged in";
+  if (!display.plugged) return std::nullopt;
   const DisplayConfiguration before = implementation_->configuration();
   DisplayConfiguration after = before;
   after.of(display).plugged = false;
@@ -193,6 +175,10 @@ std::optional<std::string> WindowServer::unplug(SimulatedDisplay& display) {
   implementation_->disconnect(display);
   implementation_->notify(before, after, nullptr);
   return std::nullopt;
+}
+
+void WindowServer::sleepDisplays() {
+  for (const auto& display : displays_) display->asleep = display->plugged;
 }
 
 void WindowServer::wakeDisplays() {

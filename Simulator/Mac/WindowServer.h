@@ -34,6 +34,7 @@ struct SimulatedDisplay {
   bool plugged = true;
   bool enabled = true;
   bool asleep = false;
+  bool unnoticed = false;        ///< plugged in, and nobody has noticed yet
   std::uint32_t modeNumber = 0;  ///< the current mode of `modes`
   /// Where it stands; while it is off, unplugged or a mirror, where it will come back when the place is free.
   Point origin;
@@ -46,6 +47,8 @@ struct SimulatedDisplay {
   float underscan = 1;  ///< parameter "pscn"
   bool hdr = false;
   DisplayTransferFormula gamma;
+  std::uint32_t activePreset = 0;            ///< index in the description's `presets`
+  std::optional<std::string> customProfile;  ///< location of the colour profile that the user chose
   std::uint16_t ddcCurrent = 0;
   std::shared_ptr<DdcMonitor> monitor;  ///< what answers at the end of the cable, also while unplugged
 
@@ -120,8 +123,25 @@ class WindowServer {
   /// Of a panel that the system reaches. Every process but `by` is called back on its next turn; `by` is null when the
   /// user turned the brightness.
   void setBrightness(SimulatedDisplay& display, float brightness, const Session* by);
+  void sleepDisplays();
   /// Wakes every display that sleeps.
   void wakeDisplays();
+
+  /// Pulls a cable and plugs it in elsewhere. A display that hangs there already takes the port that becomes free: the
+  /// two swap their cables. Monitors that nothing but the port tells apart swap what the system keeps by UUID, too.
+  std::optional<std::string> moveToPort(SimulatedDisplay& display, std::uint32_t port);
+  /// Another EDID at the end of an unplugged cable. The system knows the monitor again when its UUID stays the same.
+  std::optional<std::string> replaceEdid(SimulatedDisplay& display, const plist::Data& edid);
+  /// Plugs in without the machine's noticing, until a frame buffer is probed.
+  std::optional<std::string> plugUnnoticed(SimulatedDisplay& display);
+  void probe();
+
+  /// While another user's session is in front, what others change arrives without callbacks; on the way back those of
+  /// the whole difference come.
+  void leaveSession();
+  void returnToSession();
+  /// One reconfiguration callback to every process, at once and whether or not anything changed.
+  void callBack(CGDirectDisplayID display, CGDisplayChangeSummaryFlags flags);
 
   /// The mode of that size (points), and rate when one is given, at the current depth; nothing when there is none.
   std::optional<std::uint32_t> findMode(const SimulatedDisplay& display, std::uint32_t width, std::uint32_t height,

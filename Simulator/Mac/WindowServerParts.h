@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -38,6 +39,9 @@ struct BrightnessObserver {
   SkyLight::BrightnessCallback callback;
 };
 
+/// The same monitor gives the same UUID wherever it is plugged in; one without a serial number is known by its port.
+std::string uuidOf(const SimulatedDisplay& display);
+
 struct WindowServer::Implementation {
   Implementation(WindowServer& windowServer, Processor machineProcessor, Journal& machineJournal)
       : server(windowServer), processor(machineProcessor), journal(machineJournal) {}
@@ -53,6 +57,8 @@ struct WindowServer::Implementation {
   std::vector<std::shared_ptr<ReconfigurationObserver>> observers;
   std::vector<std::shared_ptr<BrightnessObserver>> brightnessObservers;
   std::set<std::pair<const SimulatedDisplay*, std::uint32_t>> refusedModes;
+  /// How it all stood when another user's session came in front; absent while this one is.
+  std::optional<DisplayConfiguration> whenLeft;
 
   // Displays coming and going.
   void prepare(SimulatedDisplay& display);
@@ -62,6 +68,8 @@ struct WindowServer::Implementation {
   void publishServices(SimulatedDisplay& display);
   void withdrawServices(SimulatedDisplay& display);
   void moveToEnd(const SimulatedDisplay& display);
+  /// Pulls these cables out and plugs them in anew behind `change`, with the callbacks of both.
+  void replug(const std::vector<SimulatedDisplay*>& displays, const std::function<void()>& change);
 
   // Configurations.
   DisplayConfiguration configuration() const;

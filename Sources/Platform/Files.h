@@ -26,6 +26,12 @@ class Files {
   /// Makes no folders. Answers the reason of a failure ("No space left on device"), or nothing.
   virtual std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,
                                                           const std::string& path) = 0;
+  /// Copies a file byte for byte to a place where nothing is yet: a taken place is a failure. Answers the reason of a
+  /// failure, which leaves nothing at the new place, or nothing.
+  virtual std::optional<std::string> copyItem(const std::string& from, const std::string& to) = 0;
+  /// Removes what atomic writes to this path left beside it when their process was killed. Those under way in another
+  /// process stay.
+  virtual void removeUnfinishedWrites(const std::string& path) = 0;
 };
 
 }  // namespace vlm

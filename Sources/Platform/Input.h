@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Geometry.h"
+#include "Platform/PropertyList.h"
+
 namespace vlm {
 
 using OSStatus = std::int32_t;
@@ -57,9 +60,37 @@ struct CarbonEvent {
   std::optional<ProcessSerialNumber> processID;  ///< kEventParamProcessID
 };
 
-/// Keyboard: hot keys, the events of the application target, modifiers, the layout. Main thread only.
+/// Modifier flags of mouse events (NSEvent).
+constexpr std::uint64_t kModifierFlagShift = 1ULL << 17, kModifierFlagControl = 1ULL << 18,
+                        kModifierFlagOption = 1ULL << 19, kModifierFlagCommand = 1ULL << 20;
+
+/// Types of mouse events, and what a tap gets instead of one when the system has switched it off for slowness.
+constexpr std::int32_t kEventLeftMouseDown = 1, kEventRightMouseDown = 3, kEventMouseMoved = 5,
+                       kEventTapDisabledByTimeout = -2;
+/// A mask has the bit with the number of each type that it takes.
+constexpr std::uint64_t eventMaskBit(std::int32_t type) { return 1ULL << type; }
+
+struct MouseEvent {
+  std::int32_t type = 0;
+  Point location;  ///< of the global display space
+  std::uint64_t modifierFlags = 0;
+};
+
+/// A monitor of other applications' events, and an event tap; 0 is none.
+using EventMonitorRef = std::uint64_t;
+using EventTapRef = std::uint64_t;
+
+constexpr std::uint32_t kCGSessionEventTap = 1;
+constexpr std::uint32_t kCGHeadInsertEventTap = 0;
+constexpr std::uint32_t kCGEventTapOptionDefault = 0;
+
+/// Keyboard and mouse: hot keys, the events of the application target, modifiers, the layout, monitors and taps, the
+/// windows under the cursor. Main thread only.
 class Input {
  public:
+  using MouseHandler = std::function<void(const MouseEvent&)>;
+  /// Answers the event that goes on, or none to swallow it.
+  using TapCallback = std::function<std::optional<MouseEvent>(const MouseEvent&)>;
   /// Answers noErr when handled, eventNotHandledErr to let others have it.
   using EventHandler = std::function<OSStatus(const CarbonEvent&)>;
 
@@ -78,6 +109,32 @@ class Input {
   /// 256 characters); absent when the layout has no data or does not know the key.
   virtual std::optional<std::string> UCKeyTranslate(std::uint16_t virtualKeyCode, std::uint32_t keyboardType) = 0;
   virtual std::uint8_t LMGetKbdType() = 0;
+  /// Modifiers held at this moment, Carbon bits.
+  virtual std::uint32_t GetCurrentKeyModifiers() = 0;
+
+  /// Whether the user lets this process control the computer (accessibility).
+  virtual bool AXIsProcessTrusted() = 0;
+  /// Shows the handler the events that go to other applications; it can keep none of them. `mask`: eventMaskBit.
+  virtual EventMonitorRef addGlobalMonitorForEventsMatchingMask(std::uint64_t mask, MouseHandler handler) = 0;
+  virtual void removeMonitor(EventMonitorRef monitor) = 0;
+  /// A tap through which the events of the session pass; none without accessibility trust. Nothing comes before its
+  /// source is in the run loop and it is enabled.
+  virtual EventTapRef CGEventTapCreate(std::uint32_t location, std::uint32_t placement, std::uint32_t options,
+                                       std::uint64_t mask, TapCallback callback) = 0;
+  /// Puts the tap's source into the main run loop, in the common modes: clicks come while a menu is open, too.
+  virtual void CFRunLoopAddEventTap(EventTapRef tap) = 0;
+  virtual void CGEventTapEnable(EventTapRef tap, bool enable) = 0;
+  /// Ends the tap and its source. May be called from its own callback.
+  virtual void CFReleaseEventTap(EventTapRef tap) = 0;
+
+  /// Where the cursor is: the location of a newly made event.
+  virtual Point CGEventGetLocation() = 0;
+  /// The front window at a point, below another one (0: below none); 0 where there is no window.
+  virtual std::int64_t windowNumberAtPoint(Point point, std::int64_t belowWindowWithWindowNumber) = 0;
+  /// Descriptions of windows, with "kCGWindowNumber", "kCGWindowOwnerPID" and "kCGWindowLayer"; a window that is gone
+  /// has none.
+  virtual std::vector<plist::Dictionary> CGWindowListCreateDescriptionFromArray(
+      const std::vector<std::int64_t>& windowNumbers) = 0;
 };
 
 }  // namespace vlm

@@ -11,11 +11,13 @@ namespace vlm {
 class AppleEvents;
 class Application;
 class Bundle;
+class ColorSync;
 class Files;
 class Input;
 class IORegistry;
 class MonitorBus;
 class Notifications;
+class PowerSources;
 class Preferences;
 class Quartz;
 class RunLoop;
@@ -29,11 +31,13 @@ struct Ports {
   AppleEvents& appleEvents;
   Application& application;
   Bundle& bundle;
+  ColorSync& colorSync;
   Files& files;
   Input& input;
   IORegistry& registry;
   MonitorBus& monitorBus;
   Notifications& notifications;
+  PowerSources& powerSources;
   Preferences& preferences;
   Quartz& quartz;
   RunLoop& runLoop;

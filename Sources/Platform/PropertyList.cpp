@@ -148,6 +148,27 @@ Value::Value(unsigned long long value) {
   }
 }
 
+void Value::takeApart() {
+  std::vector<Value> apart;
+  const auto takeFrom = [&apart](Value& container) {
+    if (Array* const array = container.array()) {
+      for (Value& child : *array) {
+        if (child.holdsValues()) apart.push_back(std::move(child));
+      }
+    } else if (Dictionary* const dictionary = container.dictionary()) {
+      for (Entry& entry : dictionary->entries_) {
+        if (entry.value.holdsValues()) apart.push_back(std::move(entry.value));
+      }
+    }
+  };
+  takeFrom(*this);
+  while (!apart.empty()) {
+    Value last = std::move(apart.back());
+    apart.pop_back();
+    takeFrom(last);
+  }
+}
+
 bool Value::isNumber() const { return content_.index() <= static_cast<std::size_t>(Kind::real); }
 
 bool Value::boolean(bool ifNoNumber) const {

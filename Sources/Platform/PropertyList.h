@@ -77,6 +77,8 @@ class Dictionary {
   friend bool operator==(const Dictionary& a, const Dictionary& b);
 
  private:
+  friend class Value;
+
   std::vector<Entry> entries_;
 };
 
@@ -105,6 +107,11 @@ class Value {
   Value(Date value);
   Value(Array value);
   Value(Dictionary value);
+  ~Value();
+  Value(const Value& other);
+  Value(Value&& other) noexcept;
+  Value& operator=(const Value& other);
+  Value& operator=(Value&& other) noexcept;
   // NOLINTEND(google-explicit-constructor)
 
   Kind kind() const { return static_cast<Kind>(content_.index()); }
@@ -130,6 +137,14 @@ class Value {
   friend bool operator==(const Value& a, const Value& b);
 
  private:
+  bool isContainer() const { return kind() >= Kind::array; }
+  bool holdsValues() const {
+    return (array() != nullptr && !array()->empty()) || (dictionary() != nullptr && !dictionary()->empty());
+  }
+  /// Whatever nests in this container goes here, and not inside of each other: however deep it is, the stack stays
+  /// flat.
+  void takeApart();
+
   std::variant<bool, std::int64_t, std::uint64_t, double, std::string, Data, Date, Array, Dictionary> content_;
 };
 
@@ -147,6 +162,14 @@ inline Dictionary::Dictionary(const Dictionary& other) = default;
 inline Dictionary::Dictionary(Dictionary&& other) noexcept = default;
 inline Dictionary& Dictionary::operator=(const Dictionary& other) = default;
 inline Dictionary& Dictionary::operator=(Dictionary&& other) noexcept = default;
+
+inline Value::~Value() {
+  if (isContainer()) takeApart();
+}
+inline Value::Value(const Value& other) = default;
+inline Value::Value(Value&& other) noexcept = default;
+inline Value& Value::operator=(const Value& other) = default;
+inline Value& Value::operator=(Value&& other) noexcept = default;
 
 inline Value::Value(bool value) : content_(value) {}
 inline Value::Value(int value) : content_(static_cast<std::int64_t>(value)) {}

@@ -140,6 +140,14 @@ class Quartz {
   virtual CGError CGDisplayRegisterReconfigurationCallback(ReconfigurationCallback callback) = 0;
 
   virtual CGError CGDisplayShowCursor(CGDirectDisplayID display) = 0;
+  /// The displays that show a point, main ones before those that mirror them; at most `maxDisplays`, which `displays`
+  /// has room for (or is empty: only count).
+  virtual CGError CGGetDisplaysWithPoint(Point point, std::uint32_t maxDisplays, std::span<CGDirectDisplayID> displays,
+                                         std::uint32_t& count) const = 0;
+  /// False: the cursor stays where it is however the mouse moves.
+  virtual CGError CGAssociateMouseAndMouseCursorPosition(bool connected) = 0;
+  /// Puts the cursor at a point, without an event.
+  virtual CGError CGWarpMouseCursorPosition(Point point) = 0;
   virtual std::optional<DisplayTransferFormula> CGGetDisplayTransferByFormula(CGDirectDisplayID display) const = 0;
   virtual CGError CGSetDisplayTransferByFormula(CGDirectDisplayID display, const DisplayTransferFormula& formula) = 0;
 };

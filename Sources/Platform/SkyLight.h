@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Platform/PropertyList.h"
 #include "Platform/Quartz.h"
@@ -34,6 +35,22 @@ class SkyLight {
       CGDirectDisplayID display, BrightnessCallback callback) = 0;
   virtual std::optional<std::int32_t> DisplayServicesUnregisterForBrightnessChangeNotifications(
       CGDirectDisplayID display) = 0;
+
+  /// How many colour presets the display offers.
+  virtual std::optional<std::int32_t> CoreDisplay_Display_GetPresetCount(CGDirectDisplayID display) = 0;
+  /// "PresetValid" (boolean), "PresetName" and "PresetUniqueID" (texts) of the preset at an index.
+  virtual std::optional<plist::Dictionary> CoreDisplay_Display_CopyPresetData(CGDirectDisplayID display,
+                                                                              std::int32_t index) = 0;
+  /// The index of the preset in use.
+  virtual std::optional<std::int32_t> SLSDisplayGetActivePresetIndex(CGDirectDisplayID display) = 0;
+
+  /// The displays as Core Animation lists them, by numbers that mean something to the next two alone; absent where it
+  /// does not list them.
+  virtual std::optional<std::vector<std::uint32_t>> CADisplays() = 0;
+  /// Width of the display's frame in points, from a cached state that lags behind; 0 when it is gone.
+  virtual double CADisplayFrameWidth(std::uint32_t caDisplay) = 0;
+  /// Drops the cached state.
+  virtual void CADisplayInvalidate(std::uint32_t caDisplay) = 0;
 };
 
 }  // namespace vlm

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Geometry.h"
+
 namespace vlm {
 
 /// A menu as a tree of values; an entry with an action can be chosen.
@@ -46,8 +48,15 @@ class UserInterface {
   /// An image of the bundle, by name.
   virtual void setImage(StatusItemRef item, const std::string& imageName) = 0;
   virtual bool isCurrentAppearanceDark() = 0;
+  /// Opens a menu at a point of the global display space, from a pop-up cell (empty title, not pulling down) in a
+  /// window of one by one point (style 0, buffered backing, not deferred); returns when the user has chosen or
+  /// dismissed it.
+  virtual void popUpMenu(std::shared_ptr<Menu> menu, Point location) = 0;
   /// Becomes the delegate of the user-notification centre.
   virtual void setUserNotificationCenterDelegate(NotificationActivation activation) = 0;
+
+  /// Takes a delivered notice off the notification centre; any other identifier is ignored.
+  virtual void removeDeliveredNotification(const std::string& identifier) = 0;
 
   /// A notice that does not wait for the user; no time-out when it is 0. Seconds.
   virtual void CFUserNotificationDisplayNotice(double timeout, std::uint32_t flags, const std::string& header,

