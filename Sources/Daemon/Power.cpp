@@ -1,13 +1,56 @@
 #include "Daemon/Power.h"
 
+#include "Models/VLMApplicationObject.h"
+#include "Models/VLMGlobals.h"
+#include "Platform/PowerSources.h"
+#include "Platform/Process.h"
+#include "Platform/RunLoop.h"
+
 namespace vlm {
 
+namespace {
+
+/// Seconds in which a charger that is being plugged in makes contact.
+constexpr double kPowerEventDelay = 0.5;
+
+struct PowerEvent {
+  const char* source;
+  const char* notification;
+};
+constexpr PowerEvent kPowerEvents[] = {
+    {.source = "AC Power", .notification = "VelmoratixPowerOnACChanged"},
+    {.source = "Battery Power", .notification = "VelmoratixPowerOnBatteryChanged"},
+    {.source = "Off Line", .notification = "VelmoratixPowerOnUPSChanged"},
+};
+
+struct PowerNotification {
+  PowerSourceRunLoopSource source = 0;
+};
+
+}  // namespace
+
 void Power_InstallNotification() {
-  // Adds the power sources' run-loop source.
+  PowerSourceRunLoopSource& source = Process::current().state<PowerNotification>().source;
+  if (source == 0) {
+    source = os().powerSources.IOPSNotificationCreateRunLoopSource(
+        [] { PowerSourceChangedCallback(VLMGlobals::sharedInstance()); });
+  }
+  if (source != 0) os().powerSources.CFRunLoopAddSource(source);
 }
 
 void Power_RemoveNotification() {
-  // Takes it away and keeps it for the next time.
+  const PowerSourceRunLoopSource source = Process::current().state<PowerNotification>().source;
+  if (source != 0) os().powerSources.CFRunLoopRemoveSource(source);
+}
+
+void PowerSourceChangedCallback(VLMGlobals& context) {
+  const auto type = os().powerSources.IOPSGetProvidingPowerSourceType();
+  for (const PowerEvent& event : kPowerEvents) {
+    if (type != event.source) continue;
+    os().runLoop.performAfterDelay(kPowerEventDelay, [&context, name = event.notification] {
+      if (context.applicationObject != nullptr) context.applicationObject->postDirectNotificationName(name);
+    });
+  }
 }
 
 }  // namespace vlm

@@ -32,7 +32,9 @@ void DisplayTransaction::complete() {
   const CGDisplayConfigRef config = config_;
   config_ = nullptr;
   os().quartz.CGCompleteDisplayConfiguration(config, kCGConfigurePermanently);
+  // From here on the system itself knows; what it refused is not going to happen.
   goingOff_.clear();
+  goingOn_.clear();
 }
 
 void DisplayTransaction::restart() {
@@ -41,15 +43,25 @@ void DisplayTransaction::restart() {
 }
 
 void DisplayTransaction::willTurnOff(CGDirectDisplayID display) {
+  goingOn_.erase(display);
   if (config_ != nullptr) goingOff_.insert(display);
 }
 
-void DisplayTransaction::willTurnOn(CGDirectDisplayID display) { goingOff_.erase(display); }
+void DisplayTransaction::willTurnOn(CGDirectDisplayID display) {
+  goingOff_.erase(display);
+  if (config_ != nullptr) goingOn_.insert(display);
+}
 
 bool DisplayTransaction::isGoingOff(CGDirectDisplayID display) {
   const auto& open = Process::current().state<OpenTransactions>().open;
   return std::any_of(open.begin(), open.end(),
                      [&](const DisplayTransaction* transaction) { return transaction->goingOff_.contains(display); });
+}
+
+bool DisplayTransaction::isGoingOn(CGDirectDisplayID display) {
+  const auto& open = Process::current().state<OpenTransactions>().open;
+  return std::any_of(open.begin(), open.end(),
+                     [&](const DisplayTransaction* transaction) { return transaction->goingOn_.contains(display); });
 }
 
 JoinedTransaction::JoinedTransaction(DisplayTransaction* given)

@@ -25,12 +25,13 @@ class DisplayTransaction {
   /// Displays that this transaction will turn off or on once it completes: the system still answers the old state.
   void willTurnOff(CGDirectDisplayID display);
   void willTurnOn(CGDirectDisplayID display);
-  /// The transaction that is open in this process and pending on this display, if any: off (true) or on (false) later.
+  /// Whether a transaction that is open in this process turns the display off, or on, when it completes.
   static bool isGoingOff(CGDirectDisplayID display);
+  static bool isGoingOn(CGDirectDisplayID display);
 
  private:
   CGDisplayConfigRef config_ = nullptr;
-  std::set<CGDirectDisplayID> goingOff_;
+  std::set<CGDirectDisplayID> goingOff_, goingOn_;
 };
 
 /// The transaction given, or one of the setter's own that completes when this goes.

@@ -79,6 +79,8 @@ void checkNumberOfModes(const VLMDisplay& display, VLMGlobals& document) {
 }
 
 void rememberPreviousMode(VLMDisplay& display) {
+  // Woken up and not looked at yet: the mode remembered before is the better one.
+  if (display.currentMode.get() == nullptr) return;
   display.previousMode = display.currentMode;
   display.previousDepth = display.currentDepth;
   VLMLog("-- disp->previousMode = %@ - disp->previousDepth = %d", lazily([&] {

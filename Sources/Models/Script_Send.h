@@ -5,17 +5,12 @@
 #include <string>
 
 #include "Platform/PropertyList.h"
+#include "Shared/DaemonNotification.h"
 
 /// Announcements to the control application.
 namespace vlm {
 
 class VLMGlobals;
-
-/// Name of every message between the daemon and the control application; the command stands in the object.
-inline constexpr const char* kDaemonNotificationName = "org.kelvane.velmoratix.daemon";
-/// Keys of a message's user information.
-inline constexpr const char* kParameter1Key = "parameter1";
-inline constexpr const char* kParameter2Key = "parameter2";
 
 /// Posts a command with its parameters; without a first one only the second is sent. Always 0.
 std::int32_t Script_SendSimpleNotification(const std::string& object, const std::optional<plist::Value>& parameter1,

@@ -74,7 +74,8 @@ void requestIdle() {
 bool VLMDisplay::willChangeActiveIn(bool active) const {
   if (container == nullptr || container->attachedDisplays().size() < 2) return false;
   if (os().quartz.CGDisplayIsInMirrorSet(cgID)) return false;
-  const bool isOnAfterwards = isActive() && !DisplayTransaction::isGoingOff(cgID);
+  const bool isOnAfterwards =
+      DisplayTransaction::isGoingOn(cgID) || (isActive() && !DisplayTransaction::isGoingOff(cgID));
   return isOnAfterwards != active;
 }
 

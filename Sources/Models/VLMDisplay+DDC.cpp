@@ -47,6 +47,8 @@ struct DisplayQueue {
     const auto known =
         std::find_if(pairs.begin(), pairs.end(), [&](const Pair& pair) { return pair.display == display; });
     if (known != pairs.end()) return known->lock;
+    // A monitor gets another number each time it is plugged in: those that are gone would gather for ever.
+    pairs.remove_if([](const Pair& pair) { return !os().quartz.CGDisplayIsOnline(pair.display); });
     pairs.emplace_back().display = display;
     return pairs.back().lock;
   }

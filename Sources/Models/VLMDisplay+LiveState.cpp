@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "Models/VLMDisplay.h"
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
@@ -101,17 +103,17 @@ io_service_t VLMDisplay::framebuffer() const {
 }
 
 std::optional<plist::Dictionary> VLMDisplay::contentOfIOFBConfigRegDictionary() const {
-  const auto config = propertyOf(framebuffer(), "IOFBConfig");
+  auto config = propertyOf(framebuffer(), "IOFBConfig");
   VLMLog("IOFB Modes array = %@", lazily([&] { return config ? plist::describe(*config) : std::string("(null)"); }));
   if (!config || config->dictionary() == nullptr) return std::nullopt;
-  return *config->dictionary();
+  return std::move(*config->dictionary());
 }
 
 std::optional<plist::Array> VLMDisplay::getDetailedModesArray() const {
-  const auto config = contentOfIOFBConfigRegDictionary();
-  const plist::Array* modes = config ? config->array("IOFBModes") : nullptr;
-  if (modes == nullptr) return std::nullopt;
-  return *modes;
+  auto config = contentOfIOFBConfigRegDictionary();
+  plist::Value* modes = config ? config->find("IOFBModes") : nullptr;
+  if (modes == nullptr || modes->array() == nullptr) return std::nullopt;
+  return std::move(*modes->array());
 }
 
 std::optional<plist::Data> VLMDisplay::contentOfIOFBTimingRangeRegData() const {

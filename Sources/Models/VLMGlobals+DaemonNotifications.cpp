@@ -1,16 +1,22 @@
 #include <array>
 
+#include "Models/DisplayList.h"
 #include "Models/Script_Send.h"
 #include "Models/VLMApplicationObject.h"
 #include "Models/VLMChangeRecorder.h"
 #include "Models/VLMDesktopLayout.h"
 #include "Models/VLMGlobals.h"
+#include "Platform/IORegistry.h"
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
+#include "Platform/Workspace.h"
 
 namespace vlm {
 
 namespace {
+
+/// Option of a probe: look for displays.
+constexpr IOOptionBits kProbeForDisplays = 1;
 
 struct Command {
   const char* object;
@@ -56,7 +62,13 @@ void VLMGlobals::installDaemonObservers() {
 void VLMGlobals::removeDaemonObservers() { sendThatImClosing(); }
 
 void VLMGlobals::rescanDisp(const Notification& /*notification*/) {
-  // Asks every frame buffer for a probe, once frame buffers can be probed.
+  for (const CGDirectDisplayID display : displayList()) {
+    const io_service_t frameBuffer = os().quartz.CGDisplayIOServicePort(display);
+    if (frameBuffer == 0) continue;
+    const auto options = os().registry.IORegistryEntryCreateCFProperty(frameBuffer, "IOFBProbeOptions");
+    if (!options || !options->isNumber() || truncateTo<std::int32_t>(options->sInt64()) == 0) continue;
+    os().registry.IOServiceRequestProbe(frameBuffer, kProbeForDisplays);
+  }
 }
 
 void VLMGlobals::relaunchDaemon(const Notification& /*notification*/) {
@@ -74,6 +86,8 @@ void VLMGlobals::useMode(const Notification& notification) {
   const auto mode = display->validModeWithUniqueID(truncateTo<std::uint32_t>(modeID->sInt64()));
   if (!mode || !mode->isValidAct) return;
   if (saveAutoDesktop && desktopLayout != nullptr) desktopLayout->saveDesktopAll();
+  // Nothing is known of it right after a wake, and another program may have changed it since the last tick.
+  display->updateCurrentMode();
   display->setDisplayMode(mode, 0, false, true, nullptr, false);
 }
 
@@ -92,7 +106,7 @@ void VLMGlobals::saveDesktop(const Notification& /*notification*/) {
 }
 
 void VLMGlobals::openSysPrefPane(const Notification& /*notification*/) {
-  // Opens the system's display settings, once files can be opened.
+  os().workspace.openFile("/System/Library/PreferencePanes/Displays.prefPane");
 }
 
 void VLMGlobals::openControlApp(const Notification& /*notification*/) {

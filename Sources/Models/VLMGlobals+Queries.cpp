@@ -46,10 +46,13 @@ bool VLMGlobals::isGrayEnabled() const {
 
 namespace {
 
-/// Active displays, those that an open transaction turns off no longer counted.
+/// Displays that are on when the open transactions have completed. One whose cable was just pulled still has a record,
+/// which says that it is on.
 std::ptrdiff_t activeDisplays(const std::vector<std::shared_ptr<VLMDisplay>>& displays) {
   return std::count_if(displays.begin(), displays.end(), [](const auto& display) {
-    return display->isActive() && !DisplayTransaction::isGoingOff(display->cgID);
+    const CGDirectDisplayID cgID = display->cgID;
+    if (!os().quartz.CGDisplayIsOnline(cgID)) return false;
+    return DisplayTransaction::isGoingOn(cgID) || (display->isActive() && !DisplayTransaction::isGoingOff(cgID));
   });
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 
 #include "Models/VLMGlobals.h"
@@ -9,6 +10,8 @@ namespace {
 constexpr const char* kVersionKey = "Version";
 /// Its absence tells the start-up that the daemon has never run for this user.
 constexpr const char* kRunOnceKey = "VLMDaemonRunOnce";
+
+constexpr const char* kStartupSetKey = "startupSet";
 
 constexpr std::int64_t kDefaultQuitShortCut = 0x350C;
 constexpr std::int64_t kDefaultLaunchShortCut = 0x6F05;
@@ -96,6 +99,8 @@ struct CarriedKey {
 };
 
 constexpr std::array kCarriedKeys{
+    // As long as it cannot be told whether there is one.
+    CarriedKey{kStartupSetKey, SettingsGroup::general},
     CarriedKey{"checkApplics", SettingsGroup::applicationSets},
     CarriedKey{"applicationSetsArray", SettingsGroup::applicationSets},
     CarriedKey{"eventsArray", SettingsGroup::events},
@@ -106,6 +111,16 @@ const plist::Dictionary& dictionaryOrEmpty(const plist::Dictionary& dict, const 
   static const plist::Dictionary kEmpty;
   const plist::Dictionary* found = dict.dictionary(key);
   return found == nullptr ? kEmpty : *found;
+}
+
+/// Whether a start-up set may be meant that damage hides: its number, or the set that bears it.
+bool isStartupSetHidden(const plist::Dictionary& dict) {
+  if (!dict.number(kStartupSetKey)) return dict.contains(kStartupSetKey);
+  const plist::Array* const sets = dict.array("displaySetsArray");
+  if (sets == nullptr) return dict.contains("displaySetsArray");
+  return std::any_of(sets->begin(), sets->end(), [](const plist::Value& set) {
+    return set.dictionary() == nullptr || !set.dictionary()->number("uniqueID");
+  });
 }
 
 }  // namespace
@@ -119,10 +134,11 @@ void VLMGlobals::decodeReadableWith(const plist::Dictionary& dict, int flags) {
   if ((flags & SettingsGroup::attachedDisplays) != 0) decodeAttachedDisplays(dict);
   if ((flags & SettingsGroup::displaySets) != 0) decodeDisplaySets(dict);
   // Only now are the sets there that it may name.
-  if ((flags & SettingsGroup::general) != 0 && dict.contains("startupSet")) {
-    setStartupDisplaySet(findSetByUniqueID(displaySetsArray, dict.number("startupSet")));
+  if ((flags & SettingsGroup::general) != 0 && dict.contains(kStartupSetKey)) {
+    setStartupDisplaySet(findSetByUniqueID(displaySetsArray, dict.number(kStartupSetKey)));
   }
   carryGroups(dict, flags);
+  if ((flags & SettingsGroup::general) != 0 && !isStartupSetHidden(dict)) carriedGroups_.remove(kStartupSetKey);
   loadedGroups_ |= flags;
 }
 
@@ -130,7 +146,7 @@ void VLMGlobals::decodeGeneral(const plist::Dictionary& dict) {
   quitShortCut = dict.number("quitShortCut").value_or(kDefaultQuitShortCut);
   launchShortCut = dict.number("launchShortCut").value_or(kDefaultLaunchShortCut);
   for (const BooleanKey& row : kGeneralKeys) this->*(row.field) = dict.boolean(row.key, row.ifAbsent);
-  if (!dict.contains("startupSet")) startupSet_.reset();
+  if (!dict.contains(kStartupSetKey)) startupSet_.reset();
   startRestoreDelay = dict.sInt16("startRestoreDelay");
 }
 
@@ -190,9 +206,9 @@ void VLMGlobals::encodeGeneral(plist::Dictionary& dict) const {
   if (launchShortCut) dict.set("launchShortCut", *launchShortCut);
   for (const BooleanKey& row : kGeneralKeys) dict.set(row.key, this->*(row.field));
   if (startupSet_ && startupSet_->uniqueID) {
-    dict.set("startupSet", *startupSet_->uniqueID);
-  } else {
-    dict.remove("startupSet");
+    dict.set(kStartupSetKey, *startupSet_->uniqueID);
+  } else if (!carriedGroups_.contains(kStartupSetKey)) {
+    dict.remove(kStartupSetKey);
   }
   dict.set("startRestoreDelay", static_cast<int>(startRestoreDelay));
 }

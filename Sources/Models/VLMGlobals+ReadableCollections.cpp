@@ -3,6 +3,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "Models/VLMGlobals.h"
 #include "Platform/Numbers.h"
@@ -141,19 +142,22 @@ void VLMGlobals::encodeDisplays(plist::Dictionary& dict, int flags) const {
     dict.set("volatileDisplays", std::move(identifiers));
   }
   if ((flags & SettingsGroup::displayRecords) != 0) {
-    const plist::Dictionary* all = dict.dictionary("allDisplays");
+    // Taken out, not copied: it is nearly all of the file.
+    plist::Value* const found = dict.find("allDisplays");
+    plist::Dictionary all;
+    if (found != nullptr && found->dictionary() != nullptr) all = std::move(*found->dictionary());
     // A monitor that is not attached has not changed since its record was read: the file's own stays, to the letter,
     // with whatever a newer version has put into it.
     std::vector<std::shared_ptr<VLMDisplay>> records;
     std::copy_if(extraDisplayArray.begin(), extraDisplayArray.end(), std::back_inserter(records),
                  [&](const auto& record) {
-                   return record->dispIsPresent || record->isDirty() || all == nullptr ||
-                          !all->contains(std::to_string(record->monitorResID.value_or(VLMDisplay::kUnmatchedResID)));
+                   return record->dispIsPresent || record->isDirty() ||
+                          !all.contains(std::to_string(record->monitorResID.value_or(VLMDisplay::kUnmatchedResID)));
                  });
     const auto identity = [](const VLMDisplay& display) {
       return display.monitorResID.value_or(VLMDisplay::kUnmatchedResID);
     };
-    dict.set("allDisplays", vlm::encodeReadableInDict(records, all, identity));
+    dict.set("allDisplays", vlm::encodeReadableInDict(records, std::move(all), identity));
   }
 }
 

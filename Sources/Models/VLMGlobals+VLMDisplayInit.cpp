@@ -4,6 +4,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "Models/DisplayList.h"
 #include "Models/VLMGlobals.h"
 #include "Models/VLMOverrideDisplayName.h"
 #include "Platform/IORegistry.h"
@@ -24,17 +25,6 @@ constexpr std::int32_t kHighestIdentifier = 0x7FFF0000;
 /// Bit of a frame buffer's "IOFBProbeOptions": it can be asked to look for displays.
 constexpr std::int64_t kProbeIsPossible = 1;
 
-std::vector<CGDirectDisplayID> displayList() {
-  std::uint32_t count = 0;
-  if (os().quartz.CGSGetDisplayList(kMostDisplays, {}, count) != kCGErrorSuccess) return {};
-  std::vector<CGDirectDisplayID> displays(std::min(count, kMostDisplays));
-  if (os().quartz.CGSGetDisplayList(static_cast<std::uint32_t>(displays.size()), displays, count) != kCGErrorSuccess) {
-    return {};
-  }
-  displays.resize(std::min<std::size_t>(displays.size(), count));
-  return displays;
-}
-
 std::vector<CGDirectDisplayID> onlineDisplays(const std::vector<CGDirectDisplayID>& displays) {
   std::vector<CGDirectDisplayID> online;
   std::copy_if(displays.begin(), displays.end(), std::back_inserter(online),
@@ -50,8 +40,10 @@ bool canBeProbed(CGDirectDisplayID display) {
   return options && options->isNumber() && (options->sInt64() & kProbeIsPossible) != 0;
 }
 
-/// How a display was configured at some moment: all that a reload of the records leaves of it.
+/// How a display was configured at some moment: all that a reload of the records leaves of it. What it is, too: when
+/// the settings file lost its records, the numbers are given anew.
 struct RememberedState {
+  std::uint32_t vendor = 0, product = 0, serial = 0;
   bool enabled = false;
   std::optional<std::uint32_t> modeUniqueID;
   std::int32_t depth = 0;
@@ -66,9 +58,26 @@ struct RememberedStates {
 };
 
 RememberedState stateOf(const VLMDisplay& display, bool enabled) {
-  RememberedState state{.enabled = enabled, .modeUniqueID = {}, .depth = display.currentDepth};
+  RememberedState state{.vendor = display.displayVendorID,
+                        .product = display.displayProductID,
+                        .serial = display.serialNumber,
+                        .enabled = enabled,
+                        .modeUniqueID = {},
+                        .depth = display.currentDepth};
   if (const auto mode = display.currentMode.get()) state.modeUniqueID = mode->modeUniqueID;
   return state;
+}
+
+bool isSameMonitor(const RememberedState& a, const RememberedState& b) {
+  return a.vendor == b.vendor && a.product == b.product && a.serial == b.serial;
+}
+
+/// States remembered under the number of a display that are another monitor's.
+void forgetWhatIsOfAnother(RememberedStates& states, std::int64_t monitorResID, const RememberedState& now) {
+  const auto initial = states.initial.find(monitorResID);
+  if (initial == states.initial.end() || isSameMonitor(initial->second, now)) return;
+  states.initial.erase(initial);
+  states.shutdown.erase(monitorResID);
 }
 
 std::shared_ptr<VLMMode> modeOf(const VLMDisplay& display, const RememberedState& state) {
@@ -76,6 +85,17 @@ std::shared_ptr<VLMMode> modeOf(const VLMDisplay& display, const RememberedState
 }
 
 }  // namespace
+
+std::vector<CGDirectDisplayID> displayList() {
+  std::uint32_t count = 0;
+  if (os().quartz.CGSGetDisplayList(kMostDisplays, {}, count) != kCGErrorSuccess) return {};
+  std::vector<CGDirectDisplayID> displays(std::min(count, kMostDisplays));
+  if (os().quartz.CGSGetDisplayList(static_cast<std::uint32_t>(displays.size()), displays, count) != kCGErrorSuccess) {
+    return {};
+  }
+  displays.resize(std::min<std::size_t>(displays.size(), count));
+  return displays;
+}
 
 std::int32_t VLMGlobals::getNumberOfDisplays() const {
   const auto displays = displayList();
@@ -218,6 +238,7 @@ void VLMGlobals::getInitialSettings() {
   for (const auto& display : displayArray) {
     if (!display->monitorResID) continue;
     const RememberedState now = stateOf(*display, display->isActive());
+    forgetWhatIsOfAnother(states, *display->monitorResID, now);
     const RememberedState& initial = states.initial.emplace(*display->monitorResID, now).first->second;
     display->initialEnabled = initial.enabled;
     display->initialMode = modeOf(*display, initial);

@@ -2,12 +2,25 @@
 
 #include <algorithm>
 
-#include "Platform/Files.h"
 #include "Platform/Process.h"
+#include "Platform/RunLoop.h"
 #include "Shared/Prefs.h"
 #include "Shared/SystemVersion.h"
 
 namespace vlm {
+
+namespace {
+
+/// Seconds. A full disk is not emptied in one, and the user may change nothing more for days.
+constexpr double kSaveRetryDelay = 30;
+
+/// What failed saves have left to do.
+struct SaveRetry {
+  int groups = 0;
+  bool isScheduled = false;
+};
+
+}  // namespace
 
 VLMGlobals& VLMGlobals::sharedInstance() { return Process::current().state<VLMGlobals>(); }
 
@@ -37,30 +50,37 @@ void VLMGlobals::forget() {
 }
 
 void VLMGlobals::loadPrefs(int flags) {
-  const auto path = Prefs_GetVLM4PrefsURL(false);
-  const auto dict = path ? os().files.dictionaryWithContentsOfURL(*path) : std::nullopt;
+  const auto dict = Prefs_LoadSettings();
   static const plist::Dictionary kEmpty;
   decodeReadableWith(dict ? *dict : kEmpty, flags & 0xFFFF);
 }
 
 void VLMGlobals::savePrefs(int flags) {
-  const auto path = Prefs_GetVLM4PrefsURL(true);
-  if (!path) return;
-  const auto onDisk = os().files.dictionaryWithContentsOfURL(*path);
-  // A failed write leaves the old file; what is in memory is written again by the next save.
-  os().files.writeToURLAtomically(encodeReadableInDict(onDisk ? &*onDisk : nullptr, flags & 0xFFFF), *path);
+  SaveRetry& retry = Process::current().state<SaveRetry>();
+  retry.groups |= flags & 0xFFFF;
+  const bool isSaved = Prefs_SaveSettings([&](const plist::Dictionary* current, bool isDamaged) {
+    // A part alone would leave a file without the sets, and the next reload would forget them.
+    return encodeReadableInDict(current, isDamaged ? SettingsGroup::all : flags & 0xFFFF);
+  });
+  if (isSaved) retry.groups = 0;
+  if (isSaved || retry.isScheduled) return;
+  retry.isScheduled = true;
+  os().runLoop.performAfterDelay(kSaveRetryDelay, [this, &retry] {
+    retry.isScheduled = false;
+    if (retry.groups != 0) savePrefs(retry.groups);
+  });
 }
 
 plist::Dictionary VLMGlobals::getPrefs(int flags) {
-  const auto path = Prefs_GetVLM4PrefsURL(false);
-  const auto onDisk = path ? os().files.dictionaryWithContentsOfURL(*path) : std::nullopt;
-  return encodeReadableInDict(onDisk ? &*onDisk : nullptr, flags & 0xFFFF);
+  const auto current = Prefs_LoadSettings();
+  return encodeReadableInDict(current ? &*current : nullptr, flags & 0xFFFF);
 }
 
 void VLMGlobals::setStartupDisplaySet(std::shared_ptr<VLMDisplaySet> set) {
   if (startupSet_) --startupSet_->nbUsers;
   if (set) ++set->nbUsers;
   startupSet_ = std::move(set);
+  carriedGroups_.remove("startupSet");
 }
 
 namespace {

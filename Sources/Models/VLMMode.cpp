@@ -20,6 +20,9 @@ void VLMMode::setFreqName(const std::optional<std::string>& name) {
 }
 
 void VLMMode::setAliasedMode(const std::shared_ptr<VLMMode>& mode) {
+  for (auto link = mode; link != nullptr; link = link->aliasedMode()) {
+    if (link.get() == this) return;
+  }
   if (const auto before = aliasedMode_.lock()) --before->destinationOfAlias;
   aliasedMode_ = mode;
   if (mode == nullptr) return;

@@ -86,7 +86,8 @@ class VLMMode {
 
   /// The mode that this one stands for; none when it is gone.
   std::shared_ptr<VLMMode> aliasedMode() const { return aliasedMode_.lock(); }
-  /// Counts in the target; a mode that becomes an alias can no longer be chosen.
+  /// Counts in the target; a mode that becomes an alias can no longer be chosen. Nothing happens when the target's own
+  /// aliases lead back here: a ring, from a damaged file, would be switched through for ever.
   void setAliasedMode(const std::shared_ptr<VLMMode>& mode);
 
   /// The very object that is its display's current mode.

@@ -22,21 +22,37 @@ constexpr std::int32_t kNoShortcutText = 1001;
 struct Modifier {
   std::uint32_t bit;
   const char* symbol;
+  std::int32_t wordText;  ///< in the table of key names
 };
 
 /// In the order in which menus show them.
 constexpr std::array<Modifier, 4> kModifiers = {
-    {{kControlBit, "⌃"}, {kOptionBit, "⌥"}, {kShiftBit, "⇧"}, {kCommandBit, "⌘"}}};
+    {{kControlBit, "⌃", 1006}, {kOptionBit, "⌥", 1005}, {kShiftBit, "⇧", 1003}, {kCommandBit, "⌘", 1002}}};
+
+}  // namespace
+
+namespace {
+
+template <class TextOfModifier>
+std::string shortcutAsText(std::int32_t code, bool emptyWhenNone, TextOfModifier textOf) {
+  if (code == kNoShortcut) return emptyWhenNone ? std::string() : GetBundleIndNSString(kKeyNames, kNoShortcutText);
+  std::string text;
+  for (const Modifier& modifier : kModifiers) {
+    if ((static_cast<std::uint32_t>(code) & modifier.bit) != 0) text += textOf(modifier);
+  }
+  return text + Util_RetainedTranslateHotKey(shortcutKeyCode(code));
+}
 
 }  // namespace
 
 std::string Common_MiniShortcuts(std::int32_t code, bool emptyWhenNone) {
-  if (code == kNoShortcut) return emptyWhenNone ? std::string() : GetBundleIndNSString(kKeyNames, kNoShortcutText);
-  std::string text;
-  for (const Modifier& modifier : kModifiers) {
-    if ((static_cast<std::uint32_t>(code) & modifier.bit) != 0) text += modifier.symbol;
-  }
-  return text + Util_RetainedTranslateHotKey(shortcutKeyCode(code));
+  return shortcutAsText(code, emptyWhenNone, [](const Modifier& modifier) { return modifier.symbol; });
+}
+
+std::string Common_BigShortcuts(std::int32_t code, bool emptyWhenNone) {
+  return shortcutAsText(code, emptyWhenNone, [](const Modifier& modifier) {
+    return GetBundleIndNSString(kKeyNames, modifier.wordText) + "-";
+  });
 }
 
 std::string Util_RetainedTranslateHotKey(std::uint8_t keyCode) {

@@ -19,6 +19,8 @@ constexpr std::uint8_t shortcutKeyCode(std::int32_t code) {
 
 /// "⌃⌥⇧⌘F11". Without a shortcut: empty, or the word for none.
 std::string Common_MiniShortcuts(std::int32_t code, bool emptyWhenNone);
+/// The same in words: "Control-Option-Shift-Command-F11".
+std::string Common_BigShortcuts(std::int32_t code, bool emptyWhenNone);
 /// The name of a key: from the table of names (function keys and the like), else what it types.
 std::string Util_RetainedTranslateHotKey(std::uint8_t keyCode);
 /// What a key types in the current keyboard layout, in capitals; empty when the layout does not know.

@@ -28,12 +28,12 @@ TEST(SettingsFile, IsBroughtUpToDateByTheFirstSaveThatSucceedsAgain) {
   on.launch();
   on.mac.advance(2);
   const Dictionary before = on.settings();
-  on.mac.fileWriteFailure = "No space left on device";
+  on.mac.diskFault = sim::DiskFault::full;
   ASSERT_EQ(on.mac.setMode("Left", 1280, 720), std::nullopt);
   on.mac.advance(5);
   EXPECT_EQ(on.settings(), before);
 
-  on.mac.fileWriteFailure.reset();
+  on.mac.diskFault = sim::DiskFault::none;
   ASSERT_EQ(on.mac.setMode("Right", 1280, 720), std::nullopt);
   on.mac.advance(5);
   const Dictionary after = on.settings();
@@ -47,17 +47,6 @@ TEST(SettingsFile, IsBroughtUpToDateByTheFirstSaveThatSucceedsAgain) {
       EXPECT_EQ(record->uInt32("currentMode"), display->currentMode.get()->modeUniqueID);
     });
   }
-}
-
-TEST(SettingsFile, ThatIsGarbageCountsAsAbsentAndIsReplaced) {
-  test::DaemonOnMac on(test::laptopWith({"Left"}));
-  std::ofstream(on.settingsPath()) << "\x7f garbage";
-  on.launch();
-  const Dictionary written = on.settings();
-  ASSERT_NE(written.array("displaySetsArray"), nullptr);
-  EXPECT_EQ(written.array("displaySetsArray")->size(), 1U);
-  EXPECT_EQ(written.dictionary("allDisplays")->count(), 2U);
-  EXPECT_TRUE(written.boolean("VLMDaemonRunOnce"));
 }
 
 // --- Of a document alone ---

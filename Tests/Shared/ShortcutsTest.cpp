@@ -23,16 +23,21 @@ TEST_F(Shortcuts, AreShownAsSymbolsInFixedOrderAndTheNameOfTheKey) {
     const char* typed;
     std::int32_t code;
     const char* shown;
+    const char* inWords;
   };
   const Row rows[] = {
-      {.typed = "cmd+opt+f11", .code = 0x6709, .shown = "⌥⌘F11"},
-      {.typed = "Shift+Command+ctrl+alt+A", .code = 0x001B, .shown = "⌃⌥⇧⌘A"},
-      {.typed = "left", .code = 0x7B00, .shown = "Left"},
-      {.typed = "control+1", .code = 0x1210, .shown = "⌃1"},
+      {.typed = "cmd+opt+f11", .code = 0x6709, .shown = "⌥⌘F11", .inWords = "Option-Command-F11"},
+      {.typed = "Shift+Command+ctrl+alt+A",
+       .code = 0x001B,
+       .shown = "⌃⌥⇧⌘A",
+       .inWords = "Control-Option-Shift-Command-A"},
+      {.typed = "left", .code = 0x7B00, .shown = "Left", .inWords = "Left"},
+      {.typed = "control+1", .code = 0x1210, .shown = "⌃1", .inWords = "Control-1"},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(shortcutFromText(row.typed), row.code) << row.typed;
     EXPECT_EQ(Common_MiniShortcuts(row.code, true), row.shown);
+    EXPECT_EQ(Common_BigShortcuts(row.code, true), row.inWords);
   }
   EXPECT_EQ(Common_MiniShortcuts(0x6704, true), "F11") << "Caps Lock is not shown";
   EXPECT_EQ(Common_MiniShortcuts(0xFF00, true), "") << "no key of the layout";

@@ -49,14 +49,6 @@ void VLMDaemonMainController::daemonInstallGlobalMonitors() {
   installMouseMonitors();
 }
 
-void VLMDaemonMainController::installMouseMonitors() {
-  // Watches the cursor and clicks on the desktop, where the user asks for it.
-}
-
-void VLMDaemonMainController::removeMouseMonitors() {
-  // Takes both monitors and the event tap away.
-}
-
 namespace {
 
 /// The set that a hot key stands for: the first with that code that is not in force already, so that several sets with

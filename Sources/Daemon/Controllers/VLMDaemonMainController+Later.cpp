@@ -16,14 +16,6 @@ void VLMDaemonMainController::applicationQuitted(const ProcessSerialNumber& /*ps
   // Puts back what was in force when the application started.
 }
 
-void VLMDaemonMainController::openControlApp() {
-  // Finds and opens the control application.
-}
-
-void VLMDaemonMainController::userNotificationCenter(const std::string& /*didActivateNotification*/) {
-  // Takes the notice away and lets the control application show its update.
-}
-
 void VLMDaemonMainController::installUtilityPanel() {
   // Builds the hidden information panel.
 }
@@ -42,10 +34,6 @@ void VLMDaemonMainController::saveDesktop() {
 
 void VLMDaemonMainController::restoreDesktop() {
   // Restores the desktop layout at the control application's command.
-}
-
-void VLMDaemonMainController::postDirectNotificationName(const std::string& /*name*/) {
-  // Hands a notification of the daemon's own to the rules for events.
 }
 
 void VLMDaemonMainController::recordUseSet(const std::shared_ptr<VLMDisplaySet>& set) { lastUsedSet = set; }

@@ -68,26 +68,17 @@ void VLMDaemonMainController::getCurrentLocalSettings() {
   }
 }
 
-void VLMDaemonMainController::applySavedSettings() {
-  // Brings the displays into the configuration that the user saved for the start.
-}
-
-void VLMDaemonMainController::reapplyInitialSettings() {
-  // Puts back the configuration found at the start, where the user asks for it.
-}
-
 void VLMDaemonMainController::computerAwakeFromSleep(const Notification& /*notification*/) {
-  // The system may have changed the modes while nobody looked.
-  for (const auto& display : prefs.displayArray) display->currentMode = {};
+  // The system may have changed the modes while nobody looked. What was known is the mode to compare with, and the one
+  // that is saved of a display that did not come back.
+  for (const auto& display : prefs.displayArray) {
+    if (display->currentMode.get() != nullptr) {
+      display->previousMode = display->currentMode;
+      display->previousDepth = display->currentDepth;
+    }
+    display->currentMode = {};
+  }
   prefs.needToRecheckDisplays = true;
-}
-
-void VLMDaemonMainController::updateColorPresets() {
-  // Follows colour presets that were changed outside of the daemon.
-}
-
-void VLMDaemonMainController::updateColorSync() {
-  // Follows colour profiles that were changed outside of the daemon.
 }
 
 void VLMDaemonMainController::forceResavingSettings() { prefs.needsUpdatingDisplays = true; }

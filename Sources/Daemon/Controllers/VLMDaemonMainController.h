@@ -89,6 +89,15 @@ class VLMDaemonMainController final : public ApplicationObject, public VLMApplic
   /// Events of the application target. A set's hot key is left unhandled on purpose, also after the set was applied.
   static OSStatus Daemon_AppCommandProcess(const CarbonEvent& event, VLMGlobals& document);
 
+  /// Clicks beside a tap: the menu opens, but the click goes on to the desktop as well.
+  void mouseClicked(const MouseEvent& event);
+  /// Clicks through the tap; none goes on when it has opened the menu.
+  static std::optional<MouseEvent> mouseClickedCallback(const MouseEvent& event, VLMDaemonMainController& self);
+  /// Opens the contextual menu for a click on the desktop with the modifiers that the user chose. Whether it did.
+  static bool mouseContextualMenuCoreEvent(const MouseEvent& event, VLMDaemonMainController& self);
+  /// Holds a cursor that has left all displays at the edge of the one that it came from.
+  void mouseMoved(const MouseEvent& event);
+
   // --- Applications ---
 
   void newApplicationWillStart(const Notification& notification);
@@ -145,10 +154,20 @@ class VLMDaemonMainController final : public ApplicationObject, public VLMApplic
   bool compareDisplays();
   bool recheckDisplays();
   bool recheckDisplay(VLMDisplay& display, bool isMirrorOrigin);
-  bool recordDisplayChanges(VLMDisplay& display, const std::shared_ptr<VLMMode>& mode, std::int32_t depth,
-                            DisplayPosition position);
+  // Always true: something changed.
+  bool recordDepthChange(VLMDisplay& display, std::int32_t depth);
+  bool recordModeChange(VLMDisplay& display, const std::shared_ptr<VLMMode>& mode);
+  bool recordPositionChange(VLMDisplay& display, DisplayPosition position);
   bool checkMainDisplay();
   bool checkMirroring();
+  bool checkGrays();
+  bool checkOverscan(VLMDisplay& display);
+  bool checkUnderscan(VLMDisplay& display);
+  bool checkHDR(VLMDisplay& display);
+  bool checkActivities();
+  /// Only the daemon may switch a display on, if the user wants it so: switches off again what somebody else has
+  /// switched on since the last look, and answers these displays.
+  std::vector<std::shared_ptr<VLMDisplay>> undoForbiddenActivations();
   void rememberDiscreteGPUUsers();
   std::int32_t changeResOfApplicationInFront() const;
 
@@ -163,6 +182,7 @@ class VLMDaemonMainController final : public ApplicationObject, public VLMApplic
   /// No timer is ever scheduled for the five-second check; whoever wants it calls it.
   RunLoopToken checkLoopTimer5Sec = 0;
   std::vector<EventHotKeyRef> hotKeys;
+  EventMonitorRef mouseMovedMonitor = 0, mouseClickedMonitor = 0;
   std::shared_ptr<VLMDisplaySet> lastUsedSet;
   bool loadPrefsOriginatedFromMe_ = false;
   bool drawDarkTheme = false;

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "Daemon/Controllers/VLMDaemonMainController.h"
+#include "Models/Script_Send.h"
 #include "Models/VLMDisplaySet.h"
 #include "Tests/Support/DaemonOnMac.h"
 #include "Tests/Support/Machines.h"
@@ -117,6 +118,48 @@ TEST_F(MainJob, ReloadsWhenTheControlApplicationSaysSo) {
   on_.mac.turn();
   on_.inside([](VLMGlobals& document) { EXPECT_TRUE(document.displaySetsArray.empty()); });
   EXPECT_FALSE(on_.mac.pressKey(kFirstSetKey, kFirstSetModifiers));
+}
+
+TEST_F(MainJob, TakesEverythingDownBeforeAReloadAndPutsItUpBehindIt) {
+  const auto journalOfReload = [&] {
+    on_.mac.journal().clear();
+    on_.inside([](VLMGlobals& document) { document.applicationObject->reloadPrefsFromFile(); });
+    std::vector<std::string> calls;
+    for (const std::string& line : on_.mac.journal().lines()) {
+      const std::string call = line.substr(line.find(' ') + 1);
+      calls.push_back(call.substr(0, call.find('(')));
+    }
+    return calls;
+  };
+  journalOfReload();
+  const std::vector<std::string> expected{"UnregisterEventHotKey",
+                                          "UnregisterEventHotKey",
+                                          "UnregisterEventHotKey",
+                                          "removeMonitor",
+                                          "DisplayServicesUnregisterForBrightnessChangeNotifications",
+                                          "CFRunLoopRemoveSource",
+                                          "writeToURLAtomically",
+                                          "RegisterEventHotKey",
+                                          "RegisterEventHotKey",
+                                          "RegisterEventHotKey",
+                                          "addGlobalMonitorForEventsMatchingMask",
+                                          "DisplayServicesRegisterForBrightnessChangeNotifications",
+                                          "CFRunLoopAddSource",
+                                          "setVisible",
+                                          "setImage"};
+  EXPECT_EQ(journalOfReload(), expected);
+}
+
+TEST_F(MainJob, TakesTwoPostsOfItsOwnInARowForOneOfAnother) {
+  on_.mac.log.clear();
+  on_.inside([](VLMGlobals& document) {
+    Script_SendDaemonReloadSettings(document);
+    Script_SendDaemonReloadSettings(document);
+  });
+  on_.mac.turn();
+  EXPECT_EQ(std::count_if(on_.mac.log.begin(), on_.mac.log.end(),
+                          [](const auto& line) { return line.find("loadPrefsFromFile") != line.npos; }),
+            1);
 }
 
 TEST_F(MainJob, SwitchesOneDisplayAtTheControlApplicationsCommand) {

@@ -68,6 +68,7 @@ TEST(StartUp, TakesItsStepsInTheirOrder) {
       "addObserver(workspace, NSWorkspaceDidActivateApplicationNotification)",
       "addObserver(workspace, NSWorkspaceDidWakeNotification)",
       "RegisterEventHotKey(opt+0x35, VLMs 65534)",
+      "addGlobalMonitorForEventsMatchingMask(10)",
       "scheduledTimerWithTimeInterval(1, repeats)",
       "writeToURLAtomically(~/Library/Preferences/org.kelvane.velmoratix.daemon.plist)",
       "post(distributed, org.kelvane.velmoratix.daemon, \"reloadPreferences\")",
