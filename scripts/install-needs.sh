@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages_for() {
   case $1 in
-    build) echo g++ cmake ninja-build pkg-config libplist-dev libcli11-dev libedit-dev ;;
+    build) echo g++ cmake ninja-build pkg-config libplist-dev libcli11-dev nlohmann-json3-dev libedit-dev ;;
     test) echo libgtest-dev clang clang-format clang-tidy libplist-utils edid-decode ;;
     benchmark) echo libbenchmark-dev ;;
     cross) echo clang-19 lld-19 libc++-19-dev ninja-build ;;

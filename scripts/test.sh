@@ -19,6 +19,7 @@ say "Layout and storeys"
 scripts/check-format.sh
 scripts/tests/check-storeys-test.sh
 scripts/check-storeys.sh
+scripts/tests/documents-test.sh
 
 say "Build with g++ and sanitizers"
 cmake --preset debug >/dev/null

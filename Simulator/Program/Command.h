@@ -31,6 +31,8 @@ struct Command {
   std::string_view help;
   std::string_view example;
   Outcome (*run)(Simulator& simulator, Arguments arguments) = nullptr;
+  /// Takes "--json" behind its name, and then answers in JSON; see Simulator::wantsJson.
+  bool offersJson = false;
 };
 
 }  // namespace vlm::sim

@@ -66,7 +66,7 @@ Outcome quit(Simulator& simulator, Arguments) {
 }
 
 constexpr std::array kCommands{
-    Command{"post", "COMMAND [PARAMETER1 [PARAMETER2]]", 1, 3, "the control application sends the daemon a message",
+    Command{"post", "MESSAGE [PARAMETER1 [PARAMETER2]]", 1, 3, "the control application sends the daemon a message",
             "post kVLMUseThisMode 1001 42", post},
     Command{"launch-daemon", "VERSION...", 1, kMostCopies,
             "starts a copy of the daemon; several versions: copies at the same moment", "launch-daemon 4.14 4.16",

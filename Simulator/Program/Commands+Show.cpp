@@ -8,9 +8,11 @@
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DaemonView.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Json.h"
 #include "Simulator/Program/Picture.h"
 #include "Simulator/Program/Settings.h"
 #include "Simulator/Program/Simulator.h"
+#include "Simulator/Program/Views.h"
 
 /// What can be looked at.
 namespace vlm::sim {
@@ -25,6 +27,11 @@ void print(Output& output, const std::vector<std::vector<std::string>>& rows) {
   const std::string table = tableOf(rows);
   const std::size_t headerEnd = table.find('\n');
   output.data << output.bold(table.substr(0, headerEnd)) << table.substr(headerEnd);
+}
+
+Outcome printJson(Simulator& simulator, const plist::Value& view) {
+  simulator.output().data << jsonText(view) << "\n";
+  return {};
 }
 
 std::string displayNotes(Simulator& simulator, const SimulatedDisplay& display) {
@@ -63,11 +70,13 @@ void printPicture(Simulator& simulator) {
 }
 
 Outcome showPicture(Simulator& simulator, Arguments) {
+  if (simulator.wantsJson) return printJson(simulator, pictureView(simulator.mac()));
   printPicture(simulator);
   return {};
 }
 
 Outcome showDisplays(Simulator& simulator, Arguments) {
+  if (simulator.wantsJson) return printJson(simulator, displaysView(simulator.mac()));
   if (simulator.output().isTerminal) printPicture(simulator);
   printDisplayTable(simulator);
   return {};
@@ -95,6 +104,7 @@ Outcome showModes(Simulator& simulator, Arguments arguments) {
   return fromDocument(simulator, [&](const VLMGlobals& document) {
     const auto record = display.id == 0 ? nullptr : document.displayWithcgID(display.id);
     if (!record) return Outcome::refused("the daemon does not see " + quoted(display.description.name));
+    if (simulator.wantsJson) return printJson(simulator, modesView(*record, most));
     const std::size_t count = record->validDisplayModes.size();
     Output& output = simulator.output();
     const std::string shownName = record->displayedName();
@@ -108,6 +118,7 @@ Outcome showModes(Simulator& simulator, Arguments arguments) {
 
 Outcome showSets(Simulator& simulator, Arguments) {
   return fromDocument(simulator, [&](VLMGlobals& document) {
+    if (simulator.wantsJson) return printJson(simulator, setsView(document));
     print(simulator.output(), setRows(document));
     return Outcome{};
   });
@@ -120,9 +131,11 @@ Outcome showSettings(Simulator& simulator, Arguments arguments) {
   if (!arguments.empty()) {
     const plist::Value* value = valueAt(*settings, arguments[0]);
     if (value == nullptr) return Outcome::refused("the settings file has no " + arguments[0]);
+    if (simulator.wantsJson) return printJson(simulator, *value);
     output.data << plainText(*value) << "\n";
     return {};
   }
+  if (simulator.wantsJson) return printJson(simulator, *settings);
   output.data << simulator.settingsPath() << "\n";
   std::vector<std::vector<std::string>> rows{{"KEY", "VALUE"}};
   for (const plist::Entry& entry : *settings) {
@@ -132,32 +145,35 @@ Outcome showSettings(Simulator& simulator, Arguments arguments) {
   return {};
 }
 
-Outcome printLines(Simulator& simulator, const std::vector<std::string>& lines) {
+Outcome printLines(Simulator& simulator, const std::vector<std::string>& lines, const std::string& key) {
+  if (simulator.wantsJson) return printJson(simulator, linesView(lines, key));
   for (const std::string& line : lines) simulator.output().data << line << "\n";
   return {};
 }
 
-Outcome showJournal(Simulator& simulator, Arguments) { return printLines(simulator, simulator.journal()); }
-Outcome showLog(Simulator& simulator, Arguments) { return printLines(simulator, simulator.log()); }
+Outcome showJournal(Simulator& simulator, Arguments) { return printLines(simulator, simulator.journal(), "call"); }
+Outcome showLog(Simulator& simulator, Arguments) { return printLines(simulator, simulator.log(), "text"); }
 
 Outcome say(Simulator& simulator, Arguments arguments) {
   std::string text;
   for (const std::string& word : arguments) text += word + " ";
   simulator.output().data << "\n";
-  return printLines(simulator, wrapped(text, kTextColumns));
+  for (const std::string& line : wrapped(text, kTextColumns)) simulator.output().data << line << "\n";
+  return {};
 }
 
 constexpr std::array kCommands{
     Command{"show displays", "", 0, 0, "the displays: a picture at a terminal, and a table", "show displays",
-            showDisplays},
-    Command{"show picture", "", 0, 0, "how they stand on the desktop, to scale", "show picture", showPicture},
+            showDisplays, true},
+    Command{"show picture", "", 0, 0, "how they stand on the desktop, to scale", "show picture", showPicture, true},
     Command{"show modes", "DISPLAY [N]", 1, 2, "the modes that the daemon found for a display, or the largest N",
-            "show modes Left 10", showModes},
-    Command{"show sets", "", 0, 0, "the display sets, their marks and hot keys", "show sets", showSets},
+            "show modes Left 10", showModes, true},
+    Command{"show sets", "", 0, 0, "the display sets, their marks and hot keys", "show sets", showSets, true},
     Command{"show settings", "[KEYPATH]", 0, 1, "the settings file on disk, or one value of it",
-            "show settings displaySetsArray.0.name", showSettings},
-    Command{"show journal", "", 0, 0, "every call that changed something on the machine", "show journal", showJournal},
-    Command{"show log", "", 0, 0, "what the daemon logged", "show log", showLog},
+            "show settings displaySetsArray.0.name", showSettings, true},
+    Command{"show journal", "", 0, 0, "every call that changed something on the machine", "show journal", showJournal,
+            true},
+    Command{"show log", "", 0, 0, "what the daemon logged", "show log", showLog, true},
     Command{"say", "TEXT...", 1, 200, "prints a paragraph", "say \"Now the cable is pulled.\"", say},
 };
 

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <ostream>
 
+#include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Simulator.h"
 
@@ -33,6 +35,42 @@ const Command* commandOf(Arguments words) {
   return best;
 }
 
+/// How many letters must be changed, added or dropped to make one word of the other.
+std::size_t distanceBetween(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (const char letter : a) {
+    std::size_t diagonal = row[0]++;
+    for (std::size_t i = 1; i <= b.size(); ++i) {
+      const std::size_t replaced = diagonal + (letter == b[i - 1] ? 0 : 1);
+      diagonal = row[i];
+      row[i] = std::min({replaced, row[i] + 1, row[i - 1] + 1});
+    }
+  }
+  return row[b.size()];
+}
+
+/// The command that somebody who wrote `word` may have meant; empty when none is near.
+std::string nearestTo(const std::string& word) {
+  std::string best;
+  // Of short words nearly everything is near.
+  std::size_t least = word.size() <= 3 ? 2 : 3;
+  for (const Command& command : allCommands()) {
+    const std::string first(command.name.substr(0, command.name.find(' ')));
+    const std::size_t distance = isSameName(word, first) ? 0 : distanceBetween(word, first);
+    if (distance >= least) continue;
+    least = distance;
+    best = first;
+  }
+  return best;
+}
+
+std::string noCommand(const std::string& asked, const std::string& firstWord) {
+  const std::string nearest = nearestTo(firstWord);
+  const std::string hint = nearest.empty() || nearest == firstWord ? "" : "; did you mean " + quoted(nearest) + "?";
+  return "there is no command " + quoted(asked) + hint + (hint.empty() ? "; help lists them" : " help lists them");
+}
+
 /// "show: unknown "cats" (displays, log, …)" for a first word that has other words behind it.
 std::string unknown(Arguments words) {
   std::string choices;
@@ -41,15 +79,9 @@ std::string unknown(Arguments words) {
     if (!command.name.starts_with(first)) continue;
     choices += (choices.empty() ? "" : ", ") + std::string(command.name.substr(first.size()));
   }
-  if (choices.empty()) return "there is no command " + quoted(words.front()) + "; help lists them";
+  if (choices.empty()) return noCommand(words.front(), words.front());
   if (words.size() == 1) return words.front() + ": what? (" + choices + ")";
   return words.front() + ": there is no " + quoted(words[1]) + " (" + choices + ")";
-}
-
-std::string usage(const Command& command) {
-  std::string text(command.name);
-  if (!command.argumentHelp.empty()) text += " " + std::string(command.argumentHelp);
-  return text;
 }
 
 void listCommands(Output& output, const std::vector<const Command*>& commands) {
@@ -65,7 +97,7 @@ Outcome help(Simulator& simulator, Arguments arguments) {
   for (const Command& command : allCommands()) {
     if (asked.empty() || command.name == asked || command.name.starts_with(asked + " ")) commands.push_back(&command);
   }
-  if (commands.empty()) return Outcome::refused("there is no command " + quoted(asked) + "; help lists them");
+  if (commands.empty()) return Outcome::refused(noCommand(asked, joined(arguments, 1)));
   listCommands(output, commands);
   if (!asked.empty()) output.data << "\nFor example:\n";
   for (const Command* command : commands) {
@@ -81,11 +113,19 @@ constexpr std::array kHelpCommands{
 
 }  // namespace
 
+std::string usage(const Command& command) {
+  std::string text(command.name);
+  if (!command.argumentHelp.empty()) text += " " + std::string(command.argumentHelp);
+  if (command.offersJson) text += " [" + std::string(kJsonOption) + "]";
+  return text;
+}
+
 const std::vector<Command>& allCommands() {
   static const std::vector<Command> kAll = [] {
     std::vector<Command> all;
-    for (const auto theme : {showCommands(), machineCommands(), daemonCommands(), settingsCommands(),
-                             displayExpectations(), daemonExpectations(), std::span<const Command>(kHelpCommands)}) {
+    for (const auto theme : {showCommands(), setCommands(), machineCommands(), inputCommands(), eventCommands(),
+                             daemonCommands(), settingsCommands(), diskCommands(), displayExpectations(),
+                             daemonExpectations(), std::span<const Command>(kHelpCommands)}) {
       all.insert(all.end(), theme.begin(), theme.end());
     }
     return all;
@@ -98,6 +138,7 @@ std::variant<Call, std::string> callFor(const std::vector<std::string>& words) {
   if (command == nullptr) return unknown(words);
   Call call{.command = command, .arguments = {}};
   call.arguments.assign(words.begin() + static_cast<std::ptrdiff_t>(wordsIn(command->name)), words.end());
+  if (command->offersJson && std::erase(call.arguments, kJsonOption) > 0) call.wantsJson = true;
   const std::size_t given = call.arguments.size();
   if (given < command->fewest) return "too few arguments: " + usage(*command);
   if (given > command->most) return "too many arguments: " + usage(*command);
@@ -105,6 +146,7 @@ std::variant<Call, std::string> callFor(const std::vector<std::string>& words) {
 }
 
 Outcome runCall(Simulator& simulator, const Call& call) {
+  simulator.wantsJson = call.wantsJson;
   Outcome outcome = call.command->run(simulator, call.arguments);
   std::string faults;
   for (const std::string& fault : simulator.newFaults()) faults += (faults.empty() ? "" : "; ") + fault;

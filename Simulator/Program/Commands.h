@@ -14,16 +14,27 @@ const std::vector<Command>& allCommands();
 
 /// The themes' own tables.
 std::span<const Command> showCommands();
+std::span<const Command> setCommands();
 std::span<const Command> machineCommands();
+std::span<const Command> inputCommands();
+std::span<const Command> eventCommands();
 std::span<const Command> daemonCommands();
 std::span<const Command> settingsCommands();
+std::span<const Command> diskCommands();
 std::span<const Command> displayExpectations();
 std::span<const Command> daemonExpectations();
+
+/// The word that asks a command for its answer in JSON.
+constexpr std::string_view kJsonOption = "--json";
+
+/// "show modes DISPLAY [N] [--json]".
+std::string usage(const Command& command);
 
 /// A line's command and what stands behind its name.
 struct Call {
   const Command* command = nullptr;
   std::vector<std::string> arguments;
+  bool wantsJson = false;
 };
 
 /// Finds the command that the words begin with and counts its arguments; the reason when there is no such call. Nothing

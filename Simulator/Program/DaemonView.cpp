@@ -7,23 +7,30 @@
 #include "Shared/Shortcuts.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Views.h"
 
 namespace vlm::sim {
 
 namespace {
 
-struct DepthName {
-  std::int32_t mask;
-  const char* bits;
+struct Depth {
+  std::uint64_t mask;
+  std::int64_t bits;
 };
-constexpr std::array kDepths{DepthName{8, "8"},    DepthName{16, "16"},  DepthName{32, "32"}, DepthName{64, "30"},
-                             DepthName{128, "64"}, DepthName{256, "48"}, DepthName{512, "96"}};
+constexpr std::array kDepths{Depth{8, 8},    Depth{16, 16},  Depth{32, 32}, Depth{64, 30},
+                             Depth{128, 64}, Depth{256, 48}, Depth{512, 96}};
+
+std::vector<std::int64_t> depthsIn(std::int64_t mask) {
+  std::vector<std::int64_t> bits;
+  for (const Depth& depth : kDepths) {
+    if ((static_cast<std::uint64_t>(mask) & depth.mask) != 0) bits.push_back(depth.bits);
+  }
+  return bits;
+}
 
 std::string depthsText(std::int64_t mask) {
   std::string text;
-  for (const DepthName& depth : kDepths) {
-    if ((mask & depth.mask) != 0) text += (text.empty() ? "" : ", ") + std::string(depth.bits);
-  }
+  for (const std::int64_t bits : depthsIn(mask)) text += (text.empty() ? "" : ", ") + std::to_string(bits);
   return text.empty() ? "-" : text + " bits";
 }
 
@@ -67,17 +74,19 @@ std::string markName(std::int16_t mark) {
   return index < kNames.size() ? kNames[index] : "unknown";
 }
 
-std::shared_ptr<VLMDisplaySet> setNamed(const VLMGlobals& document, const std::string& text) {
-  std::shared_ptr<VLMDisplaySet> found;
-  bool isOnlyOne = true;
+std::variant<std::shared_ptr<VLMDisplaySet>, std::string> setNamed(const VLMGlobals& document,
+                                                                   const std::string& text) {
+  DisplaySets found;
+  std::string names;
   for (const auto& set : document.displaySetsArray) {
     const std::string name = set->name.value_or("");
     if (isSameName(text, name)) return set;
-    if (!isBeginning(text, name)) continue;
-    isOnlyOne = found == nullptr;
-    found = set;
+    if (isBeginning(text, name)) found.push_back(set);
+    names += (names.empty() ? "" : ", ") + quoted(name);
   }
-  return isOnlyOne ? found : nullptr;
+  if (found.size() == 1) return found.front();
+  const std::string begin = found.empty() ? "there is no set " : "several sets could be ";
+  return begin + quoted(text) + (names.empty() ? "; there are none" : "; there are " + names);
 }
 
 std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::size_t most) {
@@ -106,6 +115,106 @@ std::vector<std::vector<std::string>> setRows(VLMGlobals& document) {
     if (set->monitorArray.empty()) rows.push_back(first);
   }
   return rows;
+}
+
+// --- Views ---
+
+namespace {
+
+/// What a set enforces of a monitor, by the names of the keys that tell what.
+plist::Array enforced(const VLMMonitorInSet& monitor) {
+  const std::array kAspects{std::pair{"mode", monitor.hasModeSetting()},
+                            std::pair{"depth", monitor.hasDepthSetting()},
+                            std::pair{"origin", monitor.hasOrigin},
+                            std::pair{"active", monitor.hasActivity},
+                            std::pair{"orientation", monitor.hasOrientation},
+                            std::pair{"overscan", monitor.hasOverscan},
+                            std::pair{"underscan", monitor.hasUnderscan},
+                            std::pair{"hdr", monitor.hasHDR},
+                            std::pair{"colorProfile", monitor.hasColorProfile}};
+  plist::Array names;
+  for (const auto& [name, isEnforced] : kAspects) {
+    if (isEnforced) names.emplace_back(name);
+  }
+  return names;
+}
+
+plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const VLMDisplay* display) {
+  const DisplayPosition origin = DisplayPosition::unpack(monitor.origin);
+  plist::Dictionary view{{"identifier", monitor.monitorResID.value_or(0)},
+                         {"attached", monitor.dispIsPresent},
+                         {"main", monitor.isMainDisplay},
+                         {"active", monitor.isActive},
+                         {"origin", pointView(origin.h, origin.v)},
+                         {"orientation", monitor.orientation},
+                         {"overscan", monitor.inOverscan},
+                         {"underscan", monitor.underscan},
+                         {"hdr", monitor.isInHDR},
+                         {"enforces", enforced(monitor)}};
+  if (display != nullptr) view.set("name", display->displayedName());
+  if (monitor.hasModeSetting()) view.set("mode", modeView(display, monitor.modeUniqueID));
+  if (monitor.hasDepthSetting()) view.set("depth", bitsOfDepth(monitor.selDepth));
+  if (monitor.colorPreset) view.set("colorPreset", *monitor.colorPreset);
+  if (monitor.colorProfile) view.set("colorProfile", *monitor.colorProfile);
+  return view;
+}
+
+}  // namespace
+
+std::int64_t bitsOfDepth(std::uint64_t mask) {
+  for (const Depth& depth : kDepths) {
+    if (depth.mask == mask) return depth.bits;
+  }
+  return 0;
+}
+
+plist::Dictionary modeView(const VLMDisplay* display, std::uint64_t identifier) {
+  plist::Dictionary view{{"identifier", identifier}};
+  const auto mode =
+      display == nullptr ? nullptr : display->validModeWithUniqueID(truncateTo<std::uint32_t>(identifier));
+  if (mode) view.set("name", mode->inMenuModeName(true));
+  return view;
+}
+
+plist::Array modesView(const VLMDisplay& display, std::size_t most) {
+  plist::Array view;
+  const auto& modes = display.validDisplayModes;
+  for (auto mode = modes.rbegin(); mode != modes.rend() && view.size() < most; ++mode) {
+    plist::Array depths;
+    for (const std::int64_t bits : depthsIn((*mode)->colorMask)) depths.emplace_back(bits);
+    view.emplace_back(plist::Dictionary{{"identifier", (*mode)->modeUniqueID},
+                                        {"name", (*mode)->inMenuModeName(true)},
+                                        {"width", (*mode)->Nx},
+                                        {"height", (*mode)->Ny},
+                                        {"refreshHz", (*mode)->Hz},
+                                        {"scale", (*mode)->definition},
+                                        {"depths", std::move(depths)},
+                                        {"current", (*mode)->isCurrent()},
+                                        {"native", (*mode)->isNative},
+                                        {"interlaced", (*mode)->interlaced},
+                                        {"mayBeChosen", (*mode)->isValidAct}});
+  }
+  return view;
+}
+
+plist::Array setsView(VLMGlobals& document) {
+  plist::Array view;
+  for (const auto& set : document.displaySetsArray) {
+    plist::Array monitors;
+    for (const auto& monitor : set->monitorArray) {
+      monitors.emplace_back(monitorView(*monitor, document.extraDisplayWithID(monitor->monitorResID).get()));
+    }
+    plist::Dictionary entry{{"name", set->name.value_or("")},
+                            {"identifier", set->uniqueID.value_or(0)},
+                            {"mark", markName(document.checkMarkForSet(*set, nullptr))},
+                            {"hotKey", shortcutText(*set)},
+                            {"keyCode", set->keyCode.value_or(VLMDisplaySet::kNoHotKey)},
+                            {"monitors", std::move(monitors)}};
+    if (set->hasMirroring) entry.set("mirroring", set->inMirroring);
+    if (set->hasGray) entry.set("grayscale", set->inGray);
+    view.emplace_back(std::move(entry));
+  }
+  return view;
 }
 
 }  // namespace vlm::sim

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace vlm {
@@ -19,8 +20,9 @@ namespace vlm::sim {
 /// "none", "check", "dash", "diamond".
 std::string markName(std::int16_t mark);
 
-/// The set of that name, in any case of letters; its beginning will do when no other's name begins so. Null otherwise.
-std::shared_ptr<VLMDisplaySet> setNamed(const VLMGlobals& document, const std::string& text);
+/// The set of that name, in any case of letters; its beginning will do when no other's name begins so. The reason when
+/// there is none.
+std::variant<std::shared_ptr<VLMDisplaySet>, std::string> setNamed(const VLMGlobals& document, const std::string& text);
 
 /// A display's modes, the largest first: `most` of them.
 std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::size_t most);

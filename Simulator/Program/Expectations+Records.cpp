@@ -1,5 +1,6 @@
 #include <array>
 
+#include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Settings.h"
@@ -34,11 +35,14 @@ Outcome expectNoSetting(Simulator& simulator, Arguments arguments) {
 }
 
 Outcome expectRecords(Simulator& simulator, Arguments arguments) {
+  const auto wanted = parseInteger(arguments[0]);
+  if (!wanted || *wanted < 0) return Outcome::refused(quoted(arguments[0]) + " is no count");
   const auto settings = simulator.settings();
   if (!settings) return noSettings(simulator);
   const plist::Dictionary* records = settings->dictionary("allDisplays");
-  const std::string found = std::to_string(records == nullptr ? 0 : records->count());
-  return found == arguments[0] ? Outcome{} : Outcome::notHeld("the settings file holds " + found + " records");
+  const std::size_t found = records == nullptr ? 0 : records->count();
+  if (static_cast<std::size_t>(*wanted) == found) return {};
+  return Outcome::notHeld("the settings file holds " + std::to_string(found) + " records");
 }
 
 Outcome rememberSetting(Simulator& simulator, Arguments arguments) {

@@ -114,8 +114,8 @@ Outcome expectSet(Simulator& simulator, Arguments arguments) {
   }
   return ofDocument(simulator, [&](VLMGlobals& document) {
     const auto set = setNamed(document, arguments[0]);
-    if (!set) return Outcome::notHeld("there is no set " + quoted(arguments[0]));
-    const std::string found = markName(document.checkMarkForSet(*set, nullptr));
+    if (const auto* reason = std::get_if<std::string>(&set)) return Outcome::notHeld(*reason);
+    const std::string found = markName(document.checkMarkForSet(*std::get<0>(set), nullptr));
     return found == arguments[2] ? Outcome{} : Outcome::notHeld("the mark is " + found);
   });
 }
@@ -135,7 +135,7 @@ Outcome expectDaemon(Simulator& simulator, Arguments arguments) {
 
 constexpr std::array kDaemonExpectations{
     Command{"expect sets", "N", 1, 1, "the daemon knows N display sets", "expect sets 1", expectSets},
-    Command{"expect set", "NAME mark none|check|dash|diamond", 3, 3, "the mark beside a set",
+    Command{"expect set", "SET mark none|check|dash|diamond", 3, 3, "the mark beside a set",
             "expect set \"First\" mark check", expectSet},
     Command{"expect running", "N", 1, 1, "N copies of the daemon run", "expect running 1", expectRunning},
     Command{"expect daemon", "VERSION running|gone", 2, 2, "a copy of that version runs, or none does any more",

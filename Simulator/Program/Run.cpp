@@ -21,26 +21,48 @@ int refuse(Output& output, const std::string& reason) {
   return kStatusOfWrongCall;
 }
 
-std::string namesOfMachines() {
-  std::vector<std::string> names;
-  std::error_code error;
-  for (const auto& file : std::filesystem::directory_iterator(VELMORATIX_MACHINES_FOLDER, error)) {
-    if (file.path().extension() == ".plist") names.push_back(file.path().stem().string());
-  }
-  std::sort(names.begin(), names.end());
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
+bool namesFile(const std::string& nameOrFile) {
+  return nameOrFile.find('/') != std::string::npos || nameOrFile.ends_with(".plist");
 }
 
 std::variant<MachineDescription, std::string> machineFor(const std::string& nameOrFile) {
-  if (nameOrFile.find('/') != std::string::npos || nameOrFile.ends_with(".plist")) return readMachine(nameOrFile);
+  if (namesFile(nameOrFile)) return readMachine(nameOrFile);
   const std::string path = std::string(VELMORATIX_MACHINES_FOLDER) + "/" + nameOrFile + ".plist";
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) {
-    return "there is no machine " + quoted(nameOrFile) + "; there are " + namesOfMachines();
+    std::string names;
+    for (const std::string& name : namesOfMachines()) names += (names.empty() ? "" : ", ") + name;
+    return "there is no machine " + quoted(nameOrFile) + "; there are " + names;
   }
   return readMachine(path);
+}
+
+/// What a scenario's first line asks for. A file is looked for from here, then beside the scenario; a reason begins
+/// with the line.
+std::variant<MachineDescription, std::string> machineOf(const Scenario& scenario, const std::string& asked) {
+  std::string name = asked;
+  std::error_code error;
+  const std::filesystem::path beside = std::filesystem::path(scenario.name).parent_path() / asked;
+  const bool isHere = std::filesystem::exists(asked, error);
+  if (namesFile(asked) && !isHere && std::filesystem::exists(beside, error)) name = beside.string();
+  auto machine = machineFor(name);
+  if (auto* reason = std::get_if<std::string>(&machine)) *reason = scenario.name + ":1: " + *reason;
+  return machine;
+}
+
+/// The machine of the call, of the scenario or the usual one, with the displays that the call adds.
+std::variant<MachineDescription, std::string> chosenMachine(const RunOptions& options,
+                                                            const std::optional<Scenario>& scenario) {
+  const std::optional<std::string> asked = scenario ? scenario->machine() : std::nullopt;
+  auto machine =
+      asked && !options.machine ? machineOf(*scenario, *asked) : machineFor(options.machine.value_or(kUsualMachine));
+  for (const std::string& path : options.displays) {
+    if (std::holds_alternative<std::string>(machine)) return machine;
+    auto display = readDisplay(path, "");
+    if (auto* reason = std::get_if<std::string>(&display)) return std::move(*reason);
+    addDisplay(std::get<MachineDescription>(machine), std::get<DisplayDescription>(std::move(display)));
+  }
+  return machine;
 }
 
 bool writeLines(const std::string& path, const std::vector<std::string>& lines) {
@@ -78,6 +100,16 @@ int playOn(Simulator& simulator, const RunOptions& options, const std::optional<
 
 }  // namespace
 
+std::vector<std::string> namesOfMachines() {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& file : std::filesystem::directory_iterator(VELMORATIX_MACHINES_FOLDER, error)) {
+    if (file.path().extension() == ".plist") names.push_back(file.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 int runSimulator(const RunOptions& options, Output& output) {
   std::optional<Scenario> scenario;
   if (options.script) {
@@ -85,16 +117,8 @@ int runSimulator(const RunOptions& options, Output& output) {
     if (const auto* reason = std::get_if<std::string>(&read)) return refuse(output, *reason);
     scenario = std::get<Scenario>(std::move(read));
   }
-  const std::optional<std::string> asked = options.machine ? options.machine
-                                           : scenario      ? scenario->machine()
-                                                           : std::nullopt;
-  auto machine = machineFor(asked.value_or(kUsualMachine));
+  auto machine = chosenMachine(options, scenario);
   if (const auto* reason = std::get_if<std::string>(&machine)) return refuse(output, *reason);
-  for (const std::string& path : options.displays) {
-    auto display = readDisplay(path, "");
-    if (const auto* reason = std::get_if<std::string>(&display)) return refuse(output, *reason);
-    addDisplay(std::get<MachineDescription>(machine), std::get<DisplayDescription>(std::move(display)));
-  }
   try {
     Simulator simulator(std::get<MachineDescription>(std::move(machine)), options.home, output);
     return playOn(simulator, options, scenario);

@@ -23,6 +23,9 @@ constexpr int kStatusOfWrongCall = 2;
 
 constexpr const char* kUsualMachine = "laptop-and-two";
 
+/// Of those that come with the program, in ascending order.
+std::vector<std::string> namesOfMachines();
+
 /// The program: makes the machine, starts the daemon, plays. The exit status.
 int runSimulator(const RunOptions& options, Output& output);
 

@@ -1,8 +1,10 @@
 #include "Simulator/Program/Scenario.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 
+#include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Simulator.h"
@@ -11,9 +13,15 @@ namespace vlm::sim {
 
 namespace {
 
-constexpr std::string_view kMachineComment = "# machine:";
-
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+/// What stands behind "# machine:", in whatever case and with whatever blanks; absent in any other line.
+std::optional<std::string_view> machineIn(std::string_view line) {
+  constexpr std::string_view kKey = "machine:";
+  if (!line.starts_with('#')) return std::nullopt;
+  line.remove_prefix(std::min(line.find_first_not_of("# \t"), line.size()));
+  return isBeginning(kKey, line) ? std::optional(line.substr(kKey.size())) : std::nullopt;
+}
 
 /// The text up to `kLargestScenario`; absent when there is more.
 std::optional<std::string> readAll(std::istream& stream) {
@@ -60,17 +68,34 @@ std::string place(const Scenario& scenario, std::size_t line) {
   return scenario.name + ":" + std::to_string(line) + ": ";
 }
 
-/// The lines as calls, without those that say nothing; the reason of the first that is none.
+/// A line as a call, nothing when it says nothing, or the reason why it is wrong.
+std::variant<std::optional<Call>, std::string> callIn(const Scenario& scenario, std::size_t index) {
+  const std::string& line = scenario.lines[index];
+  if (const auto machine = machineIn(line)) {
+    if (index > 0) return std::string("the machine is chosen in the first line, or by --machine");
+    if (!scenario.machine()) return std::string("behind \"machine:\" stands a machine's name or file");
+  }
+  const auto words = splitWords(line);
+  if (const auto* reason = std::get_if<std::string>(&words)) return *reason;
+  if (std::get<std::vector<std::string>>(words).empty()) return std::nullopt;
+  auto call = callFor(std::get<std::vector<std::string>>(words));
+  if (const auto* reason = std::get_if<std::string>(&call)) return *reason;
+  return std::get<Call>(std::move(call));
+}
+
+/// The lines as calls, without those that say nothing; the reasons, a line each, when some are wrong.
 std::variant<std::vector<Step>, std::string> stepsOf(const Scenario& scenario) {
   std::vector<Step> steps;
+  std::string reasons;
   for (std::size_t i = 0; i < scenario.lines.size(); ++i) {
-    const auto words = splitWords(scenario.lines[i]);
-    if (const auto* reason = std::get_if<std::string>(&words)) return place(scenario, i + 1) + *reason;
-    if (std::get<std::vector<std::string>>(words).empty()) continue;
-    auto call = callFor(std::get<std::vector<std::string>>(words));
-    if (const auto* reason = std::get_if<std::string>(&call)) return place(scenario, i + 1) + *reason;
-    steps.push_back({.line = i + 1, .text = scenario.lines[i], .call = std::get<Call>(std::move(call))});
+    auto call = callIn(scenario, i);
+    if (const auto* reason = std::get_if<std::string>(&call)) {
+      reasons += (reasons.empty() ? "" : "\n") + place(scenario, i + 1) + *reason;
+    } else if (auto& found = std::get<std::optional<Call>>(call)) {
+      steps.push_back({.line = i + 1, .text = scenario.lines[i], .call = *std::move(found)});
+    }
   }
+  if (!reasons.empty()) return reasons;
   return steps;
 }
 
@@ -91,8 +116,9 @@ void echoAfter(Output& output, const Step& step) {
 }  // namespace
 
 std::optional<std::string> Scenario::machine() const {
-  if (lines.empty() || !lines.front().starts_with(kMachineComment)) return std::nullopt;
-  const auto words = splitWords(std::string_view(lines.front()).substr(kMachineComment.size()));
+  const auto named = lines.empty() ? std::nullopt : machineIn(lines.front());
+  if (!named) return std::nullopt;
+  const auto words = splitWords(*named);
   const auto* found = std::get_if<std::vector<std::string>>(&words);
   if (found == nullptr || found->empty()) return std::nullopt;
   return found->front();

@@ -36,8 +36,8 @@ std::string asWord(std::string_view text);
 /// Whether the lines are shown as they are played, for somebody who watches.
 enum class Echo { no, yes };
 
-/// Plays a scenario until a line does not hold. All lines are looked through before the first is played, so that a
-/// wrong one is refused at once. The reason begins with file and line.
+/// Plays a scenario until a line does not hold. All lines are looked through before the first is played, so that wrong
+/// ones are refused at once. Each reason begins with file and line.
 Outcome playScenario(Simulator& simulator, const Scenario& scenario, Echo echo);
 
 }  // namespace vlm::sim

@@ -71,6 +71,10 @@ class Simulator {
 
   /// A value of the settings file kept by `remember`, to compare with later.
   std::map<std::string, std::optional<plist::Value>> remembered;
+  /// The settings as the control application has them open.
+  std::optional<plist::Dictionary> openSettings;
+  /// Whether the command under way was asked to answer in JSON.
+  bool wantsJson = false;
   /// Whether `quit` was said: the prompt ends.
   bool hasQuit = false;
 

@@ -3,41 +3,72 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
+#include "Simulator/Program/Documents.h"
+#include "Simulator/Program/ProgramOptions.h"
 #include "Simulator/Program/Run.h"
 #include "Simulator/Program/Simulator.h"
 
 namespace {
 
-constexpr const char* kAbout =
-    "A simulated Mac with the Velmoratix daemon on it.\n"
-    "Without --script: a prompt at a terminal (its command help lists the others), otherwise a guided tour.";
-constexpr const char* kStatuses =
-    "Status 0: it ran, and every expectation held; 1: one did not hold; 2: a wrong call, machine, EDID or line.";
+using vlm::sim::ProgramOption;
+
+std::string footer() {
+  std::string text;
+  for (const auto& status : vlm::sim::kExitStatuses) {
+    text += (text.empty() ? "Status " : "\n       ") + std::to_string(status.number) + ": ";
+    text += status.meaning;
+  }
+  return text;
+}
+
+template <class Target>
+CLI::Option* add(CLI::App& app, const ProgramOption& option, Target& target) {
+  return app.add_option(std::string(option.name), target, std::string(option.help))
+      ->type_name(std::string(option.argumentHelp));
+}
+
+void addOptions(CLI::App& app, vlm::sim::RunOptions& options) {
+  app.set_help_flag("-h," + std::string(vlm::sim::kHelpOption.name), std::string(vlm::sim::kHelpOption.help));
+  app.set_version_flag(std::string(vlm::sim::kVersionOption.name),
+                       std::string("velmoratix-simulator ") + vlm::sim::kVersion,
+                       std::string(vlm::sim::kVersionOption.help));
+  add(app, vlm::sim::kMachineOption, options.machine);
+  add(app, vlm::sim::kDisplayOption, options.displays)
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  add(app, vlm::sim::kHomeOption, options.home);
+  add(app, vlm::sim::kScriptOption, options.script);
+  add(app, vlm::sim::kJournalOption, options.journal);
+  add(app, vlm::sim::kLogOption, options.log);
+}
+
+/// Prints a document instead of running.
+int print(const std::string& kind) {
+  const auto document = vlm::sim::documentOf(kind);
+  if (!document) {
+    std::cerr << "velmoratix-simulator: --print " << kind << ": is none of man, bash, zsh, fish, machines\n";
+    return vlm::sim::kStatusOfWrongCall;
+  }
+  std::cout << *document;
+  return 0;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   vlm::sim::RunOptions options;
-  CLI::App app(kAbout, "velmoratix-simulator");
-  app.footer(kStatuses);
-  app.set_version_flag("--version", std::string("velmoratix-simulator ") + vlm::sim::kVersion);
-  app.add_option("--machine", options.machine, "the machine: a name (see Simulator/Machines) or a file")
-      ->type_name("NAME|FILE");
-  app.add_option("--display", options.displays, "plugs in one more display, made from a raw EDID file; may be repeated")
-      ->type_name("EDIDFILE")
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-  app.add_option("--home", options.home, "the user's home folder; without it a temporary one that goes afterwards")
-      ->type_name("FOLDER");
-  app.add_option("--script", options.script, "plays a scenario, \"-\" from standard input")->type_name("FILE|-");
-  app.add_option("--journal", options.journal, "writes every call that changed something on the machine there")
-      ->type_name("FILE");
-  app.add_option("--log", options.log, "writes what the daemon logs there")->type_name("FILE");
+  std::optional<std::string> printed;
+  CLI::App app(std::string(vlm::sim::kProgramAbout), "velmoratix-simulator");
+  app.footer(footer());
+  addOptions(app, options);
+  // For those who install and complete; kept out of the help.
+  app.add_option("--print", printed)->group("");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : vlm::sim::kStatusOfWrongCall;
   }
+  if (printed) return print(*printed);
   options.isInteractive = isatty(STDIN_FILENO) == 1;
   vlm::sim::Output output = vlm::sim::Output::standard();
   return vlm::sim::runSimulator(options, output);

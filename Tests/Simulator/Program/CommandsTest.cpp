@@ -23,9 +23,14 @@ TEST(Commands, RefuseWhatTheyDoNotUnderstandAndSayWhy) {
   };
   const Row rows[] = {
       {"fly", "there is no command \"fly\"; help lists them"},
-      {"Advance 1", "there is no command \"Advance\"; help lists them"},
+      {"Advance 1", "there is no command \"Advance\"; did you mean \"advance\"? help lists them"},
+      {"exepct records 3", "there is no command \"exepct\"; did you mean \"expect\"? help lists them"},
       {"show cats", "show: there is no \"cats\" (displays, picture, modes, sets, settings, journal, log)"},
       {"remember", "too few arguments: remember KEYPATH"},
+      {"show log --xml", "too many arguments: show log [--json]"},
+      {"expect records many", "\"many\" is no count"},
+      {"restart --json", "too many arguments: restart"},
+      {"explain Work", "there is no set \"Work\"; there are \"As found at first start\""},
       {"restart now", "too many arguments: restart"},
       {"advance -1", "\"-1\" is no number of seconds from 0 to 604800"},
       {"advance 1e3", "\"1e3\" is no number of seconds from 0 to 604800"},

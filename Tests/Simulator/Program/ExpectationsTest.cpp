@@ -21,7 +21,7 @@ const Row kRows[] = {
     {"expect display Right gone", "expect mode Right 1920x1080", "\"Right\" is gone"},
     {"expect sets 1", "expect sets 2", "there are 1 sets"},
     {"expect set \"as found\" mark none", "expect set \"As found at first start\" mark check", "the mark is none"},
-    {"expect set As mark none", "expect set Work mark none", "there is no set \"Work\""},
+    {"expect set As mark none", "expect set Work mark none", "there are \"As found at first start\""},
     {"expect running 1", "expect running 0", "there are 1 copies of the daemon"},
     {"expect daemon 4.15.1 running", "expect daemon 4.15.1 gone", "daemon 4.15.1 runs"},
     {"expect daemon 4.1 gone", "expect daemon 4.1 running", "daemon 4.1 is gone"},

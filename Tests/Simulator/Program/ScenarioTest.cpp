@@ -68,11 +68,14 @@ TEST_F(ScenarioFile, RefusesWhatIsTooLargeOrNotThere) {
   EXPECT_EQ(std::get<std::string>(readScenario(testing::TempDir())), testing::TempDir() + ": cannot be read");
 }
 
-TEST(Scenario, RefusesAWrongLineBeforeAnythingIsPlayed) {
+TEST(Scenario, RefusesEveryWrongLineBeforeAnythingIsPlayed) {
   Desk desk;
-  const Outcome outcome = desk.play({"say hello", "", "advance"});
+  const Outcome outcome = desk.play({"#Machine:", "say hello", "", "advance", "# machine: desktop-single"});
   EXPECT_EQ(outcome.status, Outcome::Status::refused);
-  EXPECT_EQ(outcome.reason, "test.scenario:3: too few arguments: advance SECONDS");
+  EXPECT_EQ(outcome.reason,
+            "test.scenario:1: behind \"machine:\" stands a machine's name or file\n"
+            "test.scenario:4: too few arguments: advance SECONDS\n"
+            "test.scenario:5: the machine is chosen in the first line, or by --machine");
   EXPECT_EQ(desk.data.str(), "");
 }
 

@@ -90,6 +90,8 @@ TEST_F(Home, RunsAScenarioOnItsMachineAndWritesWhatWasAskedFor) {
 TEST_F(Home, RefusesAWrongCallWithStatus2AndTheReason) {
   writeText(file("bad.scenario"), "# machine: desktop-single\nadvance soon\n");
   writeText(file("wrong.scenario"), "expect records 7\n");
+  writeText(file("beside.scenario"), "# machine: beside.plist\n");
+  writeText(file("beside.plist"), "no property list");
   writeText(file("large.bin"), std::string(kLongestEdid + 1, '\0'));
   writeText(file("short.bin"), "no EDID");
   const std::string script = "/dev/null";
@@ -106,6 +108,9 @@ TEST_F(Home, RefusesAWrongCallWithStatus2AndTheReason) {
       {{.home = file("short.bin"), .script = script}, 2, "the home folder cannot be used"},
       {{.script = file("none.scenario")}, 2, file("none.scenario") + ": cannot be opened"},
       {{.script = file("bad.scenario")}, 2, "bad.scenario:2: advance soon: \"soon\" is no number of seconds"},
+      {{.script = file("beside.scenario")},
+       2,
+       "beside.scenario:1: " + file("beside.plist") + ": it is no property list"},
       {{.script = file("wrong.scenario")}, 1, "wrong.scenario:1: expect records 7: the settings file holds 3 records"},
       {{.script = script, .journal = file("no/folder")}, 2, "no/folder: cannot be written"},
   };

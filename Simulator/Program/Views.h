@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Platform/PropertyList.h"
+
+namespace vlm {
+class VLMDisplay;
+class VLMGlobals;
+}  // namespace vlm
+
+namespace vlm::sim {
+
+class SimulatedMac;
+struct SimulatedMode;
+
+/// What `show` answers with --json: values whose keys stay. A key is missing where there is nothing of the kind (the
+/// origin of a display that is off).
+
+/// Every display of the machine, in the system's order.
+plist::Array displaysView(SimulatedMac& mac);
+/// Where each display stands on the desktop.
+plist::Array pictureView(SimulatedMac& mac);
+/// Lines that begin with a process's name and ": ", as objects with "process" and the rest under `key`.
+plist::Array linesView(const std::vector<std::string>& lines, const std::string& key);
+
+/// A point as an object with "x" and "y".
+plist::Dictionary pointView(double x, double y);
+
+// --- Of the daemon's document; to be asked for within its process ---
+
+/// The modes that the daemon found, the largest first: `most` of them.
+plist::Array modesView(const VLMDisplay& display, std::size_t most);
+plist::Array setsView(VLMGlobals& document);
+/// A mode of a display, which may be null, by the identifier that sets know it by: "identifier", and "name" while the
+/// display has it.
+plist::Dictionary modeView(const VLMDisplay* display, std::uint64_t identifier);
+
+/// Bits that a pixel takes, of a depth in mask form; 0 when there is no such depth.
+std::int64_t bitsOfDepth(std::uint64_t mask);
+
+/// A value of a view as people read it: a mode's name or size, "(0, 0)", on, off, 1.5; "-" for null.
+std::string viewText(const plist::Value* value);
+
+}  // namespace vlm::sim

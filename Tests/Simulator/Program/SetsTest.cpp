@@ -1,0 +1,163 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+
+#include "Models/VLMGlobals.h"
+#include "Platform/Process.h"
+#include "Simulator/Program/Commands.h"
+#include "Simulator/Program/Json.h"
+#include "Simulator/Program/Settings.h"
+#include "Simulator/Program/Views.h"
+#include "Tests/Simulator/Program/ProgramFixture.h"
+
+namespace vlm::sim {
+namespace {
+
+/// What a command answers in JSON.
+plist::Dictionary answer(Desk& desk, const std::string& line) {
+  desk.data.str("");
+  const Outcome outcome = desk.play({line + " --json"});
+  EXPECT_TRUE(outcome.held()) << outcome.reason;
+  const auto value = valueFromJson(desk.data.str());
+  if (!value || value->dictionary() == nullptr) {
+    ADD_FAILURE() << line << ": no JSON object: " << desk.data.str();
+    return {};
+  }
+  return *value->dictionary();
+}
+
+std::string textAt(const plist::Dictionary& view, std::string_view path) {
+  const plist::Value* value = valueAt(view, path);
+  return value == nullptr ? "nothing" : viewText(value);
+}
+
+void enforceOrigins(Desk& desk) {
+  const Process::Scope inDaemon(desk.simulator.daemon()->process());
+  for (const auto& monitor : VLMGlobals::sharedInstance().displaySetsArray.at(0)->monitorArray) {
+    monitor->hasOrigin = true;
+  }
+}
+
+TEST(Explain, NamesEveryDifferenceWithWhatIsWantedAndFound) {
+  struct Row {
+    const char* name;
+    std::vector<std::string> lines = {};
+    bool enforcesOrigins = false;
+    std::map<std::string, std::string> found = {};  ///< by path of keys
+  };
+  const Row rows[] = {
+      {.name = "in force", .found = {{"mark", "check"}, {"monitors.1.state", "matches"}}},
+      {.name = "a mode, and where it pushed a neighbour",
+       .lines = {"mode Left 1024x768"},
+       .enforcesOrigins = true,
+       .found = {{"mark", "none"},
+                 {"monitors.0.state", "matches"},
+                 {"monitors.1.state", "differs"},
+                 {"monitors.1.differences.0.aspect", "mode"},
+                 {"monitors.1.differences.0.wanted", "2560 × 1440, 60 Hz"},
+                 {"monitors.1.differences.0.found", "1024 × 768, 60 Hz"},
+                 {"monitors.2.state", "differs"},
+                 {"monitors.2.differences.0.aspect", "origin"},
+                 {"monitors.2.differences.0.wanted", "(4000, 0)"}}},
+      {.name = "a display that is gone",
+       .lines = {"unplug Left"},
+       .found = {{"mark", "dash"}, {"monitors.2.state", "notAttached"}}},
+      {.name = "a display that is off",
+       .lines = {"disable Left"},
+       .found = {{"mark", "dash"}, {"monitors.1.state", "off"}}},
+  };
+  for (const Row& row : rows) {
+    Desk desk;
+    if (row.enforcesOrigins) enforceOrigins(desk);
+    ASSERT_TRUE(desk.play(row.lines).held()) << row.name;
+    ASSERT_TRUE(desk.play({"advance 3"}).held()) << row.name;
+    const std::size_t logged = desk.simulator.mac().log.size();
+    const plist::Dictionary explained = answer(desk, "explain As");
+    for (const auto& [path, text] : row.found) EXPECT_EQ(textAt(explained, path), text) << row.name << ": " << path;
+    EXPECT_EQ(desk.simulator.mac().log.size(), logged) << row.name;
+    EXPECT_TRUE(desk.play({"expect set As mark " + textAt(explained, "mark")}).held()) << row.name;
+  }
+}
+
+/// Every file below a folder, with its content and the moment of its last change.
+std::map<std::string, std::pair<std::string, std::filesystem::file_time_type>> filesBelow(const std::string& folder) {
+  std::map<std::string, std::pair<std::string, std::filesystem::file_time_type>> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (!entry.is_regular_file()) continue;
+    std::ifstream file(entry.path(), std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    files[entry.path()] = {content, entry.last_write_time()};
+  }
+  return files;
+}
+
+TEST(Plan, TellsWhatApplyingBringsAndChangesNothing) {
+  Desk desk;
+  ASSERT_TRUE(desk.play({"mode Left 1024x768", "disable Right", "advance 3"}).held());
+  SimulatedMac& mac = desk.simulator.mac();
+  const auto files = filesBelow(mac.homeFolder());
+  const plist::Array displays = displaysView(mac);
+  const auto journal = mac.journal().lines();
+  const auto log = mac.log;
+  const double now = mac.now();
+  const plist::Dictionary plan = answer(desk, "plan As");
+  EXPECT_EQ(filesBelow(mac.homeFolder()), files);
+  EXPECT_EQ(displaysView(mac), displays);
+  EXPECT_EQ(mac.journal().lines(), journal);
+  EXPECT_EQ(mac.log, log);
+  EXPECT_EQ(mac.now(), now);
+  EXPECT_EQ(mac.diskFault, DiskFault::none);
+
+  // What really comes of it is what was foretold.
+  ASSERT_TRUE(desk.play({"clear", "press cmd+opt+f11"}).held());
+  const plist::Array calls = linesView(desk.simulator.journal(), "call");
+  const plist::Array& foretold = *plan.array("calls");
+  ASSERT_GE(foretold.size(), calls.size());
+  EXPECT_TRUE(std::equal(calls.begin(), calls.end(), foretold.begin())) << desk.data.str();
+  for (const plist::Value& value : *plan.array("changes")) {
+    const plist::Dictionary& change = *value.dictionary();
+    for (const plist::Value& display : displaysView(mac)) {
+      if (display.dictionary()->string("name") != change.string("display")) continue;
+      EXPECT_EQ(viewText(display.dictionary()->find(*change.string("aspect"))), viewText(change.find("after")));
+    }
+  }
+  EXPECT_EQ(textAt(plan, "changes.0.display"), "Left");
+  EXPECT_EQ(textAt(plan, "changes.0.aspect"), "mode");
+}
+
+TEST(Plan, SaysThatNothingWouldChange) {
+  Desk desk;
+  ASSERT_TRUE(desk.play({"plan As"}).held());
+  EXPECT_NE(desk.data.str().find("counts as in force (mark check)"), std::string::npos) << desk.data.str();
+  EXPECT_NE(desk.data.str().find("would change nothing"), std::string::npos) << desk.data.str();
+}
+
+TEST(Json, IsWhatEveryShowOffers) {
+  Desk desk;
+  for (const Command& command : allCommands()) {
+    if (!command.name.starts_with("show ")) continue;
+    desk.data.str("");
+    ASSERT_TRUE(command.offersJson) << command.name;
+    const Outcome outcome = desk.play({std::string(command.example) + " --json"});
+    EXPECT_TRUE(outcome.held()) << outcome.reason;
+    EXPECT_TRUE(valueFromJson(desk.data.str())) << command.name << ": " << desk.data.str();
+  }
+}
+
+TEST(Json, KeepsNumbersAndReplacesWhatItCannotSay) {
+  const plist::Value value = plist::Dictionary{{"big", std::uint64_t{0xFFFFFFFFFFFFFFFF}},
+                                               {"small", std::int64_t{-9007199254740993}},
+                                               {"text", "\"\\\n\xFF"},
+                                               {"nothing", std::numeric_limits<double>::quiet_NaN()},
+                                               {"data", plist::Data{0, 0xAB}}};
+  EXPECT_EQ(valueFromJson(jsonText(value)),
+            (std::optional<plist::Value>(plist::Dictionary{{"big", std::uint64_t{0xFFFFFFFFFFFFFFFF}},
+                                                           {"small", std::int64_t{-9007199254740993}},
+                                                           {"text", "\"\\\n\xEF\xBF\xBD"},
+                                                           {"data", "00ab"}})));
+}
+
+}  // namespace
+}  // namespace vlm::sim
