@@ -1,97 +1,24 @@
 #include <benchmark/benchmark.h>
 #include <plist/plist.h>
 
+#include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
+#include "Benchmarks/GeneratedSettings.h"
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
 #include "Shared/Log.h"
-#include "Simulator/Mac/PropertyListFile.h"
-#include "Simulator/Mac/SimulatedMac.h"
 
-/// What a settings file costs on its way to the document, beside libplist's own parse of the same file. Only ratios of
-/// one run say anything: machines differ and are busy.
-namespace vlm {
+/// What a settings file costs on its way to the document and back, beside libplist's own parse and write of the same
+/// file. Only ratios of one run say anything: machines differ and are busy.
+namespace vlm::bench {
 namespace {
-
-constexpr int kDisplays = 20, kModes = 150, kSets = 50, kMonitors = 4;
-
-plist::Dictionary modeDictionary(int display, int index) {
-  const auto mode = VLMMode::init();
-  mode->Nx = static_cast<std::uint32_t>(800 + index * 8);
-  mode->Ny = static_cast<std::uint32_t>(600 + index * 4);
-  mode->Hz = 59.94F;
-  mode->definition = 1.0F;
-  mode->modeUniqueID = static_cast<std::uint32_t>(1000003 * (index + 1) + display);
-  mode->deskResID = display * kModes + index + 1;
-  mode->pixClock = 148500000;
-  mode->totalPixels = 2475000;
-  mode->colorMask = 32;
-  mode->sysModeID[2] = index;
-  mode->isValidAct = true;
-  return mode->encodeReadable();
-}
-
-plist::Dictionary displayDictionary(int index) {
-  const auto display = VLMDisplay::init();
-  display->monitorResID = 1001 + index;
-  display->sysMonitorName = "Monitor " + std::to_string(index);
-  display->driverLocationName = "IOService:/PCI0/GFX0/Framebuffer@" + std::to_string(index);
-  display->displayUUIDString = "37D8832A-2D66-02CA-B9F7-8F30A301B230";
-  plist::Dictionary dict = display->encodeReadable();
-  plist::Array modes;
-  for (int mode = 0; mode < kModes; ++mode) modes.emplace_back(modeDictionary(index, mode));
-  dict.set("displayModes", modes);
-  dict.set("allDisplayModes", std::move(modes));
-  return dict;
-}
-
-plist::Dictionary setDictionary(int index) {
-  plist::Array monitors;
-  for (int i = 0; i < kMonitors; ++i) {
-    const auto monitor = VLMMonitorInSet::initEmpty();
-    monitor->monitorResID = 1001 + (index + i) % kDisplays;
-    monitors.emplace_back(monitor->encodeReadable());
-  }
-  return {
-      {"name", "Set " + std::to_string(index)}, {"uniqueID", index + 1}, {"keyCode", -1}, {"monitorArray", monitors}};
-}
-
-/// 20 displays with 150 modes in both lists, 50 sets of 4 monitors.
-plist::Dictionary generatedSettings() {
-  plist::Dictionary all;
-  plist::Array attached, sets;
-  for (int i = 0; i < kDisplays; ++i) {
-    all.set(std::to_string(1001 + i), displayDictionary(i));
-    if (i < 4) attached.emplace_back(1001 + i);
-  }
-  for (int i = 0; i < kSets; ++i) sets.emplace_back(setDictionary(i));
-  return {{"Version", 4150101}, {"allDisplays", all}, {"volatileDisplays", attached}, {"displaySetsArray", sets}};
-}
 
 /// A Mac with one display, the process in it, and the generated file in its place.
 struct Settings {
-  Settings() {
-    sim::MachineDescription machine;
-    sim::DisplayDescription display;
-    display.name = "Panel";
-    display.edid = std::get<plist::Data>(sim::composeEdid({.name = "Panel", .serialText = {}, .moreTimings = {}}));
-    machine.displays.push_back(std::move(display));
-    mac = std::make_unique<sim::SimulatedMac>(std::move(machine));
-    mac->logEnabled = false;
-    session = &mac->addSession({.bundleIdentifier = "benchmark", .name = "benchmark", .bundlePath = {}, .version = {}});
-    path = mac->homeFolder() + "/Library/Preferences/org.kelvane.velmoratix.daemon.plist";
-    content = sim::composePropertyList(generatedSettings());
-    std::string reason;
-    std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "wb"), std::fclose);
-    std::fwrite(content.data(), 1, content.size(), file.get());
-  }
-
-  std::unique_ptr<sim::SimulatedMac> mac;
-  sim::Session* session = nullptr;
-  std::string path, content;
+  ProcessOnMac process{machineWith(1, 1)};
+  std::string content = process.writeSettings(generatedSettings());
 };
 
 Settings& settings() {
@@ -99,40 +26,71 @@ Settings& settings() {
   return made;
 }
 
-void LibplistParsesTheFile(benchmark::State& state) {
+plist_t parsed(const std::string& content) {
+  plist_t root = nullptr;
+  plist_from_xml(content.data(), static_cast<std::uint32_t>(content.size()), &root);
+  return root;
+}
+
+void LibplistParses(benchmark::State& state) {
   const std::string& content = settings().content;
   for (auto _ : state) {
-    plist_t root = nullptr;
-    plist_from_xml(content.data(), static_cast<std::uint32_t>(content.size()), &root);
+    plist_t root = parsed(content);
     benchmark::DoNotOptimize(root);
     plist_free(root);
   }
   state.counters["bytes"] = static_cast<double>(content.size());
 }
-BENCHMARK(LibplistParsesTheFile)->Unit(benchmark::kMillisecond);
+BENCHMARK(LibplistParses)->Unit(benchmark::kMillisecond);
 
 void FileBecomesTheDocument(benchmark::State& state) {
-  Process::Scope scope(settings().session->process());
+  const Process::Scope scope(settings().process.session.process());
   for (auto _ : state) VLMGlobals::sharedInstance().loadPrefs(SettingsGroup::all);
   state.counters["sets"] = static_cast<double>(VLMGlobals::sharedInstance().displaySetsArray.size());
   state.counters["records"] = static_cast<double>(VLMGlobals::sharedInstance().extraDisplayArray.size());
 }
 BENCHMARK(FileBecomesTheDocument)->Unit(benchmark::kMillisecond);
 
+/// In memory: what it costs to come to the bytes of the file, without touching one.
+void LibplistParsesAndWrites(benchmark::State& state) {
+  const std::string& content = settings().content;
+  for (auto _ : state) {
+    plist_t root = parsed(content);
+    char* text = nullptr;
+    std::uint32_t length = 0;
+    plist_to_xml(root, &text, &length);
+    benchmark::DoNotOptimize(text);
+    std::free(text);
+    plist_free(root);
+  }
+}
+BENCHMARK(LibplistParsesAndWrites)->Unit(benchmark::kMillisecond);
+
+/// All of it: reads the file, lays the document over it, writes a new file and gives it the old one's name.
+void DocumentIsSaved(benchmark::State& state) {
+  const Process::Scope scope(settings().process.session.process());
+  VLMGlobals& document = VLMGlobals::sharedInstance();
+  document.loadPrefs(SettingsGroup::all);
+  for (auto _ : state) document.savePrefs(SettingsGroup::all);
+  settings().process.mac.journal().clear();
+}
+BENCHMARK(DocumentIsSaved)->Unit(benchmark::kMillisecond);
+
 /// A log line whose text is costly, with somebody reading the log (1) and nobody (0).
-void LogLineOfAWholeDocument(benchmark::State& state) {
-  Process::Scope scope(settings().session->process());
-  settings().mac->logEnabled = state.range(0) != 0;
+void LogLineOfARecord(benchmark::State& state) {
+  sim::SimulatedMac& mac = settings().process.mac;
+  const Process::Scope scope(settings().process.session.process());
+  mac.logEnabled = state.range(0) != 0;
   VLMGlobals& document = VLMGlobals::sharedInstance();
   document.loadPrefs(SettingsGroup::displayRecords);
   const auto record = document.extraDisplayArray.front();
   for (auto _ : state) {
     VLMLog("record = %@", lazily([&] { return plist::describe(record->encodeReadable()); }));
-    settings().mac->log.clear();
+    mac.log.clear();
   }
-  settings().mac->logEnabled = false;
+  mac.logEnabled = false;
 }
-BENCHMARK(LogLineOfAWholeDocument)->Arg(0)->Arg(1);
+BENCHMARK(LogLineOfARecord)->Arg(0)->Arg(1);
 
 }  // namespace
-}  // namespace vlm
+}  // namespace vlm::bench

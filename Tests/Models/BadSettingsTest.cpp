@@ -107,8 +107,6 @@ const Value kReplacements[] = {true,
                                std::numeric_limits<std::int64_t>::min(),
                                std::numeric_limits<double>::quiet_NaN(),
                                "text",
-                               plist::Data{1, 2},
-                               plist::Date{5},
                                Array{1, "x", Dictionary{}},
                                Dictionary{{"a", 1}}};
 
