@@ -84,6 +84,18 @@ SimulatedMac::~SimulatedMac() {
   if (implementation_->homeIsTemporary) std::filesystem::remove_all(homeFolder_, ignored);
 }
 
+void SimulatedMac::leaveHome() {
+  const std::filesystem::path before = homeFolder_, copy = temporaryFolder();
+  for (const char* const folder : {"Library/Preferences", ".machine/Library/Preferences"}) {
+    std::filesystem::create_directories(copy / folder);
+    // Not what lies deeper: a home may be somebody's own.
+    std::filesystem::copy(before / folder, copy / folder, std::filesystem::copy_options::none);
+  }
+  homeFolder_ = copy.string();
+  implementation_->homeIsTemporary = true;
+  implementation_->preferenceStore.setFolder(homeFolder_ + "/Library/Preferences");
+}
+
 std::string SimulatedMac::localFolder() const { return homeFolder_ + "/.machine"; }
 
 SimulatedDisplay& SimulatedMac::display(const std::string& name) {

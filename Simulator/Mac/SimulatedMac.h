@@ -40,6 +40,10 @@ class SimulatedMac {
   const MachineDescription& machine() const { return machine_; }
   /// ~ of the user; its Library/Preferences exists.
   const std::string& homeFolder() const { return homeFolder_; }
+  /// From here on the machine works on a copy of its settings in a temporary folder, which is its home now and goes
+  /// with it: for a trial run, which must not touch the home. A folder that cannot be made is a
+  /// std::filesystem::filesystem_error.
+  void leaveHome();
   /// Root of the machine-wide folders; its Library/Preferences exists.
   std::string localFolder() const;
 

@@ -1,13 +1,12 @@
 #include "Simulator/Program/Plan.h"
 
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
+#include <filesystem>
 
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
@@ -34,14 +33,6 @@ constexpr double kRepeatedRequest = 1.0;
 plist::Dictionary stateOf(SimulatedMac& mac) { return {{"displays", displaysView(mac)}, {"grayscale", mac.grayscale}}; }
 
 // --- In the copy ---
-
-void forbidWriting(SimulatedMac& mac) {
-  mac.diskFault = DiskFault::readOnly;
-  // Should something write past the machine's disk: it stops here. Pipes are not files.
-  std::signal(SIGXFSZ, SIG_IGN);
-  const rlimit none{.rlim_cur = 0, .rlim_max = 0};
-  setrlimit(RLIMIT_FSIZE, &none);
-}
 
 /// Lets time pass until nothing is called any more. The seconds that it took.
 int waitForQuiet(SimulatedMac& mac) {
@@ -83,11 +74,12 @@ void writeAll(int file, std::string_view text) {
   }
 }
 
-/// Never returns: nothing of the copy may be cleaned up, for the files belong to the original.
+/// Never returns: nothing else of the copy may be cleaned up, for it belongs to the original.
 [[noreturn]] void runCopy(Simulator& simulator, const std::shared_ptr<VLMDisplaySet>& set, int answer) {
   try {
-    forbidWriting(simulator.mac());
+    simulator.mac().leaveHome();
     writeAll(answer, jsonText(applyAndWatch(simulator, set)));
+    std::filesystem::remove_all(simulator.mac().homeFolder());
     _exit(0);
   } catch (...) {
     _exit(1);
