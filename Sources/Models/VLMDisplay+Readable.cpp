@@ -169,7 +169,9 @@ plist::Dictionary VLMDisplay::encodeReadable() const {
   for (const Field& row : kFields) entries.push_back({std::string(row.key), row.written(*this)});
   entries.push_back({"displayModes", vlm::encodeReadable(validDisplayModes)});
   entries.push_back({"allDisplayModes", vlm::encodeReadable(allDisplayModes)});
-  if (const auto current = currentMode.get()) entries.push_back({"currentMode", current->modeUniqueID});
+  // Behind a wake the mode is not known yet, and of a display that went meanwhile it never will be.
+  const auto known = currentMode.get() != nullptr ? currentMode.get() : previousMode.get();
+  if (known != nullptr) entries.push_back({"currentMode", known->modeUniqueID});
   for (const plist::Entry& carried : carriedRecords) entries.push_back(carried);
   if (displayName != nullptr && displayName->name) entries.push_back({"displayName", displayName->encodeReadable()});
   if (importedEDID) entries.push_back({"importedEDID", *importedEDID});

@@ -40,10 +40,6 @@ void VLMDaemonMainController::retreatWholeDisplays() {
   undoForbiddenActivations();
   // Since then everything on is accepted as it is.
   prefs.activityChangeOriginatedFromMe = false;
-  // A display that went while the machine slept would be saved without its mode.
-  for (const auto& display : prefs.displayArray) {
-    if (display->currentMode.get() == nullptr) display->currentMode = display->previousMode;
-  }
   prefs.savePrefs(SettingsGroup::watched);
   prefs.forget();
   loadPrefsFromFile();
@@ -114,7 +110,8 @@ bool VLMDaemonMainController::recheckDisplay(VLMDisplay& display, bool isMirrorO
     display.setDisplayMode(aliased, depth, true, false, nullptr, false);
     return false;
   }
-  if (!mode->isValidAct) {
+  // Only to one that may be used: between two that may not it would go on for ever.
+  if (!mode->isValidAct && previousMode != nullptr && previousMode->isValidAct) {
     display.setDisplayMode(previousMode, previousDepth, true, false, nullptr, false);
     return false;
   }

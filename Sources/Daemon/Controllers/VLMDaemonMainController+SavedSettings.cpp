@@ -72,6 +72,7 @@ void VLMDaemonMainController::applySavedSettings() {
     return;
   }
   if (prefs.startupDoNothing) return;
+  prefs.updateCurrentModes();
   const Displays& displays = prefs.displayArray;
   const bool isOneOn =
       std::any_of(displays.begin(), displays.end(), [](const auto& display) { return display->shutdownEnabled; });
@@ -85,6 +86,7 @@ void VLMDaemonMainController::applySavedSettings() {
 // Guarded the other way round than the start: it works only while Control is held.
 void VLMDaemonMainController::reapplyInitialSettings() {
   if (!isControlHeld()) return;
+  prefs.updateCurrentModes();
   const Displays& displays = prefs.displayArray;
   if (std::any_of(displays.begin(), displays.end(),
                   [](const auto& display) { return willChange(*display, stateAtFirstSight(*display)); })) {

@@ -34,6 +34,8 @@ void VLMDaemonMainController::reloadPrefsFromFile() {
   removeMouseMonitors();
   Monitor_RemoveBrightnessNotifications(prefs);
   Power_RemoveNotification();
+  // The records are about to forget which displays were off, as in a tick that makes them anew.
+  undoForbiddenActivations();
   prefs.forget();
   loadPrefsFromFile();
   getCurrentLocalSettings();

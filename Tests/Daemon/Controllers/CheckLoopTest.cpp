@@ -53,12 +53,39 @@ TEST_F(CheckLoop, SwitchesOffWhatSomebodyElseSwitchedOnWhenOnlyTheDaemonMay) {
   on_.mac.display("Left").enabled = true;
   on_.mac.advance(1);
   EXPECT_FALSE(on_.mac.display("Left").isActive());
+  on_.mac.advance(2);
+  ASSERT_EQ(on_.mac.setEnabled("Left", true), std::nullopt);
+  on_.inside([](VLMGlobals& document) { document.applicationObject->reloadPrefsFromFile(); });
+  on_.mac.advance(2);
+  EXPECT_FALSE(on_.mac.display("Left").isActive());
   on_.inside([](VLMGlobals& document) {
     for (const auto& display : document.displayArray) display->setIsActive(true, nullptr);
   });
   on_.mac.advance(5);
   EXPECT_TRUE(on_.mac.display("Left").isActive());
   EXPECT_TRUE(on_.mac.display("Right").isActive());
+}
+
+TEST_F(CheckLoop, NeverGoesToAndFroBetweenModesThatAreNotForUse) {
+  const auto mode = [&](std::uint32_t width) {
+    return on_.inside([&](VLMGlobals& document) {
+      const auto& modes = document.displayWithcgID(on_.mac.display("Left").id)->validDisplayModes;
+      return *std::find_if(modes.begin(), modes.end(), [&](const auto& one) { return one->Nx == width; });
+    });
+  };
+  mode(2560)->isValidAct = mode(1024)->isValidAct = false;
+  on_.mac.journal().clear();
+  ASSERT_EQ(on_.mac.setMode("Left", 1024, 768), std::nullopt);
+  ASSERT_EQ(on_.mac.move("Left", 1440, 100), std::nullopt);
+  on_.mac.advance(10);
+  EXPECT_EQ(on_.journalCount("daemon: CGSConfigureDisplayMode"), 0);
+  EXPECT_TRUE(on_.hasLogged("Mode Changed for disp"));
+  EXPECT_TRUE(on_.hasLogged("Position Changed for disp"));
+  // There and back again: what a mode stands for is not for use itself.
+  mode(1280)->setAliasedMode(mode(1024));
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(10);
+  EXPECT_EQ(on_.journalCount("daemon: CGSConfigureDisplayMode"), 1);
 }
 
 TEST_F(CheckLoop, LeavesTheLastDisplayOnWhenOnlyTheDaemonMaySwitchOneOn) {

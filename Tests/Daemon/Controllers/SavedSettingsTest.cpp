@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "Models/VLMApplicationObject.h"
 #include "Platform/Input.h"
 #include "Simulator/Mac/MachineEvents.h"
@@ -127,6 +129,14 @@ TEST_F(SavedSettings, OfADisplayThatWentWhileTheMachineSleptAreKept) {
   on_.mac.advance(3);
   quit();
   ASSERT_EQ(on_.mac.plug("Left"), std::nullopt);
+  ASSERT_EQ(on_.mac.setMode("Left", 1024, 768), std::nullopt);
+  run();
+  EXPECT_EQ(widthOfLeft(), 1280U);
+  // Ended before the first look behind a wake.
+  ASSERT_EQ(on_.mac.events().sleep(), std::nullopt);
+  ASSERT_EQ(on_.mac.events().wake(), std::nullopt);
+  on_.mac.signal(on_.daemon(), SIGINT);
+  on_.mac.turn();
   ASSERT_EQ(on_.mac.setMode("Left", 1024, 768), std::nullopt);
   run();
   EXPECT_EQ(widthOfLeft(), 1280U);
