@@ -123,15 +123,19 @@ class UnfinishedFile {
 
   bool replaceTarget() {
     if (fault_ == DiskFault::failingRename) return fail(EPERM);
-    hasTakenPlace_ = std::rename(path_.c_str(), target_.c_str()) == 0;
-    return hasTakenPlace_ && flushFolder();
+    if (std::rename(path_.c_str(), target_.c_str()) != 0) return false;
+    hasTakenPlace_ = true;
+    flushFolder();
+    return true;
   }
 
   /// Fails with EEXIST when something is there.
   bool takeFreeTarget() {
     if (fault_ == DiskFault::failingRename) return fail(EPERM);
     // The name of the unfinished file goes with this object.
-    return link(path_.c_str(), target_.c_str()) == 0 && flushFolder();
+    if (link(path_.c_str(), target_.c_str()) != 0) return false;
+    flushFolder();
+    return true;
   }
 
  private:
@@ -140,8 +144,9 @@ class UnfinishedFile {
     return false;
   }
 
-  /// The new name must outlive a failure of the power too. Some file systems know no flushing of folders.
-  bool flushFolder() { return fsync(folder_.number()) == 0 || errno == EINVAL; }
+  /// So that the new name outlives a failure of the power too. Where that cannot be had the new file stands all the
+  /// same, and whoever asked for it must not make another one.
+  void flushFolder() { fsync(folder_.number()); }
 
   std::string target_;
   DiskFault fault_;

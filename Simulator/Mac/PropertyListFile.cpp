@@ -34,7 +34,8 @@ using Memory = std::unique_ptr<T, FreeMemory>;
 
 constexpr std::chrono::sys_days kReferenceDay = std::chrono::year(2001) / 1 / 1;
 
-/// Nothing for what no property list of ours holds. The depth is limited by the guard.
+/// Nothing when what no property list of ours holds stands anywhere in it: left out it would be lost with the next
+/// save. The depth is limited by the guard.
 std::optional<plist::Value> valueOf(plist_t node);
 
 /// libplist keeps a sign beside the 64 bits and does not tell it; but a node made from the same bits is equal to a
@@ -91,7 +92,7 @@ plist::Value stringOf(plist_t node) {
   return text == nullptr ? std::string() : std::string(text, length);
 }
 
-plist::Value arrayOf(plist_t node) {
+std::optional<plist::Value> arrayOf(plist_t node) {
   plist::Array array;
   array.reserve(plist_array_get_size(node));
   plist_array_iter position = nullptr;
@@ -99,12 +100,14 @@ plist::Value arrayOf(plist_t node) {
   const Memory<void> owner(position);
   plist_t item = nullptr;
   for (plist_array_next_item(node, position, &item); item != nullptr; plist_array_next_item(node, position, &item)) {
-    if (auto value = valueOf(item)) array.push_back(std::move(*value));
+    auto value = valueOf(item);
+    if (!value) return std::nullopt;
+    array.push_back(std::move(*value));
   }
   return array;
 }
 
-plist::Value dictionaryOf(plist_t node) {
+std::optional<plist::Value> dictionaryOf(plist_t node) {
   std::vector<plist::Entry> entries;
   entries.reserve(plist_dict_get_size(node));
   plist_dict_iter position = nullptr;
@@ -116,7 +119,9 @@ plist::Value dictionaryOf(plist_t node) {
     plist_dict_next_item(node, position, &rawKey, &item);
     const Memory<char> key(rawKey);
     if (key == nullptr || item == nullptr) break;
-    if (auto value = valueOf(item)) entries.push_back({.key = key.get(), .value = std::move(*value)});
+    auto value = valueOf(item);
+    if (!value) return std::nullopt;
+    entries.push_back({.key = key.get(), .value = std::move(*value)});
   }
   return plist::Dictionary(std::move(entries));
 }
@@ -173,7 +178,7 @@ PropertyListResult parsePropertyList(const std::string& content) {
   if (root == nullptr) return refused("it is no property list");
   PropertyListResult result;
   result.value = valueOf(root.get());
-  if (!result.value) result.reason = "its root is of an unknown kind";
+  if (!result.value) result.reason = "it holds something of an unknown kind";
   return result;
 }
 

@@ -30,8 +30,8 @@ struct PropertyListResult {
 };
 
 /// Reads binary property lists, and XML ones in UTF-8, with or without a byte-order mark; UTF-16 and the old-style text
-/// lists are refused. UIDs and dates some ten million years away are left out, their neighbours stay; other dates
-/// beyond the years 1 to 9999 get the nearest of these years.
+/// lists are refused. So is a file with a UID, a date some ten million years away or a key without a value: nothing is
+/// left out of one that is read. Other dates beyond the years 1 to 9999 get the nearest of these years.
 PropertyListResult parsePropertyList(const std::string& content);
 PropertyListResult readPropertyList(const std::string& path);
 

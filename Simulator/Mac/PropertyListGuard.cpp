@@ -18,31 +18,37 @@ bool isNameCharacter(char character) {
   return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
 }
 
-/// A bound of the depth of an XML property list, from its tags alone. Comments, CDATA and the declarations at its head
-/// are skipped where libplist skips them. Whatever else could hide a tag from libplist or from this count (attributes,
-/// instructions inside, anything unterminated) ends the trust for good: from there on nothing is skipped and nothing
-/// closes, so that the bound only grows.
-class XmlDepth {
+/// A bound of the depth of an XML property list, and whether a key lacks its value, from the tags alone. Comments,
+/// CDATA and the declarations at its head are skipped where libplist skips them. Whatever else could hide a tag from
+/// libplist or from this count (attributes, instructions inside, anything unterminated) ends the trust for good: from
+/// there on nothing is skipped and nothing closes, so that the bound only grows.
+class XmlWalk {
  public:
-  explicit XmlDepth(std::string_view content) : content_(content) {}
+  explicit XmlWalk(std::string_view content) : content_(content) {}
 
-  bool isTooDeep() {
+  std::optional<std::string> danger() {
     for (at_ = content_.find('<'); at_ != std::string_view::npos; at_ = content_.find('<', at_)) {
       ++at_;
-      if (isPlainLeaf(content_.substr(at_))) continue;
+      if (takePlainLeaf(content_.substr(at_))) continue;
       if (!skipWhole("!--", "-->") && !skipWhole("![CDATA[", "]]>") && !skipDeclaration()) takeTag();
-      if (depth_ > kDeepestPropertyList) return true;
+      if (depth_ > kDeepestPropertyList) return kTooDeep;
+      if (hasLoneKey_) return "a key has no value";
     }
-    return false;
+    return std::nullopt;
   }
 
  private:
-  /// Nearly all tags of a file are these, and they change nothing.
-  static bool isPlainLeaf(std::string_view tag) {
-    return tag.starts_with("key>") || tag.starts_with("/key>") || tag.starts_with("integer>") ||
-           tag.starts_with("/integer>") || tag.starts_with("false/>") || tag.starts_with("true/>") ||
-           tag.starts_with("real>") || tag.starts_with("/real>") || tag.starts_with("string>") ||
-           tag.starts_with("/string>");
+  /// Nearly all tags of a file are these, and they change no depth.
+  bool takePlainLeaf(std::string_view tag) {
+    const bool isKey = tag.starts_with("key>"), endsKey = tag.starts_with("/key>");
+    if (!isKey && !endsKey && !tag.starts_with("integer>") && !tag.starts_with("/integer>") &&
+        !tag.starts_with("false/>") && !tag.starts_with("true/>") && !tag.starts_with("real>") &&
+        !tag.starts_with("/real>") && !tag.starts_with("string>") && !tag.starts_with("/string>")) {
+      return false;
+    }
+    hasLoneKey_ = hasLoneKey_ || (isKey && keyWaits_);
+    keyWaits_ = endsKey;
+    return true;
   }
 
   bool skipWhole(std::string_view beginning, std::string_view end) {
@@ -80,6 +86,9 @@ class XmlDepth {
     tag.remove_prefix(std::min(tag.find_first_not_of(kBlanks), tag.size()));
     const bool isEmpty = tag.starts_with("/>");
     if (!isEmpty && !tag.starts_with('>')) isTrusted_ = false;
+    // libplist leaves such a key out, or takes the next one for its value.
+    hasLoneKey_ = hasLoneKey_ || (keyWaits_ && ((name == "dict" && closes) || (name == "key" && !closes)));
+    keyWaits_ = name == "key" && (closes || isEmpty);
     if (name != "array" && name != "dict") return;
     hasBegun_ = true;
     if (isEmpty) return;
@@ -95,6 +104,8 @@ class XmlDepth {
   std::size_t depth_ = 0;
   bool hasBegun_ = false;
   bool isTrusted_ = true;
+  bool keyWaits_ = false;  ///< for its value
+  bool hasLoneKey_ = false;
 };
 
 // --- Binary ---
@@ -246,8 +257,7 @@ class BinaryWalk {
 
 std::optional<std::string> dangerInPropertyList(std::string_view content) {
   if (content.starts_with(kBinaryMagic)) return BinaryWalk(content).danger();
-  if (XmlDepth(content).isTooDeep()) return kTooDeep;
-  return std::nullopt;
+  return XmlWalk(content).danger();
 }
 
 }  // namespace vlm::sim

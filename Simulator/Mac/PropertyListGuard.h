@@ -7,7 +7,7 @@
 #include <string_view>
 
 /// What keeps libplist from files that it cannot bear: it goes down one call a level, and makes a value anew for every
-/// reference to it.
+/// reference to it. And from those of which it would lose something in silence.
 namespace vlm::sim {
 
 /// Arrays and dictionaries in each other.

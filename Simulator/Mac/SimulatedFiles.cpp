@@ -24,6 +24,12 @@ std::optional<plist::Dictionary> SimulatedFiles::dictionaryWithContentsOfURL(con
   return std::move(*result.value->dictionary());
 }
 
+std::optional<plist::Data> SimulatedFiles::dataWithContentsOfURL(const std::string& path) {
+  std::string reason;
+  const auto content = readFile(path, kLargestPropertyListFile, reason);
+  return content ? std::optional(plist::Data(content->begin(), content->end())) : std::nullopt;
+}
+
 std::optional<plist::Data> SimulatedFiles::CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) {
   // An alias record names its own length and its version, both with the high byte first.
   constexpr std::size_t kHeaderLength = 8, kLengthAt = 4, kVersionAt = 6;

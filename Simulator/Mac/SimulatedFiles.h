@@ -15,6 +15,7 @@ class SimulatedFiles : public Files {
   std::optional<std::string> libraryDirectory(Domain domain) override;
   bool checkResourceIsReachable(const std::string& path) override;
   std::optional<plist::Dictionary> dictionaryWithContentsOfURL(const std::string& path) override;
+  std::optional<plist::Data> dataWithContentsOfURL(const std::string& path) override;
   std::optional<plist::Data> CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) override;
   std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,
                                                   const std::string& path) override;

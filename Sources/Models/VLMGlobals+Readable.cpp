@@ -91,36 +91,11 @@ constexpr std::array kMenuKeys{
     MenuKey{"sysShowEnable", "cmShowEnable", &MenuOptions::ShowEnable, true, true},
 };
 
-/// Keys that are carried from the file read to the file written: an administrator's file is read once and then shadowed
-/// by the user's own, which would not have them otherwise.
-struct CarriedKey {
-  const char* key;
-  int group;
-};
-
-constexpr std::array kCarriedKeys{
-    // As long as it cannot be told whether there is one.
-    CarriedKey{kStartupSetKey, SettingsGroup::general},
-    CarriedKey{"checkApplics", SettingsGroup::applicationSets},
-    CarriedKey{"applicationSetsArray", SettingsGroup::applicationSets},
-    CarriedKey{"eventsArray", SettingsGroup::events},
-};
-
 /// A dictionary below a key; an empty one when there is none, so that everything in it takes its default.
 const plist::Dictionary& dictionaryOrEmpty(const plist::Dictionary& dict, const char* key) {
   static const plist::Dictionary kEmpty;
   const plist::Dictionary* found = dict.dictionary(key);
   return found == nullptr ? kEmpty : *found;
-}
-
-/// Whether a start-up set may be meant that damage hides: its number, or the set that bears it.
-bool isStartupSetHidden(const plist::Dictionary& dict) {
-  if (!dict.number(kStartupSetKey)) return dict.contains(kStartupSetKey);
-  const plist::Array* const sets = dict.array("displaySetsArray");
-  if (sets == nullptr) return dict.contains("displaySetsArray");
-  return std::any_of(sets->begin(), sets->end(), [](const plist::Value& set) {
-    return set.dictionary() == nullptr || !set.dictionary()->number("uniqueID");
-  });
 }
 
 }  // namespace
@@ -137,8 +112,6 @@ void VLMGlobals::decodeReadableWith(const plist::Dictionary& dict, int flags) {
   if ((flags & SettingsGroup::general) != 0 && dict.contains(kStartupSetKey)) {
     setStartupDisplaySet(findSetByUniqueID(displaySetsArray, dict.number(kStartupSetKey)));
   }
-  carryGroups(dict, flags);
-  if ((flags & SettingsGroup::general) != 0 && !isStartupSetHidden(dict)) carriedGroups_.remove(kStartupSetKey);
   loadedGroups_ |= flags;
 }
 
@@ -186,19 +159,7 @@ plist::Dictionary VLMGlobals::encodeReadableInDict(const plist::Dictionary* dict
   if ((flags & SettingsGroup::desktop) != 0) encodeDesktop(result);
   encodeDisplays(result, flags);
   if ((flags & SettingsGroup::displaySets) != 0) encodeDisplaySets(result);
-  for (const CarriedKey& row : kCarriedKeys) {
-    const plist::Value* carried = carriedGroups_.find(row.key);
-    if ((flags & row.group) != 0 && carried != nullptr && !result.contains(row.key)) result.set(row.key, *carried);
-  }
   return result;
-}
-
-void VLMGlobals::carryGroups(const plist::Dictionary& dict, int flags) {
-  for (const CarriedKey& row : kCarriedKeys) {
-    if ((flags & row.group) == 0) continue;
-    carriedGroups_.remove(row.key);
-    if (const plist::Value* value = dict.find(row.key)) carriedGroups_.set(row.key, *value);
-  }
 }
 
 void VLMGlobals::encodeGeneral(plist::Dictionary& dict) const {
@@ -207,7 +168,8 @@ void VLMGlobals::encodeGeneral(plist::Dictionary& dict) const {
   for (const BooleanKey& row : kGeneralKeys) dict.set(row.key, this->*(row.field));
   if (startupSet_ && startupSet_->uniqueID) {
     dict.set(kStartupSetKey, *startupSet_->uniqueID);
-  } else if (!carriedGroups_.contains(kStartupSetKey)) {
+  } else if (dict.number(kStartupSetKey)) {
+    // A damaged value stays: which set it meant cannot be told.
     dict.remove(kStartupSetKey);
   }
   dict.set("startRestoreDelay", static_cast<int>(startRestoreDelay));

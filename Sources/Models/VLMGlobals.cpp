@@ -14,12 +14,6 @@ namespace {
 /// Seconds. A full disk is not emptied in one, and the user may change nothing more for days.
 constexpr double kSaveRetryDelay = 30;
 
-/// What failed saves have left to do.
-struct SaveRetry {
-  int groups = 0;
-  bool isScheduled = false;
-};
-
 }  // namespace
 
 VLMGlobals& VLMGlobals::sharedInstance() { return Process::current().state<VLMGlobals>(); }
@@ -45,42 +39,38 @@ void VLMGlobals::forget() {
   displaySetsArray.clear();
   // Its count of users goes with the set.
   startupSet_.reset();
-  carriedGroups_ = {};
   loadedGroups_ = 0;
 }
 
 void VLMGlobals::loadPrefs(int flags) {
-  const auto dict = Prefs_LoadSettings();
+  const Settings settings = Prefs_LoadSettings();
   static const plist::Dictionary kEmpty;
-  decodeReadableWith(dict ? *dict : kEmpty, flags & 0xFFFF);
+  decodeReadableWith(settings ? *settings : kEmpty, flags & 0xFFFF);
 }
 
 void VLMGlobals::savePrefs(int flags) {
-  SaveRetry& retry = Process::current().state<SaveRetry>();
-  retry.groups |= flags & 0xFFFF;
-  const bool isSaved = Prefs_SaveSettings([&](const plist::Dictionary* current, bool isDamaged) {
-    // A part alone would leave a file without the sets, and the next reload would forget them.
-    return encodeReadableInDict(current, isDamaged ? SettingsGroup::all : flags & 0xFFFF);
-  });
-  if (isSaved) retry.groups = 0;
-  if (isSaved || retry.isScheduled) return;
-  retry.isScheduled = true;
-  os().runLoop.performAfterDelay(kSaveRetryDelay, [this, &retry] {
-    retry.isScheduled = false;
-    if (retry.groups != 0) savePrefs(retry.groups);
+  const bool isSaved = Prefs_SaveSettings(
+      [&](const plist::Dictionary* current) { return encodeReadableInDict(current, flags & 0xFFFF); });
+  if (isSaved || isSaveRetryScheduled_) return;
+  isSaveRetryScheduled_ = true;
+  os().runLoop.performAfterDelay(kSaveRetryDelay, [this] {
+    isSaveRetryScheduled_ = false;
+    saveWhatIsPending();
   });
 }
 
+void VLMGlobals::saveWhatIsPending() {
+  if (Prefs_IsSavePending()) savePrefs(0);
+}
+
 plist::Dictionary VLMGlobals::getPrefs(int flags) {
-  const auto current = Prefs_LoadSettings();
-  return encodeReadableInDict(current ? &*current : nullptr, flags & 0xFFFF);
+  return encodeReadableInDict(Prefs_LoadSettings().get(), flags & 0xFFFF);
 }
 
 void VLMGlobals::setStartupDisplaySet(std::shared_ptr<VLMDisplaySet> set) {
   if (startupSet_) --startupSet_->nbUsers;
   if (set) ++set->nbUsers;
   startupSet_ = std::move(set);
-  carriedGroups_.remove("startupSet");
 }
 
 namespace {

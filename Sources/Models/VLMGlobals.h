@@ -113,8 +113,10 @@ class VLMGlobals final : public VLMDisplayContainer {
 
   /// Reads the file and decodes the groups; a missing file gives every default.
   void loadPrefs(int flags);
-  /// Writes the groups over what the file holds now; all else in it stays.
+  /// Writes the groups over what the file holds now; all else in it stays. What cannot be written is tried again later.
   void savePrefs(int flags);
+  /// Tries at once to write what a failed save has left; nothing when none has failed since the last that succeeded.
+  void saveWhatIsPending();
   /// What savePrefs would write.
   plist::Dictionary getPrefs(int flags);
   void decodeReadableWith(const plist::Dictionary& dict, int flags);
@@ -207,7 +209,6 @@ class VLMGlobals final : public VLMDisplayContainer {
   void decodeDisplayRecords(const plist::Dictionary& dict);
   void decodeAttachedDisplays(const plist::Dictionary& dict);
   void decodeDisplaySets(const plist::Dictionary& dict);
-  void carryGroups(const plist::Dictionary& dict, int flags);
   void encodeGeneral(plist::Dictionary& dict) const;
   void encodeMenus(plist::Dictionary& dict, int flags) const;
   void encodeDesktop(plist::Dictionary& dict) const;
@@ -251,8 +252,7 @@ class VLMGlobals final : public VLMDisplayContainer {
   std::map<CGDirectDisplayID, IOObject> ioServicesCached_;
   /// Groups that were decoded since the start or forget(): of all others memory knows less than the file.
   int loadedGroups_ = 0;
-  /// Keys of groups that this daemon does not work with yet, as the file had them.
-  plist::Dictionary carriedGroups_;
+  bool isSaveRetryScheduled_ = false;
   std::int32_t lastDeskResID_ = 0;
 };
 

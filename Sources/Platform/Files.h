@@ -19,6 +19,8 @@ class Files {
   virtual bool checkResourceIsReachable(const std::string& path) = 0;
   /// A property-list file whose root is a dictionary; absent for anything else, a missing file too.
   virtual std::optional<plist::Dictionary> dictionaryWithContentsOfURL(const std::string& path) = 0;
+  /// A file's bytes; absent when it cannot be read.
+  virtual std::optional<plist::Data> dataWithContentsOfURL(const std::string& path) = 0;
   /// A bookmark for the file that an alias record of an older system names (CFURLCreateBookmarkDataFromAliasRecord);
   /// absent when the data is no alias record.
   virtual std::optional<plist::Data> CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) = 0;

@@ -148,16 +148,23 @@ Value::Value(unsigned long long value) {
   }
 }
 
+bool Value::nests() const {
+  if (const Array* const own = array()) return std::any_of(own->begin(), own->end(), isFilled);
+  const Dictionary* const own = dictionary();
+  return own != nullptr &&
+         std::any_of(own->begin(), own->end(), [](const Entry& entry) { return isFilled(entry.value); });
+}
+
 void Value::takeApart() {
   std::vector<Value> apart;
   const auto takeFrom = [&apart](Value& container) {
     if (Array* const array = container.array()) {
       for (Value& child : *array) {
-        if (child.holdsValues()) apart.push_back(std::move(child));
+        if (child.nests()) apart.push_back(std::move(child));
       }
     } else if (Dictionary* const dictionary = container.dictionary()) {
       for (Entry& entry : dictionary->entries_) {
-        if (entry.value.holdsValues()) apart.push_back(std::move(entry.value));
+        if (entry.value.nests()) apart.push_back(std::move(entry.value));
       }
     }
   };

@@ -138,9 +138,13 @@ class Value {
 
  private:
   bool isContainer() const { return kind() >= Kind::array; }
-  bool holdsValues() const {
-    return (array() != nullptr && !array()->empty()) || (dictionary() != nullptr && !dictionary()->empty());
+  /// An array or a dictionary that is not empty.
+  static bool isFilled(const Value& value) {
+    return (value.array() != nullptr && !value.array()->empty()) ||
+           (value.dictionary() != nullptr && !value.dictionary()->empty());
   }
+  /// Whether a filled one stands in this one.
+  bool nests() const;
   /// Whatever nests in this container goes here, and not inside of each other: however deep it is, the stack stays
   /// flat.
   void takeApart();

@@ -20,63 +20,97 @@ std::optional<std::string> settingsFileIn(Files::Domain domain) {
 
 bool isReachable(const std::optional<std::string>& path) { return path && os().files.checkResourceIsReachable(*path); }
 
-/// A user who has so many damaged files has a damaged disk; none of them is given up for another.
-constexpr int kMostUnreadableCopies = 9;
+std::optional<plist::Dictionary> settingsIn(const std::optional<std::string>& path) {
+  return path ? os().files.dictionaryWithContentsOfURL(*path) : std::nullopt;
+}
 
-/// What a process remembers of its saves.
-struct SettingsSaves {
-  struct Unsaved {
-    std::optional<plist::Dictionary> inFile;
-    plist::Dictionary settings;
-  };
-
+struct SettingsState {
   bool hasClearedAway = false;
-  /// The file that cannot be read has its copy already; only its replacement failed.
-  bool isUnreadableCopied = false;
-  /// From a failed save to the next one that succeeds.
-  std::optional<Unsaved> unsaved;
+  /// What the file held when this process last read or wrote it.
+  Settings known;
+  /// From a failed save to the next that succeeds: what shall stand in place of `known`.
+  Settings pending;
+
+  const Settings& content() const { return pending ? pending : known; }
 };
 
-SettingsSaves& settingsSaves() { return Process::current().state<SettingsSaves>(); }
+SettingsState& settingsState() { return Process::current().state<SettingsState>(); }
 
-/// The failed save's settings where they are still the newest.
-const plist::Dictionary* unsavedOver(const std::optional<plist::Dictionary>& inFile) {
-  const auto& unsaved = settingsSaves().unsaved;
-  return unsaved && unsaved->inFile == inFile ? &unsaved->settings : nullptr;
+const plist::Dictionary& dictionaryOf(const Settings& settings) {
+  static const plist::Dictionary kEmpty;
+  return settings ? *settings : kEmpty;
 }
 
-/// "….unreadable", "….unreadable-2" and so on. Absent when all are taken.
-std::optional<std::string> freeNameForUnreadable(const std::string& path) {
-  for (int number = 1; number <= kMostUnreadableCopies; ++number) {
-    std::string name = path + ".unreadable" + (number == 1 ? "" : "-" + std::to_string(number));
-    if (!isReachable(name)) return name;
+/// The file as it was found now, with the changes of the failed save where nobody else has changed it meanwhile.
+Settings withPending(const Settings& found, const SettingsState& state) {
+  const plist::Dictionary &known = dictionaryOf(state.known), &pending = dictionaryOf(state.pending);
+  plist::Dictionary result = dictionaryOf(found);
+  const auto lay = [&](const std::string& key) {
+    const plist::Value *const before = known.find(key), *const now = dictionaryOf(found).find(key);
+    if ((before == nullptr) != (now == nullptr) || (now != nullptr && *now != *before)) return;
+    if (const plist::Value* const wanted = pending.find(key)) {
+      result.set(key, *wanted);
+    } else {
+      result.remove(key);
+    }
+  };
+  for (const plist::Entry& entry : known) lay(entry.key);
+  for (const plist::Entry& entry : pending) lay(entry.key);
+  return std::make_shared<const plist::Dictionary>(std::move(result));
+}
+
+/// Brings the state up to date. Of a file that cannot be read only this process still knows something: nothing changes,
+/// and the answer is false.
+bool readAgain(const std::optional<std::string>& own) {
+  auto inFile = settingsIn(own);
+  if (!inFile && isReachable(own)) return false;
+  // The user's first file hides the machine-wide one, so it begins with all that stands there.
+  if (!inFile) inFile = settingsIn(settingsFileIn(Files::Domain::local));
+  const Settings found = inFile ? std::make_shared<const plist::Dictionary>(std::move(*inFile)) : nullptr;
+  SettingsState& state = settingsState();
+  if (state.pending) state.pending = withPending(found, state);
+  state.known = found;
+  return true;
+}
+
+/// A user who has so many damaged files has a damaged disk; the first ones say most.
+constexpr int kMostUnreadableCopies = 9;
+
+std::string nameForUnreadable(const std::string& path, int number) {
+  return path + ".unreadable" + (number == 1 ? "" : "-" + std::to_string(number));
+}
+
+/// Keeps the bytes of the file that cannot be read, unless it is empty or its newest copy has them. Answers the reason
+/// of a failure, or nothing.
+std::optional<std::string> keepUnreadable(const std::string& path) {
+  Files& files = os().files;
+  int copies = 0;
+  while (copies < kMostUnreadableCopies && isReachable(nameForUnreadable(path, copies + 1))) ++copies;
+  const auto content = files.dataWithContentsOfURL(path);
+  if (content && content->empty()) return std::nullopt;
+  if (content && copies > 0 && files.dataWithContentsOfURL(nameForUnreadable(path, copies)) == content) return {};
+  if (copies == kMostUnreadableCopies) {
+    if (!settingsState().pending)
+      VLMLog("[VLM4] The settings file is unreadable, and %d others are kept already", copies);
+    return std::nullopt;
   }
-  return std::nullopt;
-}
-
-/// Keeps the bytes of the file that cannot be read. Answers the reason of a failure, or nothing.
-std::optional<std::string> copyUnreadable(const std::string& path) {
-  if (settingsSaves().isUnreadableCopied) return std::nullopt;
-  const auto copy = freeNameForUnreadable(path);
-  if (!copy) return "it is unreadable, and as many others are kept already";
-  if (auto failure = os().files.copyItem(path, *copy)) return "it is unreadable, and its copy failed: " + *failure;
-  settingsSaves().isUnreadableCopied = true;
-  VLMLog("[VLM4] The settings file is unreadable and will be replaced; it is kept as %@", *copy);
+  const std::string copy = nameForUnreadable(path, copies + 1);
+  if (auto failure = files.copyItem(path, copy)) return "it is unreadable, and its copy failed: " + *failure;
+  VLMLog("[VLM4] The settings file is unreadable and will be replaced; it is kept as %@", copy);
   return std::nullopt;
 }
 
 /// Only the beginning and the end of a streak are worth a line: a save is tried again and again.
-void noteOutcome(const std::optional<std::string>& failure, std::optional<plist::Dictionary> inFile,
-                 plist::Dictionary settings) {
-  SettingsSaves& saves = settingsSaves();
+void noteOutcome(const std::optional<std::string>& failure, Settings settings) {
+  SettingsState& state = settingsState();
   if (failure) {
-    if (!saves.unsaved) VLMLog("[VLM4] The settings file is not written: %@. It will be tried again", *failure);
-    saves.unsaved = {.inFile = std::move(inFile), .settings = std::move(settings)};
+    if (!state.pending) VLMLog("[VLM4] The settings file is not written: %@. It will be tried again", *failure);
+    state.pending = std::move(settings);
     return;
   }
-  if (saves.unsaved) VLMLog("[VLM4] The settings file is written again");
-  saves.unsaved.reset();
-  saves.isUnreadableCopied = false;
+  if (state.pending) VLMLog("[VLM4] The settings file is written again");
+  state.pending.reset();
+  state.known = std::move(settings);
 }
 
 }  // namespace
@@ -88,32 +122,28 @@ std::optional<std::string> Prefs_GetVLM4PrefsURL(bool forWriting) {
   return isReachable(machineWide) ? machineWide : own;
 }
 
-std::optional<plist::Dictionary> Prefs_LoadSettings() {
-  SettingsSaves& saves = settingsSaves();
+Settings Prefs_LoadSettings() {
+  SettingsState& state = settingsState();
   const auto own = Prefs_GetVLM4PrefsURL(true);
-  if (own && !saves.hasClearedAway) os().files.removeUnfinishedWrites(*own);
-  saves.hasClearedAway = saves.hasClearedAway || own.has_value();
-  if (own && saves.unsaved) {
-    if (const auto* unsaved = unsavedOver(os().files.dictionaryWithContentsOfURL(*own))) return *unsaved;
-  }
-  const auto path = Prefs_GetVLM4PrefsURL(false);
-  return path ? os().files.dictionaryWithContentsOfURL(*path) : std::nullopt;
+  if (own && !state.hasClearedAway) os().files.removeUnfinishedWrites(*own);
+  state.hasClearedAway = state.hasClearedAway || own.has_value();
+  readAgain(own);
+  return state.content();
 }
 
 bool Prefs_SaveSettings(const SettingsChange& change) {
   const auto path = Prefs_GetVLM4PrefsURL(true);
   // Without a Library folder there is nothing to save to, now or later.
   if (!path) return true;
-  auto inFile = os().files.dictionaryWithContentsOfURL(*path);
-  const bool isDamaged = !inFile && isReachable(path);
-  if (!isDamaged) settingsSaves().isUnreadableCopied = false;
-  const plist::Dictionary* const unsaved = unsavedOver(inFile);
-  plist::Dictionary settings = change(unsaved != nullptr ? unsaved : inFile ? &*inFile : nullptr, isDamaged);
-  auto failure = isDamaged ? copyUnreadable(*path) : std::nullopt;
-  if (!failure) failure = os().files.writeToURLAtomically(settings, *path);
-  noteOutcome(failure, std::move(inFile), std::move(settings));
+  const bool isDamaged = !readAgain(path);
+  auto settings = std::make_shared<const plist::Dictionary>(change(settingsState().content().get()));
+  auto failure = isDamaged ? keepUnreadable(*path) : std::nullopt;
+  if (!failure) failure = os().files.writeToURLAtomically(*settings, *path);
+  noteOutcome(failure, std::move(settings));
   return !failure;
 }
+
+bool Prefs_IsSavePending() { return settingsState().pending != nullptr; }
 
 std::optional<plist::Dictionary> Common_LoadDictFromUser(const std::string& key, const std::string& applicationID) {
   auto value = os().preferences.CFPreferencesCopyValue(key, applicationID);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -16,19 +17,22 @@ inline constexpr const char* kDaemonBundleIdentifier = "org.kelvane.velmoratix.d
 /// administrator as long as the user has none. Absent when there is no Library folder.
 std::optional<std::string> Prefs_GetVLM4PrefsURL(bool forWriting);
 
-/// What the settings file holds, found as above; absent when there is none, or none that can be read. After a failed
-/// save it is what that one would have written, as long as nobody else has changed the file. The first call of a
-/// process clears away what killed saves have left beside the user's file.
-std::optional<plist::Dictionary> Prefs_LoadSettings();
+/// The content of the settings file; null when there is none, or none that can be read.
+using Settings = std::shared_ptr<const plist::Dictionary>;
 
-/// The settings to be written, made from those in the file; null: there are none that can be read. Whether there were
-/// some that are damaged now: then nobody but this process still knows them.
-using SettingsChange = std::function<plist::Dictionary(const plist::Dictionary* current, bool isDamaged)>;
+/// What the settings file holds, found as above. While a save is pending, each key that it changed and nobody else has
+/// is as that save would have written it. When the user's own file has become unreadable, what this process last read
+/// or wrote. The first call of a process clears away what killed saves have left beside the user's file.
+Settings Prefs_LoadSettings();
 
-/// Reads the user's settings file, changes the settings and writes them back. A file that cannot be read is copied
-/// beside itself before it is replaced, and stays when it cannot be copied. Whether the file has the settings now;
-/// only the first of several failures in a row is logged, and the success after them.
+/// The settings to be written, made from those that a load would find; null: there are none.
+using SettingsChange = std::function<plist::Dictionary(const plist::Dictionary* current)>;
+
+/// Changes the settings and writes them to the user's file. One that cannot be read is copied beside itself before it
+/// is replaced, and stays when it cannot be copied. Whether the file has the settings now; otherwise they are pending
+/// until a later save succeeds. Only the first of several failures in a row is logged, and the success after them.
 bool Prefs_SaveSettings(const SettingsChange& change);
+bool Prefs_IsSavePending();
 
 /// The dictionary under a key of a preference domain. Absent when the key is, or holds something else.
 /// None of these three synchronises: callers do, before a batch of loads and after a batch of saves.

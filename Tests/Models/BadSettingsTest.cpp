@@ -49,45 +49,83 @@ Dictionary parsed(const std::string& file) { return *sim::parsePropertyList(file
 
 // --- Files ---
 
+/// The same with one mode a list: the others have the same keys.
+void shorten(Value& value) {
+  if (Array* const array = value.array()) {
+    if (array->size() > 3) array->resize(1, Value(0));
+    for (Value& child : *array) shorten(child);
+  } else if (Dictionary* const dictionary = value.dictionary()) {
+    const Dictionary keys = *dictionary;
+    for (const auto& entry : keys) shorten(*dictionary->find(entry.key));
+  }
+}
+
 TEST(BadSettings, CutOffAnywhereAreNeverTakenForWholeOnes) {
-  const std::string& whole = realFile();
-  const Value complete = parsed(whole);
-  // Every byte of what is special, and samples of what repeats itself a thousand times.
-  constexpr std::size_t kDense = 60, kStep = 1999;
-  for (std::size_t length = 0; length < whole.size();
-       length += length < kDense || length + kStep + kDense > whole.size() ? 1 : kStep) {
+  // Of each shape one: what it takes grows with the square of the length.
+  Dictionary settings = parsed(realFile());
+  Dictionary record = *settings.dictionary("allDisplays")->dictionary("1001");
+  record.remove("allDisplayModes");
+  settings.set("allDisplays", Dictionary{{"1001", record}});
+  for (const char* const key : {"cmMenuFlags", "desktopFlags", "displaySetsArray", "sysMenuFlags"})
+    settings.remove(key);
+  Value complete = std::move(settings);
+  shorten(complete);
+  const std::string whole = sim::composePropertyList(complete);
+  for (std::size_t length = 0; length < whole.size(); ++length) {
     const auto result = sim::parsePropertyList(whole.substr(0, length));
     EXPECT_TRUE(!result.value || *result.value == complete) << length << " of " << whole.size();
   }
 }
 
-TEST(BadSettings, AreKeptBesideTheNewOnesOnce) {
+/// A daemon that finds one damaged file after the other.
+class DamagedFile : public ::testing::Test {
+ protected:
+  DamagedFile() : on_(test::laptopWith({"Left"})) {}
+
+  void damageAndRestart(const std::string& content) {
+    std::ofstream(on_.settingsPath()) << content;
+    on_.launch();
+    on_.mac.advance(3);
+  }
+  std::string copy(int number) const {
+    return on_.settingsPath() + ".unreadable" + (number == 1 ? "" : "-" + std::to_string(number));
+  }
+  std::ptrdiff_t linesWith(const std::string& text) const {
+    return std::count_if(on_.mac.log.begin(), on_.mac.log.end(),
+                         [&](const std::string& line) { return line.find(text) != line.npos; });
+  }
+
+  test::DaemonOnMac on_;
+};
+
+TEST_F(DamagedFile, IsKeptBesideTheNewOneOnce) {
   const std::string whole = realFile();
-  const std::string contents[] = {"",
-                                  "<",
-                                  "garbage",
-                                  whole.substr(0, whole.size() / 2),
-                                  whole.substr(0, 100),
+  const std::string contents[] = {"<", "garbage", whole.substr(0, whole.size() / 2), whole.substr(0, 100),
                                   sim::composePropertyList(Array{parsed(whole)})};
+  int copies = 0;
   for (const std::string& content : contents) {
     SCOPED_TRACE(content.substr(0, 20));
-    test::DaemonOnMac on(test::laptopWith({"Left"}));
-    const std::string first = on.settingsPath() + ".unreadable";
-    std::ofstream(first) << "an earlier one";
-    std::ofstream(on.settingsPath()) << content;
-    on.launch();
-    ASSERT_EQ(on.mac.setMode("Left", 1280, 720), std::nullopt);
-    on.mac.advance(3);
-    EXPECT_EQ(contentOf(first), "an earlier one");
-    EXPECT_EQ(contentOf(first + "-2"), content);
-    EXPECT_FALSE(std::filesystem::exists(first + "-3"));
-    EXPECT_EQ(std::count_if(on.mac.log.begin(), on.mac.log.end(),
-                            [](const std::string& line) { return line.find("kept as") != line.npos; }),
-              1);
-    const Dictionary written = on.settings();
+    ++copies;
+    for (int time = 0; time < 2; ++time) damageAndRestart(content);
+    EXPECT_EQ(contentOf(copy(copies)), content);
+    EXPECT_EQ(linesWith("kept as"), copies);
+    const Dictionary written = on_.settings();
     EXPECT_EQ(written.dictionary("allDisplays")->count(), 2U);
     EXPECT_EQ(written.array("displaySetsArray")->size(), 1U);
+    damageAndRestart("");
+    EXPECT_FALSE(std::filesystem::exists(copy(copies + 1)));
   }
+}
+
+TEST_F(DamagedFile, IsReplacedWithoutACopyWhenTheUserHasNineOthers) {
+  for (int number = 1; number <= 9; ++number) std::ofstream(copy(number)) << number;
+  damageAndRestart("garbage");
+  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
+  on_.mac.advance(3);
+  EXPECT_EQ(linesWith("9 others are kept already"), 1);
+  EXPECT_EQ(on_.settings().array("displaySetsArray")->size(), 1U);
+  for (int number = 1; number <= 9; ++number) EXPECT_EQ(contentOf(copy(number)), std::to_string(number));
+  EXPECT_FALSE(std::filesystem::exists(copy(10)));
 }
 
 TEST(BadSettings, OfTheWholeMachineAreNeitherCopiedNorReplaced) {
@@ -129,17 +167,6 @@ void forEachValueIn(Value& value, const std::vector<std::string>& path,
   }
 }
 
-/// The same file with one mode a list: the others have the same keys.
-void shorten(Value& value) {
-  if (Array* const array = value.array()) {
-    if (array->size() > 3) array->resize(1, Value(0));
-    for (Value& child : *array) shorten(child);
-  } else if (Dictionary* const dictionary = value.dictionary()) {
-    const Dictionary keys = *dictionary;
-    for (const auto& entry : keys) shorten(*dictionary->find(entry.key));
-  }
-}
-
 TEST(BadSettings, LoseADamagedValueAndNeverItsNeighbours) {
   Value file = parsed(realFile());
   shorten(file);
@@ -174,7 +201,7 @@ TEST(BadSettings, LoseADamagedValueAndNeverItsNeighbours) {
       for (const auto& entry : intact) {
         // A number that no set bears stands for no set, and then the key goes.
         const bool isNoSet =
-            entry.key == "startupSet" && replacement.isNumber() && (key == "startupSet" || path.back() == "uniqueID");
+            entry.key == "startupSet" && (key == "startupSet" ? replacement.isNumber() : !setWith(result, 2));
         EXPECT_TRUE(isNoSet || result.contains(entry.key)) << entry.key << " by " << key;
       }
       for (const auto& [identifier, record] : *intact.dictionary("allDisplays")) {

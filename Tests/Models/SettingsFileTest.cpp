@@ -167,6 +167,20 @@ TEST_F(DocumentFile, KeepsItsSetsAndOptionsWhenRecordsAloneAreSaved) {
   EXPECT_EQ(*written, file);
 }
 
+TEST_F(DocumentFile, IsWrittenAtTheEndWhenASaveIsPendingAndOnlyThen) {
+  const std::string path = *Prefs_GetVLM4PrefsURL(true);
+  document().decodeReadableWith(everyGroup_, kEverything);
+  document().saveWhatIsPending();
+  EXPECT_EQ(read(path), std::nullopt);
+  mac_.diskFault = sim::DiskFault::full;
+  document().savePrefs(SettingsGroup::displaySets);
+  mac_.diskFault = sim::DiskFault::none;
+  document().saveWhatIsPending();
+  ASSERT_TRUE(read(path));
+  EXPECT_EQ(read(path)->array("displaySetsArray")->size(), 1U);
+  EXPECT_FALSE(read(path)->contains("launchShortCut"));
+}
+
 TEST_F(DocumentFile, IsHandedOutFromWhereItIsReadAndNotWritten) {
   const std::string own = *Prefs_GetVLM4PrefsURL(true);
   const std::string name = own.substr(own.rfind('/'));

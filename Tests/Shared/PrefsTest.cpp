@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "Platform/Files.h"
 #include "Platform/Preferences.h"
 #include "Shared/CheckedRelease.h"
@@ -28,6 +30,35 @@ TEST_F(Prefs, AreReadFromTheMachineWideFileOnlyWhileTheUserHasNone) {
   EXPECT_EQ(Prefs_GetVLM4PrefsURL(true), own);
   ASSERT_EQ(os().files.writeToURLAtomically({{"a", 2}}, own), std::nullopt);
   EXPECT_EQ(Prefs_GetVLM4PrefsURL(false), own);
+}
+
+TEST_F(Prefs, OfAFailedSaveAreLaidOverWhatOthersHaveWrittenMeanwhileKeyByKey) {
+  using plist::Dictionary;
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const Dictionary before{{"alone", 1},          {"nan", nan}, {"ofBoth", 1}, {"removed", 1}, {"removedButChanged", 1},
+                          {"removedByOthers", 1}};
+  const auto change = [&](const Dictionary* current) {
+    Dictionary changed = *current;
+    for (const char* const key : {"added", "alone", "nan", "ofBoth"}) changed.set(key, "ours");
+    for (const char* const key : {"removed", "removedButChanged"}) changed.remove(key);
+    return changed;
+  };
+  const Dictionary others{{"addedByOthers", 2}, {"alone", 1},   {"nan", 1},
+                          {"ofBoth", 2},        {"removed", 1}, {"removedButChanged", 2}};
+  const Dictionary expected{{"added", "ours"}, {"addedByOthers", 2}, {"alone", "ours"},
+                            {"nan", 1},        {"ofBoth", 2},        {"removedButChanged", 2}};
+  const std::string path = *Prefs_GetVLM4PrefsURL(true);
+  ASSERT_EQ(os().files.writeToURLAtomically(before, path), std::nullopt);
+  mac_.diskFault = sim::DiskFault::full;
+  EXPECT_FALSE(Prefs_SaveSettings(change));
+  mac_.diskFault = sim::DiskFault::none;
+  ASSERT_EQ(os().files.writeToURLAtomically(others, path), std::nullopt);
+  // More than one look: each must leave the same.
+  for (int time = 0; time < 2; ++time) EXPECT_EQ(*Prefs_LoadSettings(), expected);
+  EXPECT_TRUE(Prefs_IsSavePending());
+  EXPECT_TRUE(Prefs_SaveSettings([](const Dictionary* current) { return *current; }));
+  EXPECT_FALSE(Prefs_IsSavePending());
+  EXPECT_EQ(os().files.dictionaryWithContentsOfURL(path), expected);
 }
 
 TEST_F(Prefs, HoldDictionariesAndTakeAnythingElseForAbsent) {

@@ -151,6 +151,7 @@ void VLMDaemonMainController::installWorkspaceObservers() {
 void VLMDaemonMainController::quitDaemon() {
   VLMLog("[Velmoratix4] quitDaemon");
   prefs.removeDaemonObservers();
+  prefs.saveWhatIsPending();
   reapplyInitialSettings();
   os().application.terminate();
 }

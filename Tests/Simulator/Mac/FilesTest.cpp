@@ -180,9 +180,26 @@ TEST(PropertyListFile, GivesBackDatesOfEveryYear) {
   }
   const plist::Value first(plist::Date{.secondsSinceReferenceDate = -63113904000});
   EXPECT_EQ(parsePropertyList(composePropertyList(plist::Date{.secondsSinceReferenceDate = -1e300})).value, first);
-  const std::string beyond =
-      binaryPropertyList({std::string("\xa2\0\1\0\2", 5), std::string("\x33\x7e\0\0\0\0\0\0\0", 9), "\x09"});
-  EXPECT_EQ(parsePropertyList(beyond).value, plist::Value(Array{true}));
+}
+
+TEST(PropertyListFile, RefusesWhatItWouldHaveToLeaveOut) {
+  const auto pairWith = [](const std::string& object) {
+    return binaryPropertyList({std::string("\xa2\0\1\0\2", 5), object, "\x09"});
+  };
+  const auto xmlWith = [](const std::string& entries) { return "<plist><dict>" + entries + "</dict></plist>"; };
+  ASSERT_TRUE(parsePropertyList(pairWith("\x08")).value);
+  const struct {
+    const char* name;
+    std::string content;
+  } rows[] = {
+      {.name = "UID", .content = pairWith("\x80\1")},
+      {.name = "date too far", .content = pairWith(std::string("\x33\x7e\0\0\0\0\0\0\0", 9))},
+      {.name = "last key alone", .content = xmlWith("<key>a</key><true/><key>b</key><!-- <true/> -->")},
+      {.name = "key for a value", .content = xmlWith("<key>a</key><key>b</key>")},
+      {.name = "empty key for a value", .content = xmlWith("<key>a</key><key/>")},
+      {.name = "key alone inside", .content = xmlWith("<key>a</key><dict><key>b</key></dict>")},
+  };
+  for (const auto& row : rows) EXPECT_FALSE(parsePropertyList(row.content).value) << row.name;
 }
 
 TEST(PropertyListFile, SurvivesDamagedFiles) {
