@@ -22,9 +22,17 @@ std::optional<std::string> faultInDisplay(const DisplayDescription& display) {
   return std::nullopt;
 }
 
+/// Commands do not tell capital letters from small ones.
+bool isSameInAnyCase(const std::string& a, const std::string& b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](char one, char other) { return lower(one) == lower(other); });
+}
+
 std::optional<std::string> faultBetween(const DisplayDescription& a, const DisplayDescription& b) {
   const std::string both = a.name + " and " + b.name;
   if (a.name == b.name) return "two displays have the name " + a.name;
+  if (isSameInAnyCase(a.name, b.name)) return "displays " + both + " differ only in the case of their names";
   if (a.builtIn && b.builtIn) return "displays " + both + " are both built in";
   if (a.port == b.port) return "displays " + both + " are both on port " + std::to_string(a.port);
   return std::nullopt;
@@ -82,7 +90,7 @@ std::uint32_t firstFreePort(const MachineDescription& machine) {
 void addDisplay(MachineDescription& machine, DisplayDescription display) {
   const auto isTaken = [&](const std::string& name) {
     return std::any_of(machine.displays.begin(), machine.displays.end(),
-                       [&](const DisplayDescription& other) { return other.name == name; });
+                       [&](const DisplayDescription& other) { return isSameInAnyCase(other.name, name); });
   };
   const std::string wanted = display.name;
   for (int number = 2; isTaken(display.name); ++number) display.name = wanted + " " + std::to_string(number);

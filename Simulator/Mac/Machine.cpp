@@ -12,6 +12,17 @@ namespace vlm::sim {
 
 namespace {
 
+/// What is beyond these is a slip of the pen.
+constexpr std::size_t kMostDisplays = 16, kLongestName = 60;
+constexpr std::uint32_t kHighestPort = 63;
+constexpr float kHighestScale = 4;
+constexpr double kHighestRate = 1000;
+
+/// Of a UTF-8 text.
+std::size_t charactersIn(const std::string& text) {
+  return std::size_t(std::count_if(text.begin(), text.end(), [](char c) { return (c & '\xC0') != '\x80'; }));
+}
+
 /// A display as the file says it: its EDID may be named in three ways, its port may be left open.
 struct DisplayInFile : DisplayDescription {
   std::optional<std::string> edidPath;
@@ -24,12 +35,19 @@ struct MachineInFile : MachineDescription {
   std::vector<DisplayInFile> displaysInFile;
 };
 
+Problem readName(DisplayInFile& display, const plist::Value& value);
+Problem readPort(DisplayInFile& display, const plist::Value& value);
 Problem readMonitor(DisplayInFile& display, const plist::Value& value);
 Problem readModeOptions(DisplayInFile& display, const plist::Value& value);
 Problem readListedModes(DisplayInFile& display, const plist::Value& value);
 Problem readOrigin(DisplayInFile& display, const plist::Value& value);
 Problem readFraction(DisplayInFile& display, const plist::Value& value);
 Problem readDdc(DisplayInFile& display, const plist::Value& value);
+template <class Record>
+Problem readDepths(Record& record, const plist::Value& value);
+Problem readScale(ListedMode& mode, const plist::Value& value);
+Problem readRate(ListedMode& mode, const plist::Value& value);
+Problem readSeparator(MachineInFile& machine, const plist::Value& value);
 Problem readProcessor(MachineInFile& machine, const plist::Value& value);
 Problem readVersion(MachineInFile& machine, const plist::Value& value);
 Problem readDisplays(MachineInFile& machine, const plist::Value& value);
@@ -49,7 +67,7 @@ constexpr auto kMachineKeys = std::to_array<RecordKey<MachineInFile>>({
     {"graphicsControl", field<&MachineDescription::graphicsControl>},
     {"darkAppearance", field<&MachineDescription::darkAppearance>},
     {"accessibilityTrusted", field<&MachineDescription::accessibilityTrusted>},
-    {"decimalSeparator", field<&MachineDescription::decimalSeparator>},
+    {"decimalSeparator", readSeparator},  // text, one character
 });
 
 constexpr auto kProcessKeys = std::to_array<RecordKey<ProcessDescription>>({
@@ -61,16 +79,16 @@ constexpr auto kProcessKeys = std::to_array<RecordKey<ProcessDescription>>({
 });
 
 constexpr auto kDisplayKeys = std::to_array<RecordKey<DisplayInFile>>({
-    {"name", field<&DisplayDescription::name>},     // required, unique
+    {"name", readName},                             // required, unique in any case of letters
     {"edid", field<&DisplayInFile::edidPath>},      // text: a raw EDID file, relative to the machine file …
     {"edidData", field<&DisplayInFile::edidData>},  // … or data: the EDID itself …
     {"monitor", readMonitor},                       // … or a dictionary that describes the monitor
     {"builtIn", field<&DisplayDescription::builtIn>},
     {"plugged", field<&DisplayDescription::plugged>},
     {"enabled", field<&DisplayDescription::enabled>},
-    {"port", field<&DisplayInFile::givenPort>},  // absent: the first one that is free
-    {"modeOptions", readModeOptions},            // dictionary
-    {"modes", readListedModes},                  // array of dictionaries, instead of those that the EDID gives
+    {"port", readPort},                // absent: the first one that is free
+    {"modeOptions", readModeOptions},  // dictionary
+    {"modes", readListedModes},        // array of dictionaries, instead of those that EDID and options give
     {"mode", field<&DisplayDescription::mode>},
     {"origin", readOrigin},  // text "X,Y", points
     {"canRotate", field<&DisplayDescription::canRotate>},
@@ -105,7 +123,7 @@ constexpr auto kMonitorKeys = std::to_array<RecordKey<MonitorDescription>>({
 });
 
 constexpr auto kModeOptionsKeys = std::to_array<RecordKey<ModeOptions>>({
-    {"depths", field<&ModeOptions::depths>},
+    {"depths", readDepths<ModeOptions>},
     {"hiDPI", field<&ModeOptions::hiDPI>},
     {"scaledSizes", field<&ModeOptions::scaledSizes>},
     {"oddities", field<&ModeOptions::oddities>},
@@ -117,13 +135,13 @@ constexpr auto kModeOptionsKeys = std::to_array<RecordKey<ModeOptions>>({
 constexpr auto kListedModeKeys = std::to_array<RecordKey<ListedMode>>({
     {"width", field<&ListedMode::width>},
     {"height", field<&ListedMode::height>},
-    {"refreshHz", field<&ListedMode::refreshHz>},
-    {"scale", field<&ListedMode::scale>},
+    {"refreshHz", readRate},
+    {"scale", readScale},
     {"hidden", field<&ListedMode::hidden>},
     {"interlaced", field<&ListedMode::interlaced>},
     {"noTimingData", field<&ListedMode::noTimingData>},
     {"unsafe", field<&ListedMode::unsafe>},
-    {"depths", field<&ListedMode::depths>},
+    {"depths", readDepths<ListedMode>},
 });
 
 template <class Record, std::size_t kCount>
@@ -136,14 +154,49 @@ Problem readMonitor(DisplayInFile& display, const plist::Value& value) {
 }
 
 Problem readModeOptions(DisplayInFile& display, const plist::Value& value) {
-  if (const Problem problem = readBy(kModeOptionsKeys, value, display.modeOptions)) return problem;
-  for (const std::uint32_t depth : display.modeOptions.depths) {
+  return readBy(kModeOptionsKeys, value, display.modeOptions);
+}
+
+template <class Record>
+Problem readDepths(Record& record, const plist::Value& value) {
+  if (Problem problem = take(value, record.depths)) return problem;
+  if (record.depths.empty()) return "is empty";
+  for (const std::uint32_t depth : record.depths) {
     if (pixelEncodingOfDepth(depth).empty()) return "has a depth of " + std::to_string(depth) + " bits";
   }
   return std::nullopt;
 }
 
+Problem readScale(ListedMode& mode, const plist::Value& value) {
+  return takeWithin(value, mode.scale, 1.0F, kHighestScale);
+}
+
+Problem readRate(ListedMode& mode, const plist::Value& value) {
+  return takeWithin(value, mode.refreshHz, 0.0, kHighestRate);
+}
+
+Problem readPort(DisplayInFile& display, const plist::Value& value) {
+  return takeWithin(value, display.givenPort.emplace(), std::uint32_t{0}, kHighestPort);
+}
+
+Problem readName(DisplayInFile& display, const plist::Value& value) {
+  if (Problem problem = take(value, display.name)) return problem;
+  const std::string& name = display.name;
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; };
+  if (name.find_first_not_of(' ') == std::string::npos) return "is blank";
+  if (std::any_of(name.begin(), name.end(), isControl)) return "has a control character";
+  if (charactersIn(name) > kLongestName) return "has more than " + std::to_string(kLongestName) + " characters";
+  return std::nullopt;
+}
+
+Problem readSeparator(MachineInFile& machine, const plist::Value& value) {
+  if (Problem problem = take(value, machine.decimalSeparator)) return problem;
+  if (charactersIn(machine.decimalSeparator) != 1) return "is not one character";
+  return std::nullopt;
+}
+
 Problem readListedModes(DisplayInFile& display, const plist::Value& value) {
+  if (value.array() != nullptr && value.array()->empty()) return "is empty";
   return readRecords(value, display.listedModes, [](const plist::Value& one, ListedMode& mode) -> Problem {
     if (const Problem problem = readBy(kListedModeKeys, one, mode)) return problem;
     if (mode.width == 0 || mode.height == 0) return "has no size";
@@ -163,9 +216,7 @@ Problem readOrigin(DisplayInFile& display, const plist::Value& value) {
 }
 
 Problem readFraction(DisplayInFile& display, const plist::Value& value) {
-  if (const Problem problem = take(value, display.brightness)) return problem;
-  if (display.brightness >= 0 && display.brightness <= 1) return std::nullopt;
-  return "is not between 0 and 1";
+  return takeWithin(value, display.brightness, 0.0F, 1.0F);
 }
 
 Problem readDdc(DisplayInFile& display, const plist::Value& value) {
@@ -187,14 +238,24 @@ Problem readVersion(MachineInFile& machine, const plist::Value& value) {
   unsigned minor = 0;
   unsigned patch = 0;
   const std::string text = value.string() == nullptr ? "" : *value.string();
-  if (std::sscanf(text.c_str(), "%4u.%4u.%4u", &major, &minor, &patch) < 2) return "is no text of the form 12.6.1";
+  int shortEnd = 0;
+  int longEnd = 0;
+  std::sscanf(text.c_str(), "%4u.%4u%n.%4u%n", &major, &minor, &shortEnd, &patch, &longEnd);
+  if (text.empty() || std::size_t(std::max(shortEnd, longEnd)) != text.size()) return "is no text of the form 12.6.1";
   machine.systemVersion = {.majorVersion = major, .minorVersion = minor, .patchVersion = patch};
   return std::nullopt;
 }
 
 Problem readDisplays(MachineInFile& machine, const plist::Value& value) {
+  if (value.array() != nullptr && value.array()->size() > kMostDisplays) {
+    return "has " + std::to_string(value.array()->size()) + " displays, more than " + std::to_string(kMostDisplays);
+  }
   return readRecords(value, machine.displaysInFile, [](const plist::Value& one, DisplayInFile& display) -> Problem {
     Problem problem = readBy(kDisplayKeys, one, display);
+    const ModeOptions& options = display.modeOptions;
+    if (!problem && !display.listedModes.empty() && (options.hiDPI || options.scaledSizes || options.oddities)) {
+      problem = atKey("modes", "stands beside \"modeOptions\" that add modes; a list is the whole list");
+    }
     const plist::Dictionary* const dictionary = one.dictionary();
     const auto name = dictionary == nullptr ? std::nullopt : dictionary->string("name");
     if (problem && name) problem->place = " (" + *name + ")" + problem->place;
@@ -285,6 +346,7 @@ std::variant<MachineDescription, std::string> readMachine(const std::string& pat
   if (const Problem problem = readBy(kMachineKeys, *file.value, machine)) {
     return path + problem->place + ": " + problem->reason;
   }
+  if (!file.value->dictionary()->contains("displays")) return path + ": key \"displays\" is missing";
   for (std::size_t i = 0; i < machine.displaysInFile.size(); ++i) {
     DisplayInFile& display = machine.displaysInFile[i];
     if (const auto fault = settleEdid(display, std::filesystem::path(path).parent_path())) {

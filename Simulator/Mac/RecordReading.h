@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Platform/PropertyList.h"
+#include "Simulator/Mac/JournalText.h"
 
 /// Reading dictionaries of a machine file into records by a table of keys: one row says a key, what it means, and how
 /// its value is taken over.
@@ -103,15 +104,21 @@ inline Problem take(const plist::Value& value, bool& target) {
   return std::nullopt;
 }
 
+inline ValueFault beyond(const std::string& number, const std::string& lowest, const std::string& highest) {
+  return "is " + number + ", beyond " + lowest + " to " + highest;
+}
+
 template <std::integral Number>
 Problem take(const plist::Value& value, Number& target) {
-  if (value.kind() != plist::Value::Kind::integer) return "is no whole number";
+  const bool isHuge = value.kind() == plist::Value::Kind::unsignedInteger;
+  if (!isHuge && value.kind() != plist::Value::Kind::integer) return "is no whole number";
   const std::int64_t number = value.sInt64();
-  if (!std::in_range<Number>(number)) {
-    return "is " + std::to_string(number) + ", beyond " + std::to_string(std::numeric_limits<Number>::min()) + " to " +
-           std::to_string(std::numeric_limits<Number>::max());
+  if (isHuge ? !std::in_range<Number>(value.uInt64()) : !std::in_range<Number>(number)) {
+    return beyond(isHuge ? std::to_string(value.uInt64()) : std::to_string(number),
+                  std::to_string(std::numeric_limits<Number>::min()),
+                  std::to_string(std::numeric_limits<Number>::max()));
   }
-  target = static_cast<Number>(number);
+  target = isHuge ? static_cast<Number>(value.uInt64()) : static_cast<Number>(number);
   return std::nullopt;
 }
 
@@ -120,6 +127,15 @@ Problem take(const plist::Value& value, Number& target) {
   if (!value.isNumber() || value.kind() == plist::Value::Kind::boolean) return "is no number";
   target = static_cast<Number>(value.real());
   return std::nullopt;
+}
+
+/// A number from `lowest` to `highest`.
+template <class Number>
+Problem takeWithin(const plist::Value& value, Number& target, Number lowest, Number highest) {
+  if (Problem problem = take(value, target)) return problem;
+  if (target >= lowest && target <= highest) return std::nullopt;
+  return beyond(numberText(static_cast<double>(target)), numberText(static_cast<double>(lowest)),
+                numberText(static_cast<double>(highest)));
 }
 
 template <class Content>

@@ -35,6 +35,8 @@ std::string pathOf(const ProcessDescription& application) {
   return application.bundlePath.empty() ? "/Applications/" + application.name + ".app" : application.bundlePath;
 }
 
+std::string notPlugged(const std::string& name) { return name + " is not plugged in"; }
+
 std::string noSuchDisplay(const std::string& name) { return "there is no display \"" + name + "\""; }
 
 }  // namespace
@@ -64,6 +66,7 @@ SimulatedMac::SimulatedMac(MachineDescription machine, std::string homeFolder)
       windowServer_(std::make_unique<WindowServer>(machine_, journal_)),
       events_(std::make_unique<MachineEvents>(*this)),
       implementation_(std::make_unique<Implementation>(*this)) {
+  journal_.clock = [this, start = now()] { return now() - start; };
   implementation_->homeIsTemporary = homeFolder.empty();
   homeFolder_ =
       homeFolder.empty() ? temporaryFolder() : std::filesystem::absolute(homeFolder).lexically_normal().string();
@@ -208,6 +211,7 @@ std::optional<std::string> SimulatedMac::setMode(const std::string& displayName,
                                                  std::uint32_t height, std::optional<double> refreshHz) {
   const SimulatedDisplay* const found = windowServer_->displayNamed(displayName);
   if (found == nullptr) return noSuchDisplay(displayName);
+  if (!found->plugged) return notPlugged(displayName);
   const std::optional<std::uint32_t> mode = windowServer_->findMode(*found, width, height, refreshHz);
   if (!mode) {
     return "display \"" + displayName + "\" has no mode of " + std::to_string(width) + "x" + std::to_string(height) +
@@ -220,12 +224,14 @@ std::optional<std::string> SimulatedMac::setMode(const std::string& displayName,
 std::optional<std::string> SimulatedMac::move(const std::string& displayName, std::int32_t x, std::int32_t y) {
   const SimulatedDisplay* const found = windowServer_->displayNamed(displayName);
   if (found == nullptr) return noSuchDisplay(displayName);
+  if (!found->plugged) return notPlugged(displayName);
   return windowServer_->changeByAnother({{.kind = DisplayChange::Kind::origin, .display = found->id, .x = x, .y = y}});
 }
 
 std::optional<std::string> SimulatedMac::setEnabled(const std::string& displayName, bool enabled) {
   const SimulatedDisplay* const found = windowServer_->displayNamed(displayName);
   if (found == nullptr) return noSuchDisplay(displayName);
+  if (!found->plugged) return notPlugged(displayName);
   return windowServer_->changeByAnother(
       {{.kind = DisplayChange::Kind::enabled, .display = found->id, .enabled = enabled}});
 }
@@ -264,6 +270,7 @@ const std::vector<Notification>& SimulatedMac::distributedPosts() const { return
 void SimulatedMac::forgetHistory() {
   journal_.clear();
   log.clear();
+  logTimes.clear();
   implementation_->distributedPosts.clear();
 }
 

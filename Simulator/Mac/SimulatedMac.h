@@ -146,6 +146,8 @@ class SimulatedMac {
   bool logEnabled = true;
   /// Log lines of all processes, "daemon: text" each.
   std::vector<std::string> log;
+  /// When each was written, in seconds since the machine's start, as by the journal's clock.
+  std::vector<double> logTimes;
   /// What the disk refuses the processes that write files.
   DiskFault diskFault = DiskFault::none;
   /// Whether processes find the Library folders, their own and the machine-wide one.

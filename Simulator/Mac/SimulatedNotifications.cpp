@@ -96,6 +96,15 @@ void SimulatedNotifications::deliver(NotificationCenter center, const Notificati
   }
 }
 
+std::set<std::string> SimulatedNotifications::objectsObserved(NotificationCenter center,
+                                                              const std::string& name) const {
+  std::set<std::string> objects;
+  for (const auto& [token, observer] : observers_) {
+    if (observer->center == center && observer->name == name && observer->object) objects.insert(*observer->object);
+  }
+  return objects;
+}
+
 void SimulatedNotifications::sessionEnded() { std::exchange(observers_, {}).clear(); }
 
 }  // namespace vlm::sim

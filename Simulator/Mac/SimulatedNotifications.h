@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "Platform/Notifications.h"
@@ -30,6 +31,8 @@ class SimulatedNotifications : public Notifications {
   /// removed meanwhile is not called any more; who registers meanwhile is not yet.
   void deliver(NotificationCenter center, const Notification& notification, ObserverToken last);
   void sessionEnded();
+  /// The objects that notifications of a name are observed with.
+  std::set<std::string> objectsObserved(NotificationCenter center, const std::string& name) const;
 
  private:
   struct Observer {

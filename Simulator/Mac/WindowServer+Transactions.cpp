@@ -194,7 +194,7 @@ std::variant<DisplayConfiguration, std::string> WindowServer::Implementation::co
     }
   }
   after.endImpossibleMirroring();
-  if (!after.isAnyOn()) return "no display would be left on";
+  if (before.isAnyOn() && !after.isAnyOn()) return "no display would be left on";
   settle(before, after, requests);
   return after;
 }

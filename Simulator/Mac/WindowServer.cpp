@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "Simulator/Mac/DdcMonitor.h"
+#include "Simulator/Mac/JournalText.h"
 #include "Simulator/Mac/WindowServerParts.h"
 
 namespace vlm::sim {
@@ -28,6 +29,23 @@ std::optional<ModeText> readModeText(const std::string& text) {
   const int count = std::sscanf(text.c_str(), "%5ux%5u@%lf", &width, &height, &refreshHz);
   if (count < 2) return std::nullopt;
   return ModeText{.width = width, .height = height, .refreshHz = count == 3 ? std::optional(refreshHz) : std::nullopt};
+}
+
+/// A few of a display's modes, from the largest, as texts.
+std::string someModesOf(const SimulatedDisplay& display) {
+  constexpr std::size_t kFew = 5;
+  std::map<std::pair<std::uint32_t, std::uint32_t>, double, std::greater<>> rates;
+  for (const SimulatedMode& mode : display.modes.modes) {
+    if ((mode.flags & kModeHiddenFlag) == 0) rates.emplace(std::pair(mode.width, mode.height), mode.refreshRateHz());
+  }
+  std::string text;
+  std::size_t count = 0;
+  for (const auto& [size, rate] : rates) {
+    if (++count > kFew) return text + " …";
+    text += (text.empty() ? "" : ", ") + std::to_string(size.first) + "x" + std::to_string(size.second) + "@" +
+            numberText(std::round(rate * 100) / 100);
+  }
+  return text.empty() ? "none at all" : text;
 }
 
 }  // namespace
@@ -107,13 +125,17 @@ void WindowServer::Implementation::prepare(SimulatedDisplay& display) {
   if (description.mode.empty()) return;
   const auto text = readModeText(description.mode);
   const auto mode = text ? server.findMode(display, text->width, text->height, text->refreshHz) : std::nullopt;
-  if (!mode) server.addFault("display " + description.name + ": it has no mode " + description.mode);
+  if (!mode) {
+    server.addFault("display " + description.name + ": key \"mode\": it has no mode " + description.mode + ", but " +
+                    someModesOf(display));
+  }
   display.modeNumber = mode.value_or(display.modeNumber);
 }
 
 void WindowServer::Implementation::connect(SimulatedDisplay& display) {
   if (!connectedBefore.insert(&display).second) numberModesAnew(display);
   display.plugged = true;
+  display.asleep = asleep;
   display.id = nextDisplayID;
   nextDisplayID += kDisplayIDStep;
   publishServices(display);
@@ -168,8 +190,8 @@ std::optional<std::string> WindowServer::unplug(SimulatedDisplay& display) {
   DisplayConfiguration after = before;
   after.of(display).plugged = false;
   after.endImpossibleMirroring();
-  if (!after.keepOneOn()) return name + " is the only display";
-  settle(before, after, {});
+  // Without any, the Mac runs on in the dark.
+  if (after.keepOneOn()) settle(before, after, {});
   implementation_->journal.add("user: unplug(" + name + ")");
   implementation_->takeEffect(after);
   implementation_->disconnect(display);
@@ -178,10 +200,12 @@ std::optional<std::string> WindowServer::unplug(SimulatedDisplay& display) {
 }
 
 void WindowServer::sleepDisplays() {
+  implementation_->asleep = true;
   for (const auto& display : displays_) display->asleep = display->plugged;
 }
 
 void WindowServer::wakeDisplays() {
+  implementation_->asleep = false;
   for (const auto& display : displays_) display->asleep = false;
 }
 

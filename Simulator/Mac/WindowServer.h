@@ -74,7 +74,8 @@ struct DisplayChange {
 };
 
 /// The displays and how they are configured. It keeps the rules: all changes of a transaction or none, one display
-/// stays on, the main display at (0, 0), no overlaps and no gaps between neighbours after a size change.
+/// stays on while any is plugged in, the main display at (0, 0), no overlaps and no gaps between neighbours after a
+/// size change.
 class WindowServer {
  public:
   WindowServer(const MachineDescription& machine, Journal& journal);
@@ -117,6 +118,7 @@ class WindowServer {
   /// come on the next turn of the run loop. The error says why it is refused.
   std::optional<std::string> changeByAnother(const std::vector<DisplayChange>& changes);
   std::optional<std::string> plug(SimulatedDisplay& display);
+  /// The last one, too: then no display is there, and none is the main one.
   std::optional<std::string> unplug(SimulatedDisplay& display);
   /// A display added while the machine runs; unplugged at first.
   SimulatedDisplay& addDisplay(const DisplayDescription& description);

@@ -57,6 +57,7 @@ struct WindowServer::Implementation {
   std::vector<std::shared_ptr<ReconfigurationObserver>> observers;
   std::vector<std::shared_ptr<BrightnessObserver>> brightnessObservers;
   std::set<std::pair<const SimulatedDisplay*, std::uint32_t>> refusedModes;
+  bool asleep = false;  ///< what is plugged in sleeps at once
   /// How it all stood when another user's session came in front; absent while this one is.
   std::optional<DisplayConfiguration> whenLeft;
 

@@ -1,7 +1,10 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <optional>
+#include <ostream>
 
+#include "Simulator/Mac/MachineEvents.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
@@ -26,6 +29,10 @@ Outcome post(Simulator& simulator, Arguments arguments) {
     if (!number) return Outcome::refused(quoted(arguments[2]) + " is no whole number");
     userInfo.set("parameter2", *number);
   }
+  const auto known = simulator.knownMessages();
+  if (!known.empty() && std::find(known.begin(), known.end(), arguments[0]) == known.end()) {
+    simulator.output().diagnostics << "note: the daemon does not listen for " << quoted(arguments[0]) << "\n";
+  }
   simulator.post(arguments[0], userInfo);
   simulator.mac().turn();
   return {};
@@ -44,7 +51,14 @@ Outcome launchDaemon(Simulator& simulator, Arguments arguments) {
   return {};
 }
 
+/// Nobody hears that he shall quit.
+std::optional<Outcome> asleep(Simulator& simulator) {
+  if (!simulator.mac().events().isAsleep()) return std::nullopt;
+  return Outcome::refused("the machine sleeps; wake it first");
+}
+
 Outcome restart(Simulator& simulator, Arguments) {
+  if (const auto refusal = asleep(simulator)) return *refusal;
   if (simulator.daemon() == nullptr) return Outcome::refused("no daemon runs; launch-daemon starts one");
   if (!simulator.restartDaemon()) return Outcome::notHeld("the daemon was told to quit and still runs");
   return {};
@@ -59,6 +73,7 @@ Outcome interrupt(Simulator& simulator, Arguments) {
 }
 
 Outcome quit(Simulator& simulator, Arguments) {
+  if (const auto refusal = asleep(simulator)) return *refusal;
   simulator.quitDaemons();
   simulator.hasQuit = true;
   if (simulator.runningDaemons() != 0) return Outcome::notHeld("the daemon was told to quit and still runs");

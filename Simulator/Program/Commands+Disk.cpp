@@ -65,7 +65,11 @@ Outcome openSettings(Simulator& simulator, Arguments) {
   return {};
 }
 
+/// A text that would be read as something else is marked as one.
+constexpr std::string_view kTextMark = "text:";
+
 plist::Value valueFrom(const std::string& text) {
+  if (text.starts_with(kTextMark)) return text.substr(kTextMark.size());
   if (text == "true" || text == "false") return text == "true";
   if (const auto number = parseInteger(text)) return *number;
   if (const auto real = parseReal(text)) return *real;
@@ -111,17 +115,6 @@ Outcome saveSettings(Simulator& simulator, Arguments) {
   return failure ? Outcome::notHeld("the control application cannot write: " + *failure) : Outcome{};
 }
 
-Outcome expectUnreadable(Simulator& simulator, Arguments arguments) {
-  const fs::path path = simulator.settingsPath();
-  const std::string beginning = path.filename().string() + ".unreadable";
-  std::error_code error;
-  const fs::directory_iterator files(path.parent_path(), error);
-  const auto found = std::to_string(std::count_if(begin(files), end(files), [&](const fs::directory_entry& file) {
-    return file.path().filename().string().starts_with(beginning);
-  }));
-  return found == arguments[0] ? Outcome{} : Outcome::notHeld("there are " + found + " of them");
-}
-
 constexpr std::array kCommands{
     Command{"disk", "full|read-only|failing-flush|failing-rename|ok", 1, 1, "lets writing of files fail, or work again",
             "disk full", disk},
@@ -130,11 +123,10 @@ constexpr std::array kCommands{
             "settings machine-wide", installMachineWide},
     Command{"settings open", "", 0, 0, "the control application reads the settings file", "settings open",
             openSettings},
-    Command{"settings set", "KEYPATH VALUE", 2, 2, "it changes what it has read", "settings set launchShortCut 28421",
-            setSetting},
+    Command{"settings set", "KEYPATH VALUE", 2, 2,
+            "it changes what it has read; true, false, numbers, other texts; text:12 for a text",
+            "settings set launchShortCut 28421", setSetting},
     Command{"settings save", "", 0, 0, "it writes that back; nobody is told", "settings save", saveSettings},
-    Command{"expect unreadable", "N", 1, 1, "N copies of unreadable settings files lie beside the file",
-            "expect unreadable 1", expectUnreadable},
 };
 
 }  // namespace

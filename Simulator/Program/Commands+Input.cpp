@@ -108,13 +108,6 @@ Outcome slowTaps(Simulator& simulator, Arguments) {
   return {};
 }
 
-Outcome expectCursor(Simulator& simulator, Arguments arguments) {
-  const auto wanted = parsePoint(arguments[0]);
-  if (!wanted) return noPoint(arguments[0]);
-  const Point now = simulator.mac().mouse().cursor;
-  return now == pointOf(*wanted) ? Outcome{} : Outcome::notHeld("the cursor is at " + pointText(now));
-}
-
 constexpr std::array kCommands{
     Command{"hold", "MODIFIERS", 1, 1, "holds control, option, shift or command, or several", "hold control", hold},
     Command{"release", "MODIFIERS", 1, 1, "lets go of them", "release control", release},
@@ -126,7 +119,6 @@ constexpr std::array kCommands{
     Command{"trust", "on|off", 1, 1, "lets programs control the computer (accessibility), or does so no more",
             "trust on", trust},
     Command{"slow-taps", "", 0, 0, "the system switches event taps off, as too slow", "slow-taps", slowTaps},
-    Command{"expect cursor", "X,Y", 1, 1, "the cursor is there", "expect cursor 0,0", expectCursor},
 };
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Signals.h"
 #include "Simulator/Program/Simulator.h"
 
 /// What happens to the machine from outside: time, keys, cables, other programs.
@@ -13,6 +14,8 @@ namespace {
 
 /// A week of ticks takes seconds; more is a slip of the pen.
 constexpr double kLongestAdvance = 7 * 86400.0;
+/// Whole seconds, so that nothing is rounded; short enough for whoever interrupts.
+constexpr double kAtOnce = 3600;
 
 /// Carries out something that may be refused, and what it brings about at this moment.
 template <class Action>
@@ -31,7 +34,10 @@ Outcome advance(Simulator& simulator, Arguments arguments) {
     return Outcome::refused(quoted(arguments[0]) + " is no number of seconds from 0 to " +
                             shortNumber(kLongestAdvance));
   }
-  simulator.mac().advance(*seconds);
+  double left = *seconds;
+  for (; left > kAtOnce && signalToStop() == 0; left -= kAtOnce) simulator.mac().advance(kAtOnce);
+  if (signalToStop() != 0) return Outcome::notHeld("interrupted, " + shortNumber(left) + " s before the end");
+  simulator.mac().advance(left);
   simulator.mac().turn();
   return {};
 }

@@ -49,15 +49,36 @@ std::string displayNotes(Simulator& simulator, const SimulatedDisplay& display) 
   return notes;
 }
 
+/// The displays with what the daemon calls them, when one runs.
+plist::Array displaysForDaemon(Simulator& simulator) {
+  plist::Array displays = displaysView(simulator.mac());
+  Session* session = simulator.daemon();
+  if (session == nullptr) return displays;
+  const Process::Scope inDaemon(session->process());
+  addDaemonsIdentifiers(displays, VLMGlobals::sharedInstance());
+  return displays;
+}
+
+std::string identifierText(const plist::Dictionary* view, const char* key) {
+  return view != nullptr && view->contains(key) ? std::to_string(view->sInt64(key)) : "-";
+}
+
 void printDisplayTable(Simulator& simulator) {
-  std::vector<std::vector<std::string>> rows{{"DISPLAY", "STATE", "MODE", "RATE", "ORIGIN", "NOTES"}};
-  for (const auto& display : simulator.mac().windowServer().displays()) {
+  std::vector<std::vector<std::string>> rows{
+      {"DISPLAY", "STATE", "MODE", "RATE", "ORIGIN", "MONITOR ID", "MODE ID", "NOTES"}};
+  const plist::Array views = displaysForDaemon(simulator);
+  const auto& displays = simulator.mac().windowServer().displays();
+  for (std::size_t i = 0; i < displays.size(); ++i) {
+    const auto& display = displays[i];
     std::vector<std::string> row{display->description.name, stateText(*display), "-", "-", "-"};
     if (display->isArranged()) {
       row[2] = sizeText(display->mode());
       row[3] = rateText(display->mode());
       row[4] = pointText(simulator.mac().windowServer().bounds(*display).origin);
     }
+    const plist::Dictionary& view = *views[i].dictionary();
+    row.push_back(identifierText(&view, "monitorResID"));
+    row.push_back(identifierText(view.dictionary("mode"), "modeUniqueID"));
     row.push_back(displayNotes(simulator, *display));
     rows.push_back(std::move(row));
   }
@@ -66,7 +87,7 @@ void printDisplayTable(Simulator& simulator) {
 
 void printPicture(Simulator& simulator) {
   Output& output = simulator.output();
-  output.data << drawPicture(boxesOf(simulator.mac().windowServer()), output.isUtf8);
+  output.data << drawPicture(boxesOf(simulator.mac().windowServer()), output.isUtf8, {.columns = output.columns()});
 }
 
 Outcome showPicture(Simulator& simulator, Arguments) {
@@ -76,7 +97,7 @@ Outcome showPicture(Simulator& simulator, Arguments) {
 }
 
 Outcome showDisplays(Simulator& simulator, Arguments) {
-  if (simulator.wantsJson) return printJson(simulator, displaysView(simulator.mac()));
+  if (simulator.wantsJson) return printJson(simulator, displaysForDaemon(simulator));
   if (simulator.output().isTerminal) printPicture(simulator);
   printDisplayTable(simulator);
   return {};
@@ -145,14 +166,19 @@ Outcome showSettings(Simulator& simulator, Arguments arguments) {
   return {};
 }
 
-Outcome printLines(Simulator& simulator, const std::vector<std::string>& lines, const std::string& key) {
-  if (simulator.wantsJson) return printJson(simulator, linesView(lines, key));
+Outcome printLines(Simulator& simulator, const std::vector<std::string>& lines, const std::vector<double>& times,
+                   const std::string& key) {
+  if (simulator.wantsJson) return printJson(simulator, linesView(lines, key, times));
   for (const std::string& line : lines) simulator.output().data << line << "\n";
   return {};
 }
 
-Outcome showJournal(Simulator& simulator, Arguments) { return printLines(simulator, simulator.journal(), "call"); }
-Outcome showLog(Simulator& simulator, Arguments) { return printLines(simulator, simulator.log(), "text"); }
+Outcome showJournal(Simulator& simulator, Arguments) {
+  return printLines(simulator, simulator.journal(), simulator.journalTimes(), "call");
+}
+Outcome showLog(Simulator& simulator, Arguments) {
+  return printLines(simulator, simulator.log(), simulator.logTimes(), "text");
+}
 
 Outcome say(Simulator& simulator, Arguments arguments) {
   std::string text;

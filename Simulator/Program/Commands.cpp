@@ -7,6 +7,7 @@
 
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Output.h"
 #include "Simulator/Program/Simulator.h"
 
 namespace vlm::sim {
@@ -53,8 +54,8 @@ std::size_t distanceBetween(std::string_view a, std::string_view b) {
 /// The command that somebody who wrote `word` may have meant; empty when none is near.
 std::string nearestTo(const std::string& word) {
   std::string best;
-  // Of short words nearly everything is near.
-  std::size_t least = word.size() <= 3 ? 2 : 3;
+  // Two slips, and fewer than half of the letters: of short words nearly everything is near.
+  std::size_t least = std::min<std::size_t>(3, (word.size() + 1) / 2);
   for (const Command& command : allCommands()) {
     const std::string first(command.name.substr(0, command.name.find(' ')));
     const std::size_t distance = isSameName(word, first) ? 0 : distanceBetween(word, first);
@@ -148,9 +149,13 @@ std::variant<Call, std::string> callFor(const std::vector<std::string>& words) {
 Outcome runCall(Simulator& simulator, const Call& call) {
   simulator.wantsJson = call.wantsJson;
   Outcome outcome = call.command->run(simulator, call.arguments);
+  for (const std::string& line : simulator.newUnwrittenSettings()) {
+    simulator.output().diagnostics << "note: " << printable(line) << "\n";
+  }
   std::string faults;
   for (const std::string& fault : simulator.newFaults()) faults += (faults.empty() ? "" : "; ") + fault;
   if (outcome.held() && !faults.empty()) return Outcome::notHeld("fault on the machine: " + faults);
+  outcome.reason = printable(outcome.reason);
   return outcome;
 }
 

@@ -8,6 +8,7 @@
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Scenario.h"
 #include "Simulator/Program/Settings.h"
 #include "Simulator/Program/Simulator.h"
 
@@ -90,6 +91,8 @@ Words choicesFor(Simulator& simulator, std::string token, const TypedLine& line)
   if (token == "SET") return namesOfSets(simulator);
   if (token == "KEYPATH") return keyPaths(simulator, line.fragment);
   if (token == "COMMAND") return firstWordsOfCommands();
+  if (token == "MESSAGE") return simulator.knownMessages();
+  if (token == "ANNOUNCEMENT") return {kAnnouncements.begin(), kAnnouncements.end()};
   if (token.starts_with("WIDTHxHEIGHT")) return modesOf(simulator, line.words.back());
   std::replace(token.begin(), token.end(), '|', ' ');
   Words choices = wordsOf(token);
@@ -114,6 +117,21 @@ Words argumentsFor(Simulator& simulator, const Command& command, const Words& na
   return choices;
 }
 
+/// Of UTF-8 texts, whole characters.
+std::string_view commonBeginning(const Words& words) {
+  std::string_view common = words.front();
+  for (const std::string& word : words) {
+    const auto end = std::mismatch(common.begin(), common.end(), word.begin(), word.end()).first;
+    std::size_t length = static_cast<std::size_t>(end - common.begin());
+    const auto isWithinCharacter = [&] { return (static_cast<unsigned char>(common[length]) & 0xC0U) == 0x80U; };
+    while (length > 0 && length < common.size() && isWithinCharacter()) --length;
+    common = common.substr(0, length);
+  }
+  return common;
+}
+
+bool needsQuotes(std::string_view word) { return word.empty() || word.find_first_of(" \t\"\\#") != word.npos; }
+
 }  // namespace
 
 TypedLine typedLine(std::string_view line) {
@@ -127,6 +145,7 @@ TypedLine typedLine(std::string_view line) {
       isInWord = false;
       continue;
     }
+    if (!isInWord) typed.begin = i;
     isInWord = true;
     const bool escapes = typed.inQuotes && c == '\\' && i + 1 < line.size();
     if (c == '"') {
@@ -135,6 +154,7 @@ TypedLine typedLine(std::string_view line) {
       word += escapes ? line[++i] : c;
     }
   }
+  if (!isInWord) typed.begin = line.size();
   typed.fragment = std::move(word);
   return typed;
 }
@@ -154,6 +174,24 @@ std::vector<std::string> completionsOf(Simulator& simulator, const TypedLine& li
   std::sort(choices.begin(), choices.end());
   choices.erase(std::unique(choices.begin(), choices.end()), choices.end());
   return choices;
+}
+
+Completed completedWord(Simulator& simulator, std::string_view line) {
+  const TypedLine typed = typedLine(line);
+  Completed completed{.choices = completionsOf(simulator, typed),
+                      .from = typed.begin,
+                      .word = std::string(line.substr(typed.begin)),
+                      .wasInQuotes = typed.inQuotes};
+  if (completed.choices.empty()) return completed;
+  const std::string_view common = commonBeginning(completed.choices);
+  const bool isOnlyOne = completed.choices.size() == 1;
+  if (!isOnlyOne && common.size() <= typed.fragment.size()) return completed;
+  completed.word = common;
+  if (typed.inQuotes || needsQuotes(common)) completed.word = asWord(common);
+  // Of several the word goes on, and so do its quotes.
+  if (isOnlyOne) completed.word += ' ';
+  if (!isOnlyOne && completed.word.size() != common.size()) completed.word.pop_back();
+  return completed;
 }
 
 }  // namespace vlm::sim

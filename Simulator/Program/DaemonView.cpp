@@ -141,7 +141,7 @@ plist::Array enforced(const VLMMonitorInSet& monitor) {
 
 plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const VLMDisplay* display) {
   const DisplayPosition origin = DisplayPosition::unpack(monitor.origin);
-  plist::Dictionary view{{"identifier", monitor.monitorResID.value_or(0)},
+  plist::Dictionary view{{"monitorResID", monitor.monitorResID.value_or(0)},
                          {"attached", monitor.dispIsPresent},
                          {"main", monitor.isMainDisplay},
                          {"active", monitor.isActive},
@@ -169,7 +169,7 @@ std::int64_t bitsOfDepth(std::uint64_t mask) {
 }
 
 plist::Dictionary modeView(const VLMDisplay* display, std::uint64_t identifier) {
-  plist::Dictionary view{{"identifier", identifier}};
+  plist::Dictionary view{{"modeUniqueID", identifier}};
   const auto mode =
       display == nullptr ? nullptr : display->validModeWithUniqueID(truncateTo<std::uint32_t>(identifier));
   if (mode) view.set("name", mode->inMenuModeName(true));
@@ -182,11 +182,11 @@ plist::Array modesView(const VLMDisplay& display, std::size_t most) {
   for (auto mode = modes.rbegin(); mode != modes.rend() && view.size() < most; ++mode) {
     plist::Array depths;
     for (const std::int64_t bits : depthsIn((*mode)->colorMask)) depths.emplace_back(bits);
-    view.emplace_back(plist::Dictionary{{"identifier", (*mode)->modeUniqueID},
+    view.emplace_back(plist::Dictionary{{"modeUniqueID", (*mode)->modeUniqueID},
                                         {"name", (*mode)->inMenuModeName(true)},
                                         {"width", (*mode)->Nx},
                                         {"height", (*mode)->Ny},
-                                        {"refreshHz", (*mode)->Hz},
+                                        {"refreshHz", rateView((*mode)->Hz)},
                                         {"scale", (*mode)->definition},
                                         {"depths", std::move(depths)},
                                         {"current", (*mode)->isCurrent()},
@@ -205,7 +205,7 @@ plist::Array setsView(VLMGlobals& document) {
       monitors.emplace_back(monitorView(*monitor, document.extraDisplayWithID(monitor->monitorResID).get()));
     }
     plist::Dictionary entry{{"name", set->name.value_or("")},
-                            {"identifier", set->uniqueID.value_or(0)},
+                            {"uniqueID", set->uniqueID.value_or(0)},
                             {"mark", markName(document.checkMarkForSet(*set, nullptr))},
                             {"hotKey", shortcutText(*set)},
                             {"keyCode", set->keyCode.value_or(VLMDisplaySet::kNoHotKey)},

@@ -100,9 +100,42 @@ without it.
 .It Ev NO_COLOR
 When it is not empty there are no colours.
 .El
+.Sh FILES
+.Bl -tag -width Ds
+.It Pa Simulator/Machines
+The machines that have names; files of one's own have the same form.
+.It Pa Simulator/Scenarios
+Scenarios to learn from.
+.It Pa Library/Preferences/org.kelvane.velmoratix.daemon.plist
+The daemon's settings file, below the folder of
+.Fl \-home .
+.It Pa ~/.editrc
+Keys of the prompt; see
+.Xr editrc 5 .
+.El
 .Sh EXIT STATUS
 .Bl -tag -width Ds
 @STATUSES@.El
+.Sh EXAMPLES
+The guided tour, on a machine of one's own:
+.Pp
+.Dl velmoratix\-simulator \-\-machine ./my\-desk.plist </dev/null
+.Pp
+A scenario, with what was called and logged meanwhile:
+.Pp
+.Dl velmoratix\-simulator \-\-script my.scenario \-\-journal calls \-\-log log
+.Pp
+Which displays there are, for another program:
+.Pp
+.Dl echo 'show displays \-\-json' | velmoratix\-simulator \-\-script \-
+.Sh SEE ALSO
+.Xr editrc 5
+.Pp
+.Pa docs/machines\-and\-scenarios.md ,
+.Pa docs/settings\-file.md
+and
+.Pa docs/messages.md
+of the sources.
 )";
 
 std::string manual() {
@@ -160,16 +193,16 @@ std::string zshAction(OptionArgument argument) {
 }
 
 std::string zsh() {
-  std::string specifications;
+  std::string arguments;
   for (const ProgramOption& option : kProgramOptions) {
     const bool repeats = option.name == kDisplayOption.name;
     std::string help(option.help);
     for (const char* special : {"\\", "[", "]", ":"}) help = replaced(help, special, "\\" + std::string(special));
-    std::string specification = (repeats ? "*" : "") + std::string(option.name) + "[" + help + "]";
+    std::string entry = (repeats ? "*" : "") + std::string(option.name) + "[" + help + "]";
     if (option.argument != OptionArgument::none) {
-      specification += ":" + std::string(option.argumentHelp) + ":" + zshAction(option.argument);
+      entry += ":" + std::string(option.argumentHelp) + ":" + zshAction(option.argument);
     }
-    specifications += " \\\n  " + shellQuoted(specification);
+    arguments += " \\\n  " + shellQuoted(entry);
   }
   return "#compdef velmoratix-simulator\n"
          "# Completion of velmoratix-simulator for zsh. Made by velmoratix-simulator --print zsh.\n"
@@ -179,7 +212,7 @@ std::string zsh() {
          "  _alternative 'machines:machine:compadd -a machines' 'files:machine file:_files -g \"*.plist\"'\n"
          "}\n"
          "_arguments" +
-         specifications + "\n";
+         arguments + "\n";
 }
 
 std::string fishArguments(OptionArgument argument) {

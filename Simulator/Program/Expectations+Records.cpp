@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <array>
+#include <filesystem>
 
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
@@ -17,6 +19,12 @@ std::optional<plist::Value> settingAt(Simulator& simulator, const std::string& k
   return value == nullptr ? std::nullopt : std::optional(*value);
 }
 
+/// Whole dictionaries would hide the reason.
+std::string foundText(const plist::Value& value) {
+  constexpr std::size_t kLongest = 200;
+  return cutToColumns(plainText(value), kLongest);
+}
+
 Outcome noSettings(Simulator& simulator) {
   return Outcome::notHeld("there is no settings file that can be read: " + simulator.settingsPath());
 }
@@ -26,12 +34,12 @@ Outcome expectSetting(Simulator& simulator, Arguments arguments) {
   const auto value = settingAt(simulator, arguments[0]);
   if (!value) return Outcome::notHeld("the settings file has no " + arguments[0]);
   if (plainText(*value) == arguments[1]) return {};
-  return Outcome::notHeld(arguments[0] + " is " + plainText(*value));
+  return Outcome::notHeld(arguments[0] + " is " + foundText(*value));
 }
 
 Outcome expectNoSetting(Simulator& simulator, Arguments arguments) {
   const auto value = settingAt(simulator, arguments[0]);
-  return value ? Outcome::notHeld(arguments[0] + " is " + plainText(*value)) : Outcome{};
+  return value ? Outcome::notHeld(arguments[0] + " is " + foundText(*value)) : Outcome{};
 }
 
 Outcome expectRecords(Simulator& simulator, Arguments arguments) {
@@ -42,12 +50,26 @@ Outcome expectRecords(Simulator& simulator, Arguments arguments) {
   const plist::Dictionary* records = settings->dictionary("allDisplays");
   const std::size_t found = records == nullptr ? 0 : records->count();
   if (static_cast<std::size_t>(*wanted) == found) return {};
-  return Outcome::notHeld("the settings file holds " + std::to_string(found) + " records");
+  return Outcome::notHeld("the settings file holds " + std::to_string(found) + (found == 1 ? " record" : " records"));
+}
+
+Outcome expectUnreadable(Simulator& simulator, Arguments arguments) {
+  namespace fs = std::filesystem;
+  const fs::path path = simulator.settingsPath();
+  const std::string beginning = path.filename().string() + ".unreadable";
+  std::error_code error;
+  const fs::directory_iterator files(path.parent_path(), error);
+  const auto found = std::to_string(std::count_if(begin(files), end(files), [&](const fs::directory_entry& file) {
+    return file.path().filename().string().starts_with(beginning);
+  }));
+  return found == arguments[0] ? Outcome{} : Outcome::notHeld("the number of them is " + found);
 }
 
 Outcome rememberSetting(Simulator& simulator, Arguments arguments) {
   if (!simulator.settings()) return Outcome::refused("there is no settings file to remember anything of");
-  simulator.remembered[arguments[0]] = settingAt(simulator, arguments[0]);
+  const auto value = settingAt(simulator, arguments[0]);
+  if (!value) return Outcome::refused("the settings file has no " + arguments[0]);
+  simulator.remembered.insert_or_assign(arguments[0], *value);
   return {};
 }
 
@@ -55,11 +77,8 @@ Outcome expectUnchanged(Simulator& simulator, Arguments arguments) {
   const auto before = simulator.remembered.find(arguments[0]);
   if (before == simulator.remembered.end()) return Outcome::refused(arguments[0] + " was not remembered before");
   const auto now = settingAt(simulator, arguments[0]);
-  if (before->second.has_value() != now.has_value()) {
-    return Outcome::notHeld(arguments[0] + (now ? " is new" : " is gone"));
-  }
-  if (!now) return {};
-  const auto difference = firstDifference(*before->second, *now, arguments[0]);
+  if (!now) return Outcome::notHeld(arguments[0] + " is gone");
+  const auto difference = firstDifference(before->second, *now, arguments[0]);
   return difference ? Outcome::notHeld(*difference) : Outcome{};
 }
 
@@ -77,13 +96,18 @@ const std::string* lineWith(const std::vector<std::string>& lines, const std::st
   return nullptr;
 }
 
+/// An empty text is in every line.
+Outcome emptyText() { return Outcome::refused("an empty text says nothing"); }
+
 Outcome expectLine(const char* what, const std::vector<std::string>& lines, const std::string& text) {
+  if (text.empty()) return emptyText();
   if (lineWith(lines, text) != nullptr) return {};
   const std::string last = lines.empty() ? "" : "; the last one is " + quoted(lines.back());
   return Outcome::notHeld("none of the " + std::to_string(lines.size()) + " lines of the " + what + " has it" + last);
 }
 
 Outcome expectNoLine(const char* what, const std::vector<std::string>& lines, const std::string& text) {
+  if (text.empty()) return emptyText();
   const std::string* line = lineWith(lines, text);
   return line == nullptr ? Outcome{} : Outcome::notHeld(std::string("the ") + what + " has " + quoted(*line));
 }
@@ -101,10 +125,22 @@ Outcome expectNoLog(Simulator& simulator, Arguments arguments) {
   return expectNoLine("log", simulator.log(), arguments[0]);
 }
 
+Outcome noAnnouncement(const std::string& name) {
+  std::string names;
+  for (const std::string_view known : kAnnouncements) names += (names.empty() ? "" : ", ") + std::string(known);
+  return Outcome::refused("the daemon never announces " + quoted(name) + "; it does " + names);
+}
+
+bool isAnnouncement(const std::string& name) {
+  return std::find(kAnnouncements.begin(), kAnnouncements.end(), name) != kAnnouncements.end();
+}
+
 Outcome expectPosted(Simulator& simulator, Arguments arguments) {
+  if (!isAnnouncement(arguments[0])) return noAnnouncement(arguments[0]);
   return simulator.wasPosted(arguments[0]) ? Outcome{} : Outcome::notHeld("no daemon has announced it");
 }
 Outcome expectNotPosted(Simulator& simulator, Arguments arguments) {
+  if (!isAnnouncement(arguments[0])) return noAnnouncement(arguments[0]);
   return simulator.wasPosted(arguments[0]) ? Outcome::notHeld("a daemon has announced it") : Outcome{};
 }
 
@@ -121,6 +157,8 @@ constexpr std::array kCommands{
             expectUnchanged},
     Command{"expect records", "N", 1, 1, "the settings file holds N records of displays", "expect records 3",
             expectRecords},
+    Command{"expect unreadable", "N", 1, 1, "N copies of unreadable settings files lie beside the file",
+            "expect unreadable 1", expectUnreadable},
     Command{"expect journal", "TEXT", 1, 1, "a line of the journal has the text",
             "expect journal CGSConfigureDisplayMode", expectJournal},
     Command{"expect no journal", "TEXT", 1, 1, "no line of the journal has it",

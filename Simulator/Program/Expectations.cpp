@@ -3,6 +3,7 @@
 
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
+#include "Simulator/Mac/Mouse.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DaemonView.h"
@@ -72,6 +73,15 @@ Outcome expectDisplay(Simulator& simulator, Arguments arguments) {
   });
 }
 
+Outcome expectCursor(Simulator& simulator, Arguments arguments) {
+  const auto wanted = parsePoint(arguments[0]);
+  if (!wanted) return Outcome::refused(quoted(arguments[0]) + " is no point such as -1920,0");
+  const Point now = simulator.mac().mouse().cursor;
+  return now == Point{.x = static_cast<double>(wanted->x), .y = static_cast<double>(wanted->y)}
+             ? Outcome{}
+             : Outcome::notHeld("the cursor is at " + pointText(now));
+}
+
 constexpr std::array kDisplayExpectations{
     Command{"expect mode", "DISPLAY WIDTHxHEIGHT[@HZ]", 2, 2, "the display shows that mode",
             "expect mode Left 1920x1080@60", expectMode},
@@ -80,15 +90,18 @@ constexpr std::array kDisplayExpectations{
     Command{"expect main", "DISPLAY", 1, 1, "it is the main display", "expect main Built-in", expectMain},
     Command{"expect display", "DISPLAY on|off|gone", 2, 2, "it is on, plugged but off, or unplugged",
             "expect display Left gone", expectDisplay},
+    Command{"expect cursor", "X,Y", 1, 1, "the cursor is there", "expect cursor 0,0", expectCursor},
 };
 
 // --- The daemon ---
 
-Outcome expectCount(const std::string& text, std::size_t found, const char* what) {
+/// `one`: what is counted, in the singular; `many` in the plural.
+Outcome expectCount(const std::string& text, std::size_t found, const char* one, const char* many) {
   const auto wanted = parseInteger(text);
   if (!wanted || *wanted < 0) return Outcome::refused(quoted(text) + " is no count");
   if (static_cast<std::size_t>(*wanted) == found) return {};
-  return Outcome::notHeld("there are " + std::to_string(found) + " " + what);
+  return Outcome::notHeld(found == 1 ? std::string("there is 1 ") + one
+                                     : "there are " + std::to_string(found) + " " + many);
 }
 
 /// Judges the running daemon's document.
@@ -102,7 +115,7 @@ Outcome ofDocument(Simulator& simulator, Judge judge) {
 
 Outcome expectSets(Simulator& simulator, Arguments arguments) {
   return ofDocument(simulator, [&](const VLMGlobals& document) {
-    return expectCount(arguments[0], document.displaySetsArray.size(), "sets");
+    return expectCount(arguments[0], document.displaySetsArray.size(), "set", "sets");
   });
 }
 
@@ -121,7 +134,7 @@ Outcome expectSet(Simulator& simulator, Arguments arguments) {
 }
 
 Outcome expectRunning(Simulator& simulator, Arguments arguments) {
-  return expectCount(arguments[0], simulator.runningDaemons(), "copies of the daemon");
+  return expectCount(arguments[0], simulator.runningDaemons(), "copy of the daemon", "copies of the daemon");
 }
 
 Outcome expectDaemon(Simulator& simulator, Arguments arguments) {

@@ -72,7 +72,7 @@ std::string nameOf(const VLMGlobals& document, std::optional<std::int64_t> monit
 }
 
 plist::Dictionary monitorReference(const VLMGlobals& document, std::optional<std::int64_t> monitorResID) {
-  return {{"identifier", monitorResID.value_or(0)}, {"name", nameOf(document, monitorResID)}};
+  return {{"monitorResID", monitorResID.value_or(0)}, {"name", nameOf(document, monitorResID)}};
 }
 
 /// A stored value as people and JSON have it.

@@ -1,5 +1,6 @@
 #include "Simulator/Program/Output.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -40,9 +41,30 @@ Output Output::standard() {
   return output;
 }
 
+std::size_t Output::columns() const {
+  constexpr std::size_t kUsual = 98, kFewest = 40, kMost = 160;
+  winsize size{};
+  if (!isTerminal || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsual;
+  return std::clamp<std::size_t>(size.ws_col, kFewest, kMost);
+}
+
 std::string Output::coloured(std::string_view code, std::string_view text) const {
   if (!hasColours) return std::string(text);
   return "\033[" + std::string(code) + "m" + std::string(text) + "\033[0m";
+}
+
+std::string printable(std::string_view text) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  std::string result;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte >= ' ' && byte != 0x7F) || c == '\n') {
+      result += c;
+    } else {
+      result += {'\\', 'x', kDigits[byte >> 4U], kDigits[byte & 0xFU]};
+    }
+  }
+  return result;
 }
 
 std::size_t columnsOf(std::string_view text) {

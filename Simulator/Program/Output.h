@@ -19,6 +19,9 @@ struct Output {
   /// The process's standard output and error.
   static Output standard();
 
+  /// Columns to write in: those of the terminal, within reason.
+  std::size_t columns() const;
+
   std::string bold(std::string_view text) const { return coloured("1", text); }
   std::string faint(std::string_view text) const { return coloured("2", text); }
   std::string green(std::string_view text) const { return coloured("32", text); }
@@ -28,6 +31,8 @@ struct Output {
   std::string coloured(std::string_view code, std::string_view text) const;
 };
 
+/// A text without anything that a terminal would obey: control characters but line ends become "\\x1b".
+std::string printable(std::string_view text);
 /// How many columns a UTF-8 text takes: its code points.
 std::size_t columnsOf(std::string_view text);
 /// The text cut to at most so many columns, with a "~" at the end when something is missing.

@@ -194,7 +194,7 @@ std::vector<std::string> textsOf(const plist::Dictionary& change) {
   if (texts[0] != texts[1]) return texts;
   for (std::size_t i = 0; i < texts.size(); ++i) {
     const plist::Dictionary* mode = change.dictionary(i == 0 ? "before" : "after");
-    if (mode != nullptr) texts[i] += " (mode " + std::to_string(mode->sInt64("number")) + ")";
+    if (mode != nullptr) texts[i] += " (mode " + std::to_string(mode->sInt64("systemMode")) + ")";
   }
   return texts;
 }

@@ -1,144 +1,44 @@
 #include "Simulator/Program/Prompt.h"
 
-#include <editline/readline.h>
-
-#include <algorithm>
+#include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <memory>
 #include <ostream>
 
+#include "Simulator/Mac/MachineEvents.h"
 #include "Simulator/Program/Commands.h"
-#include "Simulator/Program/Completion.h"
+#include "Simulator/Program/LineEditor.h"
 #include "Simulator/Program/Scenario.h"
+#include "Simulator/Program/Signals.h"
 #include "Simulator/Program/Simulator.h"
 
 namespace vlm::sim {
 
 namespace {
 
-constexpr int kLinesOfHistory = 1000;
-
-struct FreeText {
-  void operator()(char* text) const { std::free(text); }
-};
+/// What people type at other prompts.
+std::string inOwnWords(const std::string& word) { return word == "exit" ? "quit" : word == "?" ? "help" : word; }
 
 Outcome play(Simulator& simulator, const std::string& line) {
-  const auto words = splitWords(line);
-  if (const auto* reason = std::get_if<std::string>(&words)) return Outcome::refused(*reason);
-  if (std::get<std::vector<std::string>>(words).empty()) return {};
-  const auto call = callFor(std::get<std::vector<std::string>>(words));
+  auto split = splitWords(line);
+  if (const auto* reason = std::get_if<std::string>(&split)) return Outcome::refused(*reason);
+  auto& words = std::get<std::vector<std::string>>(split);
+  if (words.empty()) return {};
+  words.front() = inOwnWords(words.front());
+  const auto call = callFor(words);
   if (const auto* reason = std::get_if<std::string>(&call)) return Outcome::refused(*reason);
+  // A daemon that sleeps hears nothing; who wants to leave may leave.
+  if (words.front() == "quit" && simulator.mac().events().isAsleep()) {
+    simulator.hasQuit = true;
+    return {};
+  }
   return runCall(simulator, std::get<Call>(call));
 }
-
-// --- History ---
 
 std::string environment(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? std::string() : value;
 }
-
-/// Lines typed earlier, also in earlier runs. Without a place to keep them there are only those of this run.
-class History {
- public:
-  History() {
-    using_history();
-    stifle_history(kLinesOfHistory);
-    path_ = historyPath();
-    if (!path_.empty()) read_history(path_.c_str());
-  }
-  ~History() {
-    if (!path_.empty()) write_history(path_.c_str());
-  }
-  History(const History&) = delete;
-  History& operator=(const History&) = delete;
-
-  void add(const std::string& line) {
-    if (line.empty() || line == last_) return;
-    last_ = line;
-    add_history(line.c_str());
-  }
-
- private:
-  std::string path_, last_;
-};
-
-// --- Completion ---
-
-/// The one that is prompted for; libedit's functions take no argument of ours.
-Simulator* prompted = nullptr;
-
-TypedLine lineBeforeCursor(int end) {
-  return typedLine(std::string_view(rl_line_buffer, static_cast<std::size_t>(end)));
-}
-
-/// Where words part: at blanks, and within quotes at the quote alone.
-char* wordBreaks() {
-  static char blanks[] = " \t";
-  static char quotes[] = "\"";
-  return lineBeforeCursor(rl_point).inQuotes ? quotes : blanks;
-}
-
-char* copied(std::string_view text) {
-  char* copy = static_cast<char*>(std::malloc(text.size() + 1));
-  if (copy == nullptr) return nullptr;
-  std::copy(text.begin(), text.end(), copy);
-  copy[text.size()] = '\0';
-  return copy;
-}
-
-std::string_view commonBeginning(const std::vector<std::string>& words) {
-  std::string_view common = words.front();
-  for (const std::string& word : words) {
-    const auto end = std::mismatch(common.begin(), common.end(), word.begin(), word.end()).first;
-    common = common.substr(0, static_cast<std::size_t>(end - common.begin()));
-  }
-  return common;
-}
-
-/// What libedit frees: first that which all have in common, then each, then null.
-char** matchesOf(const std::vector<std::string>& words) {
-  auto** matches = static_cast<char**>(std::calloc(words.size() + 2, sizeof(char*)));
-  if (matches == nullptr) return nullptr;
-  matches[0] = copied(commonBeginning(words));
-  for (std::size_t i = 0; i < words.size(); ++i) matches[i + 1] = copied(words[i]);
-  return matches;
-}
-
-bool needsQuotes(const std::string& word) { return word.find_first_of(" \t\"\\#") != std::string::npos; }
-
-char** complete(const char* /*text*/, int /*start*/, int end) {
-  // Names of files are never meant.
-  rl_attempted_completion_over = 1;
-  const TypedLine line = lineBeforeCursor(end);
-  std::vector<std::string> words = completionsOf(*prompted, line);
-  if (words.empty()) return nullptr;
-  for (std::string& word : words) {
-    // A name with blanks is put into quotes, unless its first one stands there already.
-    if (!line.inQuotes && needsQuotes(word)) word = asWord(word);
-  }
-  rl_completion_append_character = line.inQuotes ? '"' : ' ';
-  return matchesOf(words);
-}
-
-/// Lets the prompt complete for a simulator, as long as it lives.
-class Completing {
- public:
-  explicit Completing(Simulator& simulator) {
-    prompted = &simulator;
-    rl_attempted_completion_function = complete;
-    rl_completion_word_break_hook = wordBreaks;
-  }
-  ~Completing() {
-    rl_attempted_completion_function = nullptr;
-    rl_completion_word_break_hook = nullptr;
-    prompted = nullptr;
-  }
-  Completing(const Completing&) = delete;
-  Completing& operator=(const Completing&) = delete;
-};
 
 }  // namespace
 
@@ -158,19 +58,20 @@ std::string historyPath() {
 
 void runPrompt(Simulator& simulator) {
   Output& output = simulator.output();
-  History history;
-  const Completing completing(simulator);
+  LineEditor editor(simulator, historyPath());
   output.data << "The daemon runs on " << simulator.mac().machine().name << ". help lists the commands, quit ends.\n";
   while (!simulator.hasQuit) {
     output.data.flush();
-    const std::unique_ptr<char, FreeText> line(readline("velmoratix> "));
-    if (line == nullptr) {
+    forgetInterrupt();
+    const auto line = editor.read();
+    if (!line) {
       output.data << "\n";
+      if (signalToStop() == SIGINT) continue;
       return;
     }
-    history.add(line.get());
-    const Outcome outcome = play(simulator, line.get());
-    if (!outcome.held()) output.diagnostics << output.red(outcome.reason) << "\n";
+    const Outcome outcome = play(simulator, *line);
+    if (!outcome.held()) output.diagnostics << output.red(printable(outcome.reason)) << "\n";
+    if (signalToStop() != 0 && signalToStop() != SIGINT) return;
   }
 }
 

@@ -9,6 +9,7 @@
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Prompt.h"
 #include "Simulator/Program/Scenario.h"
+#include "Simulator/Program/Signals.h"
 #include "Simulator/Program/Simulator.h"
 #include "Simulator/Program/Tour.h"
 
@@ -65,21 +66,25 @@ std::variant<MachineDescription, std::string> chosenMachine(const RunOptions& op
   return machine;
 }
 
-bool writeLines(const std::string& path, const std::vector<std::string>& lines) {
-  std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  for (const std::string& line : lines) file << line << "\n";
-  file.flush();
-  return file.good();
-}
-
-/// What the options ask to be kept. The reason when it cannot be written.
-std::optional<std::string> writeRecords(const RunOptions& options, SimulatedMac& mac) {
-  if (!options.journal.empty() && !writeLines(options.journal, mac.journal().lines())) {
-    return options.journal + ": cannot be written";
+/// A file that an option asks for, opened before anything is played. None when nobody asks.
+class RecordFile {
+ public:
+  explicit RecordFile(const std::string& path) : path_(path) {
+    if (!path.empty()) file_.open(path, std::ios::binary | std::ios::trunc);
   }
-  if (!options.log.empty() && !writeLines(options.log, mac.log)) return options.log + ": cannot be written";
-  return std::nullopt;
-}
+  /// The reason when it cannot be written, now or before.
+  std::optional<std::string> fault() const {
+    return path_.empty() || file_.good() ? std::nullopt : std::optional(path_ + ": cannot be written");
+  }
+  void write(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) file_ << line << "\n";
+    file_.flush();
+  }
+
+ private:
+  std::string path_;
+  std::ofstream file_;
+};
 
 Outcome play(Simulator& simulator, const RunOptions& options, const std::optional<Scenario>& scenario) {
   simulator.launchDaemons({kVersion});
@@ -91,10 +96,18 @@ Outcome play(Simulator& simulator, const RunOptions& options, const std::optiona
 
 int playOn(Simulator& simulator, const RunOptions& options, const std::optional<Scenario>& scenario) {
   Output& output = simulator.output();
+  RecordFile journal(options.journal), log(options.log);
+  for (const RecordFile* const file : {&journal, &log}) {
+    if (const auto reason = file->fault()) return refuse(output, *reason);
+  }
   const Outcome outcome = play(simulator, options, scenario);
   output.data.flush();
   if (!outcome.held()) output.diagnostics << outcome.reason << "\n";
-  if (const auto reason = writeRecords(options, simulator.mac())) return refuse(output, *reason);
+  journal.write(simulator.mac().journal().lines());
+  log.write(simulator.mac().log);
+  for (const RecordFile* const file : {&journal, &log}) {
+    if (const auto reason = file->fault()) return refuse(output, *reason);
+  }
   return static_cast<int>(outcome.status);
 }
 
@@ -111,6 +124,7 @@ std::vector<std::string> namesOfMachines() {
 }
 
 int runSimulator(const RunOptions& options, Output& output) {
+  if (options.home && options.home->empty()) return refuse(output, "--home: the name of the folder is empty");
   std::optional<Scenario> scenario;
   if (options.script) {
     auto read = readScenario(*options.script);
@@ -119,11 +133,12 @@ int runSimulator(const RunOptions& options, Output& output) {
   }
   auto machine = chosenMachine(options, scenario);
   if (const auto* reason = std::get_if<std::string>(&machine)) return refuse(output, *reason);
+  const SignalWatch watch;
   try {
-    Simulator simulator(std::get<MachineDescription>(std::move(machine)), options.home, output);
+    Simulator simulator(std::get<MachineDescription>(std::move(machine)), options.home.value_or(""), output);
     return playOn(simulator, options, scenario);
   } catch (const std::filesystem::filesystem_error& error) {
-    return refuse(output, "the home folder cannot be used: " + std::string(error.what()));
+    return refuse(output, "the home folder cannot be used: " + error.path1().string() + ": " + error.code().message());
   }
 }
 

@@ -12,7 +12,7 @@ namespace vlm::sim {
 struct RunOptions {
   std::optional<std::string> machine = {};  ///< name or file; absent: the scenario's own, or `kUsualMachine`
   std::vector<std::string> displays = {};   ///< EDID files
-  std::string home = {};                    ///< empty: a temporary folder
+  std::optional<std::string> home = {};     ///< absent: a temporary folder
   std::optional<std::string> script = {};   ///< file, or "-"
   std::string journal = {}, log = {};       ///< files; empty: none
   bool isInteractive = false;               ///< standard input is a terminal

@@ -7,6 +7,7 @@
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Signals.h"
 #include "Simulator/Program/Simulator.h"
 
 namespace vlm::sim {
@@ -33,7 +34,9 @@ std::optional<std::string> readAll(std::istream& stream) {
 
 std::vector<std::string> linesOf(const std::string& text) {
   std::vector<std::string> lines;
-  for (std::size_t begin = 0; begin < text.size();) {
+  // Some editors mark a file as UTF-8 by three bytes.
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  for (std::size_t begin = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0; begin < text.size();) {
     std::size_t end = text.find('\n', begin);
     if (end == std::string::npos) end = text.size();
     std::string line = text.substr(begin, end - begin);
@@ -166,12 +169,13 @@ std::string asWord(std::string_view text) {
 
 Outcome playScenario(Simulator& simulator, const Scenario& scenario, Echo echo) {
   const auto steps = stepsOf(scenario);
-  if (const auto* reason = std::get_if<std::string>(&steps)) return Outcome::refused(*reason);
+  if (const auto* reason = std::get_if<std::string>(&steps)) return Outcome::refused(printable(*reason));
   for (const Step& step : std::get<std::vector<Step>>(steps)) {
+    if (signalToStop() != 0) return Outcome::notHeld(place(scenario, step.line) + "interrupted");
     if (echo == Echo::yes) echoBefore(simulator.output(), step);
     Outcome outcome = runCall(simulator, step.call);
     if (!outcome.held()) {
-      outcome.reason = place(scenario, step.line) + step.text + ": " + outcome.reason;
+      outcome.reason = place(scenario, step.line) + printable(step.text) + ": " + outcome.reason;
       return outcome;
     }
     if (echo == Echo::yes) echoAfter(simulator.output(), step);

@@ -1,10 +1,12 @@
 #include "Simulator/Program/Simulator.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 #include "Daemon/Controllers/DaemonMain.h"
 #include "Simulator/Mac/PropertyListFile.h"
+#include "Simulator/Mac/SessionPorts.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/DisplayTexts.h"
 
@@ -12,6 +14,8 @@ namespace vlm::sim {
 
 namespace {
 
+/// As the daemon logs it.
+constexpr const char* kSettingsNotWritten = "The settings file is not written";
 constexpr const char* kDaemonClass = "VLMDaemonMainController";
 constexpr const char* kDaemonInBundle = "Velmoratix.app/Contents/Library/LoginItems/Velmoratix Daemon.app";
 
@@ -30,7 +34,8 @@ int daemonProgram(Session& session) {
   return VLMDaemonMain();
 }
 
-std::vector<std::string> from(const std::vector<std::string>& lines, std::size_t first) {
+template <class Line>
+std::vector<Line> from(const std::vector<Line>& lines, std::size_t first) {
   return {lines.begin() + static_cast<std::ptrdiff_t>(std::min(first, lines.size())), lines.end()};
 }
 
@@ -91,6 +96,17 @@ bool Simulator::isRunning(const std::string& version) {
                      [&](const Copy& copy) { return copy.version == version && sessionOf(copy) != nullptr; });
 }
 
+std::vector<std::string> Simulator::knownMessages() {
+  std::set<std::string> messages;
+  for (const Copy& copy : copies_) {
+    Session* const session = sessionOf(copy);
+    if (session == nullptr) continue;
+    messages.merge(
+        session->adapters().notifications.objectsObserved(NotificationCenter::distributed, kDaemonIdentifier));
+  }
+  return {messages.begin(), messages.end()};
+}
+
 void Simulator::post(const std::string& command, const plist::Dictionary& userInfo) {
   Notification notification{.name = kDaemonIdentifier, .object = command, .sender = nullptr, .userInfo = {}};
   if (!userInfo.empty()) notification.userInfo = userInfo;
@@ -136,6 +152,10 @@ std::vector<std::string> Simulator::journal() { return from(mac_.journal().lines
 
 std::vector<std::string> Simulator::log() const { return from(mac_.log, logBefore_); }
 
+std::vector<double> Simulator::journalTimes() { return from(mac_.journal().times(), journalBefore_); }
+
+std::vector<double> Simulator::logTimes() const { return from(mac_.logTimes, logBefore_); }
+
 std::size_t Simulator::postsOfDaemons(const std::string& announcement) const {
   const auto& posts = mac_.distributedPosts();
   const auto all = std::count_if(posts.begin(), posts.end(), [&](const Notification& post) {
@@ -161,6 +181,12 @@ std::vector<std::string> Simulator::newFaults() {
   }
   faultsSeen_ = std::move(now);
   return faults;
+}
+
+std::vector<std::string> Simulator::newUnwrittenSettings() {
+  std::vector<std::string> lines = from(mac_.log, std::exchange(logSeen_, mac_.log.size()));
+  std::erase_if(lines, [](const std::string& line) { return line.find(kSettingsNotWritten) == std::string::npos; });
+  return lines;
 }
 
 }  // namespace vlm::sim

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -21,6 +23,10 @@ namespace vlm::sim {
 constexpr const char* kVersion = "4.15.1";
 /// Name of every message between the daemon and the control application, and the daemon's bundle identifier.
 constexpr const char* kDaemonIdentifier = "org.kelvane.velmoratix.daemon";
+/// What the daemon tells the control application.
+inline constexpr std::array<std::string_view, 7> kAnnouncements{
+    "daemonLaunched",  "daemonStopped",          "reloadPreferences", "monitorsChanged",
+    "kVLMModeChanged", "kVLMWarningSetsChanged", "reopenCDEV"};
 
 /// A simulated Mac with the daemon on it, and what commands and expectations need to know of both.
 class Simulator {
@@ -46,6 +52,8 @@ class Simulator {
   /// Whether a copy of that version was ever started, and whether one runs.
   bool wasLaunched(const std::string& version) const;
   bool isRunning(const std::string& version);
+  /// The messages that the running copies listen for, in ascending order.
+  std::vector<std::string> knownMessages();
   /// Posts as the control application does.
   void post(const std::string& command, const plist::Dictionary& userInfo);
 
@@ -64,13 +72,18 @@ class Simulator {
   void clear();
   std::vector<std::string> journal();
   std::vector<std::string> log() const;
+  /// When those lines were written, in seconds since the machine's start.
+  std::vector<double> journalTimes();
+  std::vector<double> logTimes() const;
   /// Whether a daemon posted this announcement.
   bool wasPosted(const std::string& announcement) const;
   /// Misuse of the machine that was not reported yet.
   std::vector<std::string> newFaults();
+  /// Log lines, not reported yet, by which a daemon says that its settings file is not written.
+  std::vector<std::string> newUnwrittenSettings();
 
   /// A value of the settings file kept by `remember`, to compare with later.
-  std::map<std::string, std::optional<plist::Value>> remembered;
+  std::map<std::string, plist::Value> remembered;
   /// The settings as the control application has them open.
   std::optional<plist::Dictionary> openSettings;
   /// Whether the command under way was asked to answer in JSON.
@@ -103,6 +116,7 @@ class Simulator {
   std::map<std::string, std::size_t> postsBeforeClear_;
   std::size_t journalBefore_ = 0, logBefore_ = 0;
   std::map<std::string, std::size_t> faultsSeen_;
+  std::size_t logSeen_ = 0;
 };
 
 }  // namespace vlm::sim

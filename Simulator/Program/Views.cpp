@@ -1,7 +1,10 @@
 #include "Simulator/Program/Views.h"
 
 #include <array>
+#include <cmath>
 
+#include "Models/VLMGlobals.h"
+#include "Platform/Numbers.h"
 #include "Simulator/Mac/SimulatedMac.h"
 #include "Simulator/Program/DisplayTexts.h"
 
@@ -18,10 +21,10 @@ std::int64_t depthOf(const SimulatedMode& mode) {
 }
 
 plist::Dictionary shownModeView(const SimulatedMode& mode) {
-  return {{"number", mode.number},
+  return {{"systemMode", mode.number},
           {"width", mode.width},
           {"height", mode.height},
-          {"refreshHz", mode.refreshRateHz()},
+          {"refreshHz", rateView(mode.refreshRateHz())},
           {"scale", mode.scale}};
 }
 
@@ -52,7 +55,7 @@ plist::Dictionary displayView(SimulatedMac& mac, const SimulatedDisplay& display
   plist::Dictionary view{{"name", display.description.name}, {"uuid", display.uuid},
                          {"state", stateText(display)},      {"builtIn", display.description.builtIn},
                          {"port", display.description.port}, {"main", mac.windowServer().mainDisplay() == &display}};
-  if (display.id != 0) view.set("identifier", display.id);
+  if (display.id != 0) view.set("systemIdentifier", display.id);
   if (display.isArranged()) addArrangement(view, mac, display);
   addPicture(view, display);
   return view;
@@ -67,6 +70,21 @@ plist::Array displaysView(SimulatedMac& mac) {
   for (const auto& display : mac.windowServer().displays()) displays.emplace_back(displayView(mac, *display));
   return displays;
 }
+
+void addDaemonsIdentifiers(plist::Array& displays, const VLMGlobals& document) {
+  for (plist::Value& value : displays) {
+    plist::Dictionary& view = *value.dictionary();
+    const auto identifier = truncateTo<CGDirectDisplayID>(view.sInt64("systemIdentifier"));
+    const auto record = identifier == 0 ? nullptr : document.displayWithcgID(identifier);
+    if (!record || !record->monitorResID) continue;
+    view.set("monitorResID", *record->monitorResID);
+    plist::Value* const mode = view.find("mode");
+    const std::shared_ptr<VLMMode> current = record->currentMode.get();
+    if (mode != nullptr && current) mode->dictionary()->set("modeUniqueID", current->modeUniqueID);
+  }
+}
+
+double rateView(double hz) { return std::round(hz * 100) / 100; }
 
 plist::Array pictureView(SimulatedMac& mac) {
   plist::Array boxes;
@@ -83,13 +101,16 @@ plist::Array pictureView(SimulatedMac& mac) {
   return boxes;
 }
 
-plist::Array linesView(const std::vector<std::string>& lines, const std::string& key) {
+plist::Array linesView(const std::vector<std::string>& lines, const std::string& key,
+                       const std::vector<double>& times) {
   plist::Array view;
-  for (const std::string& line : lines) {
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::string& line = lines[i];
     const std::size_t colon = line.find(": ");
     plist::Dictionary entry;
     if (colon != std::string::npos) entry.set("process", line.substr(0, colon));
     entry.set(key, colon == std::string::npos ? line : line.substr(colon + 2));
+    if (i < times.size()) entry.set("seconds", times[i]);
     view.emplace_back(std::move(entry));
   }
   return view;
@@ -100,7 +121,7 @@ namespace {
 std::string viewTextOfDictionary(const plist::Dictionary& view) {
   if (const auto name = view.string("name")) return *name;
   if (view.contains("x")) return pointText({.x = view.real("x"), .y = view.real("y")});
-  if (!view.contains("width")) return "mode " + std::to_string(view.sInt64("identifier")) + ", which is not there";
+  if (!view.contains("width")) return "mode " + std::to_string(view.sInt64("modeUniqueID")) + ", which is not there";
   std::string text = std::to_string(view.sInt64("width")) + "x" + std::to_string(view.sInt64("height"));
   if (view.real("refreshHz") > 0) text += "@" + shortNumber(view.real("refreshHz"));
   if (view.real("scale", 1) > 1) text += ", " + shortNumber(view.real("scale")) + " pixels a point";

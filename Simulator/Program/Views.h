@@ -22,10 +22,17 @@ struct SimulatedMode;
 
 /// Every display of the machine, in the system's order.
 plist::Array displaysView(SimulatedMac& mac);
+/// Adds what the daemon calls the displays that it sees and their modes: "monitorResID", and in "mode"
+/// "modeUniqueID", as messages and the settings file have them. To be called within its process.
+void addDaemonsIdentifiers(plist::Array& displays, const VLMGlobals& document);
 /// Where each display stands on the desktop.
 plist::Array pictureView(SimulatedMac& mac);
-/// Lines that begin with a process's name and ": ", as objects with "process" and the rest under `key`.
-plist::Array linesView(const std::vector<std::string>& lines, const std::string& key);
+/// Lines that begin with a process's name and ": ", as objects with "process" and the rest under `key`, and with
+/// "seconds" since the machine's start as far as there are `times`.
+plist::Array linesView(const std::vector<std::string>& lines, const std::string& key,
+                       const std::vector<double>& times = {});
+/// A rate as every view has it: in hundredths of a Hz, 0 when it is unknown.
+double rateView(double hz);
 
 /// A point as an object with "x" and "y".
 plist::Dictionary pointView(double x, double y);
@@ -35,8 +42,8 @@ plist::Dictionary pointView(double x, double y);
 /// The modes that the daemon found, the largest first: `most` of them.
 plist::Array modesView(const VLMDisplay& display, std::size_t most);
 plist::Array setsView(VLMGlobals& document);
-/// A mode of a display, which may be null, by the identifier that sets know it by: "identifier", and "name" while the
-/// display has it.
+/// A mode of a display, which may be null, by the identifier that sets know it by: "modeUniqueID", and "name" while
+/// the display has it.
 plist::Dictionary modeView(const VLMDisplay* display, std::uint64_t identifier);
 
 /// Bits that a pixel takes, of a depth in mask form; 0 when there is no such depth.

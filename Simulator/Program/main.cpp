@@ -1,11 +1,13 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <iostream>
 
 #include "Simulator/Program/Documents.h"
 #include "Simulator/Program/ProgramOptions.h"
 #include "Simulator/Program/Run.h"
+#include "Simulator/Program/Signals.h"
 #include "Simulator/Program/Simulator.h"
 
 namespace {
@@ -71,5 +73,9 @@ int main(int argc, char** argv) {
   if (printed) return print(*printed);
   options.isInteractive = isatty(STDIN_FILENO) == 1;
   vlm::sim::Output output = vlm::sim::Output::standard();
-  return vlm::sim::runSimulator(options, output);
+  const int status = vlm::sim::runSimulator(options, output);
+  output.data.flush();
+  // Everything is put away; who started the program shall see what ended it.
+  if (const int signal = vlm::sim::signalToStop(); signal != 0) std::raise(signal);
+  return status;
 }

@@ -6,6 +6,7 @@
 #include <set>
 #include <sstream>
 
+#include "Simulator/Program/Run.h"
 #include "Tests/Simulator/Program/ProgramFixture.h"
 #include "Tests/Support/DaemonOnMac.h"
 
@@ -56,12 +57,31 @@ TEST(Documents, NameTheMessages) {
   EXPECT_EQ(documented("messages.md", "## Commands", "### What is ignored"),
             found(journal, R"re(addObserver\(distributed, org\.kelvane\.velmoratix\.daemon, "(\w+)")re"));
 
+  EXPECT_EQ(documented("messages.md", "## Announcements", "### Its own posts"),
+            Names(sim::kAnnouncements.begin(), sim::kAnnouncements.end()));
   std::string sources;
   for (const auto& file : std::filesystem::recursive_directory_iterator(kRepository / "Sources")) {
     if (file.path().extension() == ".cpp") sources += textOf(file.path());
   }
   EXPECT_EQ(documented("messages.md", "## Announcements", "### Its own posts"),
             found(sources, R"re((?:postDaemonNotification|Script_SendSimpleNotification)\(\s*"(\w+)")re"));
+}
+
+TEST(Documents, HaveAnExampleThatRunsAsItStands) {
+  const std::string document = textOf(kRepository / "docs/machines-and-scenarios.md");
+  const auto block = [&](const std::string& beginning) {
+    const std::size_t begin = document.find("\n" + beginning) + 1;
+    return document.substr(begin, document.find("```", begin) - begin);
+  };
+  std::string folder = (std::filesystem::temp_directory_path() / "velmoratix-example-XXXXXX").string();
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  std::ofstream(folder + "/my-desk.plist") << block("<?xml");
+  std::ofstream(folder + "/my-story.scenario") << block("# machine: my-desk.plist");
+  std::ostringstream data, diagnostics;
+  sim::Output output{.data = data, .diagnostics = diagnostics};
+  EXPECT_EQ(sim::runSimulator({.script = folder + "/my-story.scenario"}, output), 0) << diagnostics.str();
+  EXPECT_NE(data.str().find("Wide"), std::string::npos) << data.str();
+  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -65,6 +65,7 @@ TEST_F(MachineFile, RefusesWhatItCannotTakeAndSaysWhere) {
   const auto monitor = [&](const std::string& key, const plist::Value& value) {
     return with({changed(left, "monitor", Dictionary{{key, value}})});
   };
+  const Dictionary size{{"width", 800}, {"height", 600}};
   const std::string first = "displays[0] (Left): ";
   const std::string sources = "one of the keys \"edid\", \"edidData\" and \"monitor\" is needed";
   const std::pair<plist::Value, std::string> rows[] = {
@@ -85,11 +86,28 @@ TEST_F(MachineFile, RefusesWhatItCannotTakeAndSaysWhere) {
       {monitor("moreTimings", Array{"800x600", 7}), first + "monitor: moreTimings[1]: it is no text"},
       {with({changed(left, "builtIn", 1)}), first + "key \"builtIn\" is neither true nor false"},
       {with({changed(left, "ddcMaximum", 65536)}), first + "key \"ddcMaximum\" is 65536, beyond 0 to 65535"},
+      {Dictionary{}, "key \"displays\" is missing"},
+      {with(Array(17, left)), "key \"displays\" has 17 displays, more than 16"},
+      {changed(with({left}), "systemVersion", "12.6 beta"), "key \"systemVersion\" is no text of the form 12.6.1"},
+      {changed(with({left}), "decimalSeparator", "::"), "key \"decimalSeparator\" is not one character"},
+      {with({changed(left, "name", " ")}), "displays[0] ( ): key \"name\" is blank"},
+      {with({changed(left, "name", "a\x1b")}), "displays[0] (a\x1b): key \"name\" has a control character"},
+      {with({changed(left, "name", std::string(61, 'a'))}), "displays[0] (" + std::string(61, 'a') + "): key"},
+      {with({left, changed(left, "name", "LEFT")}), "displays Left and LEFT differ only in the case of their names"},
       {with({changed(left, "port", -1)}), first + "key \"port\" is -1, beyond 0 to 4294967295"},
-      {with({changed(left, "brightness", 1.5)}), first + "key \"brightness\" is not between 0 and 1"},
+      {with({changed(left, "port", 64)}), first + "key \"port\" is 64, beyond 0 to 63"},
+      {with({changed(left, "port", std::uint64_t{1} << 63)}), first + "key \"port\" is 9223372036854775808, beyond"},
+      {with({changed(left, "brightness", 1.5)}), first + "key \"brightness\" is 1.5, beyond 0 to 1"},
+      {with({changed(left, "modes", Array{})}), first + "key \"modes\" is empty"},
+      {with({changed(left, "modes", Array{changed(size, "scale", 0)})}),
+       first + "modes[0]: key \"scale\" is 0, beyond 1 to 4"},
+      {with({changed(left, "modes", Array{changed(size, "depths", Array{})})}),
+       first + "modes[0]: key \"depths\" is empty"},
+      {with({changed(changed(left, "modes", Array{size}), "modeOptions", Dictionary{{"hiDPI", true}})}),
+       first + "key \"modes\" stands beside \"modeOptions\" that add modes"},
       {with({changed(left, "origin", "1,2,3")}), first + "key \"origin\" is no text of the form X,Y"},
       {with({changed(left, "modeOptions", Dictionary{{"depths", Array{31}}})}),
-       first + "key \"modeOptions\" has a depth of 31 bits"},
+       first + "modeOptions: key \"depths\" has a depth of 31 bits"},
       {with({changed(left, "edid", "a.bin")}), first + sources},
       {with({bare}), first + sources},
       {with({changed(bare, "edid", "none.bin")}), first + (folder / "none.bin: No such file or directory").string()},
@@ -98,7 +116,8 @@ TEST_F(MachineFile, RefusesWhatItCannotTakeAndSaysWhere) {
       {with({changed(left, "port", 3), changed(right, "port", 3)}), "displays Left and Right are both on port 3"},
       {with({changed(left, "builtIn", true), changed(right, "builtIn", true)}),
        "displays Left and Right are both built in"},
-      {with({changed(left, "mode", "1234x567")}), "display Left: it has no mode 1234x567"},
+      {with({changed(left, "mode", "1234x567")}),
+       "display Left: key \"mode\": it has no mode 1234x567, but 1920x1080@60"},
   };
   for (const auto& [content, expected] : rows) {
     const std::string path = put("m.plist", composePropertyList(content));

@@ -25,6 +25,8 @@ TEST(Commands, RefuseWhatTheyDoNotUnderstandAndSayWhy) {
       {"fly", "there is no command \"fly\"; help lists them"},
       {"Advance 1", "there is no command \"Advance\"; did you mean \"advance\"? help lists them"},
       {"exepct records 3", "there is no command \"exepct\"; did you mean \"expect\"? help lists them"},
+      {"drug", "there is no command \"drug\"; help lists them"},
+      {"\x1b[2J", "there is no command \"\\x1b[2J\"; help lists them"},
       {"show cats", "show: there is no \"cats\" (displays, picture, modes, sets, settings, journal, log)"},
       {"remember", "too few arguments: remember KEYPATH"},
       {"show log --xml", "too many arguments: show log [--json]"},
@@ -85,6 +87,27 @@ TEST(Commands, SendParametersAsNumbersWhereTheyAreSome) {
   ASSERT_GE(posts.size(), 2U);
   EXPECT_EQ(posts[posts.size() - 2].userInfo, (plist::Dictionary{{"parameter1", "text"}, {"parameter2", 7}}));
   EXPECT_EQ(posts.back().userInfo, (plist::Dictionary{{"parameter1", 16}}));
+}
+
+TEST(Commands, NoteMessagesThatTheDaemonDoesNotListenFor) {
+  Desk desk;
+  EXPECT_TRUE(desk.play({"post ScanDisp", "post ScanDips"}).held());
+  EXPECT_EQ(desk.diagnostics.str(), "note: the daemon does not listen for \"ScanDips\"\n");
+}
+
+TEST(Commands, LetNobodyQuitADaemonThatSleepsAndDisplaysSleepThatAreJustPluggedIn) {
+  Desk desk;
+  EXPECT_TRUE(desk.play({"unplug Left", "sleep", "plug Left"}).held());
+  EXPECT_TRUE(desk.simulator.mac().display("Left").asleep);
+  EXPECT_EQ(desk.play({"restart"}).reason, "test.scenario:1: restart: the machine sleeps; wake it first");
+  EXPECT_TRUE(desk.play({"wake", "restart", "expect display Left on"}).held());
+}
+
+TEST(Commands, SetATextThatLooksLikeANumberWhenItIsMarked) {
+  Desk desk;
+  EXPECT_TRUE(desk.play({"settings open", "settings set a 12", "settings set b text:12", "settings save"}).held());
+  EXPECT_EQ(*desk.simulator.settings()->find("a"), plist::Value(12));
+  EXPECT_EQ(*desk.simulator.settings()->find("b"), plist::Value("12"));
 }
 
 TEST(Commands, ReportAFaultOfTheMachineOnce) {

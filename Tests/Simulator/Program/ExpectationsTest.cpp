@@ -19,10 +19,10 @@ const Row kRows[] = {
     {"expect main Built-in", "expect main Left", "\"Built-in\" is the main display"},
     {"expect display Left on", "expect display Left off", "\"Left\" is on"},
     {"expect display Right gone", "expect mode Right 1920x1080", "\"Right\" is gone"},
-    {"expect sets 1", "expect sets 2", "there are 1 sets"},
+    {"expect sets 1", "expect sets 2", "there is 1 set"},
     {"expect set \"as found\" mark none", "expect set \"As found at first start\" mark check", "the mark is none"},
     {"expect set As mark none", "expect set Work mark none", "there are \"As found at first start\""},
-    {"expect running 1", "expect running 0", "there are 1 copies of the daemon"},
+    {"expect running 1", "expect running 0", "there is 1 copy of the daemon"},
     {"expect daemon 4.15.1 running", "expect daemon 4.15.1 gone", "daemon 4.15.1 runs"},
     {"expect daemon 4.1 gone", "expect daemon 4.1 running", "daemon 4.1 is gone"},
     {"expect posted daemonLaunched", "expect posted daemonStopped", "no daemon has announced it"},
@@ -64,7 +64,15 @@ TEST(Expectations, SeeWhatHappenedSinceClear) {
 
 TEST(Expectations, DoNotTakeTheControlApplicationsMessageForTheDaemons) {
   Desk desk;
-  EXPECT_TRUE(desk.play({"clear", "post ScanDisp", "expect no posted ScanDisp"}).held());
+  EXPECT_TRUE(desk.play({"clear", "post reloadPreferences", "expect no posted reloadPreferences"}).held());
+}
+
+TEST(Expectations, ThatCouldNotFailAreRefused) {
+  Desk desk;
+  for (const char* line : {"remember nothing.there", "expect journal \"\"", "expect no log \"\"",
+                           "expect no posted monitorsChange", "expect unchanged Version"}) {
+    EXPECT_EQ(desk.play({line}).status, Outcome::Status::refused) << line;
+  }
 }
 
 TEST(Expectations, AreNotMetWithoutADaemon) {

@@ -52,5 +52,28 @@ TEST(Completion, OffersWhatMayStandThere) {
   }
 }
 
+TEST(Completion, ReplacesTheWordFromItsQuoteOn) {
+  struct Row {
+    const char* line;
+    const char* becomes;
+  };
+  const Row rows[] = {
+      {"explain as", "explain \"As found at first start\" "},
+      {"explain \"as f", "explain \"As found at first start\" "},
+      {"unplug \"le", "unplug \"Left\" "},
+      {"unplug Bü", "unplug \"Büro "},
+      {"unplug \"Bü", "unplug \"Büro "},
+      {"unplug bÜr", "unplug bÜr"},
+      {"unplug ", "unplug "},
+  };
+  Desk desk;
+  desk.simulator.mac().display("Right").description.name = "Büro é";
+  desk.simulator.mac().display("Built-in").description.name = "Büro è";
+  for (const Row& row : rows) {
+    const Completed completed = completedWord(desk.simulator, row.line);
+    EXPECT_EQ(std::string(row.line).substr(0, completed.from) + completed.word, row.becomes) << row.line;
+  }
+}
+
 }  // namespace
 }  // namespace vlm::sim

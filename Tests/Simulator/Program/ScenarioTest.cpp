@@ -50,7 +50,7 @@ class ScenarioFile : public testing::Test {
 };
 
 TEST_F(ScenarioFile, NamesItsMachineInTheFirstLineOnly) {
-  write("# machine: three-identical\r\nadvance 1\r\n\nquit");
+  write("\xEF\xBB\xBF# machine: three-identical\r\nadvance 1\r\n\nquit");
   const auto read = readScenario(path_);
   ASSERT_TRUE(std::holds_alternative<Scenario>(read));
   const auto& scenario = std::get<Scenario>(read);
@@ -83,7 +83,7 @@ TEST(Scenario, EndsAtTheFirstLineThatDoesNotHold) {
   Desk desk;
   const Outcome outcome = desk.play({"say before", "expect running 2", "say behind"});
   EXPECT_EQ(outcome.status, Outcome::Status::notHeld);
-  EXPECT_EQ(outcome.reason, "test.scenario:2: expect running 2: there are 1 copies of the daemon");
+  EXPECT_EQ(outcome.reason, "test.scenario:2: expect running 2: there is 1 copy of the daemon");
   EXPECT_EQ(desk.data.str(), "\nbefore\n");
 }
 
