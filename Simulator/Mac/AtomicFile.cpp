@@ -35,13 +35,14 @@ mode_t modeOf(const std::string& path) {
   return stat(path.c_str(), &status) == 0 ? status.st_mode & kAllModeBits : kModeOfNewFile;
 }
 
-/// The path without symbolic links; as it is when nothing is there.
+/// The path without symbolic links; as it is when nothing is there. Of a link to nothing, where it leads: a file in the
+/// link's own place would hide the one that comes back with its volume.
 std::string realPathOf(const std::string& path) {
-  char* const resolved = realpath(path.c_str(), nullptr);
-  if (resolved == nullptr) return path;
-  std::string real = resolved;
-  std::free(resolved);
-  return real;
+  std::error_code error;
+  const fs::path real = fs::canonical(path, error);
+  if (!error) return real.string();
+  const fs::path linked = fs::read_symlink(path, error);
+  return error ? path : (fs::path(path).parent_path() / linked).string();
 }
 
 std::string folderOf(const std::string& path) {

@@ -88,11 +88,15 @@ SimulatedMac::~SimulatedMac() {
 }
 
 void SimulatedMac::leaveHome() {
-  const std::filesystem::path before = homeFolder_, copy = temporaryFolder();
+  namespace fs = std::filesystem;
+  const fs::path before = homeFolder_, copy = temporaryFolder();
+  std::error_code ignored;
   for (const char* const folder : {"Library/Preferences", ".machine/Library/Preferences"}) {
-    std::filesystem::create_directories(copy / folder);
-    // Not what lies deeper: a home may be somebody's own.
-    std::filesystem::copy(before / folder, copy / folder, std::filesystem::copy_options::none);
+    fs::create_directories(copy / folder, ignored);
+    // Not what lies deeper, and no pipes: a home may be somebody's own. What cannot be copied could not be read either.
+    for (const auto& entry : fs::directory_iterator(before / folder, ignored)) {
+      if (entry.is_regular_file(ignored)) fs::copy_file(entry.path(), copy / folder / entry.path().filename(), ignored);
+    }
   }
   homeFolder_ = copy.string();
   implementation_->homeIsTemporary = true;

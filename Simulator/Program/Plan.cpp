@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 
@@ -76,14 +77,21 @@ void writeAll(int file, std::string_view text) {
 
 /// Never returns: nothing else of the copy may be cleaned up, for it belongs to the original.
 [[noreturn]] void runCopy(Simulator& simulator, const std::shared_ptr<VLMDisplaySet>& set, int answer) {
+  // Nobody may read the answer any more; the copy's home goes all the same.
+  std::signal(SIGPIPE, SIG_IGN);
+  int status = 1;
+  std::string ownHome;
   try {
     simulator.mac().leaveHome();
+    ownHome = simulator.mac().homeFolder();
     writeAll(answer, jsonText(applyAndWatch(simulator, set)));
-    std::filesystem::remove_all(simulator.mac().homeFolder());
-    _exit(0);
+    status = 0;
   } catch (...) {
-    _exit(1);
   }
+  std::error_code ignored;
+  // Never the original's: only behind leaveHome is it the copy's own.
+  if (!ownHome.empty()) std::filesystem::remove_all(ownHome, ignored);
+  _exit(status);
 }
 
 // --- Here ---

@@ -37,11 +37,11 @@ SignalWatch::SignalWatch() {
   struct sigaction noting {};
   noting.sa_handler = note;
   sigemptyset(&noting.sa_mask);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCONT, SIGWINCH}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGCONT, SIGWINCH}) {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
     // Who was started with a signal ignored (nohup) goes on ignoring it.
-    const bool isIgnored = (signal == SIGINT || signal == SIGTERM || signal == SIGHUP) && before.sa_handler == SIG_IGN;
+    const bool isIgnored = signal != SIGCONT && signal != SIGWINCH && before.sa_handler == SIG_IGN;
     if (isIgnored || sigaction(signal, &noting, nullptr) != 0) continue;
     before_.emplace(signal, before);
   }

@@ -5,8 +5,9 @@
 
 namespace vlm::sim {
 
-/// While one lives, the signals that would end the program, and those that concern its terminal, are only noted, and
-/// calls that wait come back (EINTR): what must be put away afterwards still is. One at a time.
+/// While one lives, the signals that would end the program (a pipe that nobody reads any more, too), and those that
+/// concern its terminal, are only noted, and calls that wait come back (EINTR): what must be put away afterwards still
+/// is. One at a time.
 class SignalWatch {
  public:
   SignalWatch();

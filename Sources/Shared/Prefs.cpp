@@ -59,11 +59,17 @@ Settings withPending(const Settings& found, const SettingsState& state) {
   return std::make_shared<const plist::Dictionary>(std::move(result));
 }
 
-/// Brings the state up to date. Of a file that cannot be read only this process still knows something: nothing changes,
-/// and the answer is false.
+/// Whether the file's whole folder has gone, a home on a volume that is away for a moment, say: then nobody can tell
+/// whether there is a file.
+bool isFolderAway(const std::optional<std::string>& path) {
+  return path && !os().files.checkResourceIsReachable(path->substr(0, path->find_last_of('/')));
+}
+
+/// Brings the state up to date. Of a file that cannot be read, or reached, only this process still knows something:
+/// nothing changes, and the answer is false.
 bool readAgain(const std::optional<std::string>& own) {
   auto inFile = settingsIn(own);
-  if (!inFile && isReachable(own)) return false;
+  if (!inFile && (isReachable(own) || (settingsState().known && isFolderAway(own)))) return false;
   // The user's first file hides the machine-wide one, so it begins with all that stands there.
   if (!inFile) inFile = settingsIn(settingsFileIn(Files::Domain::local));
   const Settings found = inFile ? std::make_shared<const plist::Dictionary>(std::move(*inFile)) : nullptr;
@@ -135,7 +141,7 @@ bool Prefs_SaveSettings(const SettingsChange& change) {
   const auto path = Prefs_GetVLM4PrefsURL(true);
   // Without a Library folder there is nothing to save to, now or later.
   if (!path) return true;
-  const bool isDamaged = !readAgain(path);
+  const bool isDamaged = !readAgain(path) && isReachable(path);
   auto settings = std::make_shared<const plist::Dictionary>(change(settingsState().content().get()));
   auto failure = isDamaged ? keepUnreadable(*path) : std::nullopt;
   if (!failure) failure = os().files.writeToURLAtomically(*settings, *path);

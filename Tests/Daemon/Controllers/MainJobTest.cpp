@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <functional>
 
 #include "Daemon/Controllers/VLMDaemonMainController.h"
@@ -160,6 +161,25 @@ TEST_F(MainJob, TakesTwoPostsOfItsOwnInARowForOneOfAnother) {
   EXPECT_EQ(std::count_if(on_.mac.log.begin(), on_.mac.log.end(),
                           [](const auto& line) { return line.find("loadPrefsFromFile") != line.npos; }),
             1);
+}
+
+TEST_F(MainJob, KeepsItsSettingsWhileTheirFolderOrVolumeIsAway) {
+  const std::string library = on_.mac.homeFolder() + "/Library", file = on_.settingsPath();
+  const auto setsAfterReload = [&] {
+    return on_.inside([](VLMGlobals& document) {
+      document.applicationObject->reloadPrefsFromFile();
+      return document.displaySetsArray.size();
+    });
+  };
+  std::filesystem::rename(library, library + " away");
+  EXPECT_EQ(setsAfterReload(), 1U);
+  std::filesystem::rename(library + " away", library);
+  EXPECT_EQ(setsAfterReload(), 1U);
+  // A link that leads nowhere at the moment is no place for a new file.
+  std::filesystem::rename(file, file + ".volume");
+  std::filesystem::create_symlink(on_.mac.homeFolder() + "/Volume/settings", file);
+  on_.inside([](VLMGlobals& document) { document.savePrefs(SettingsGroup::watched); });
+  EXPECT_TRUE(std::filesystem::is_symlink(file));
 }
 
 TEST_F(MainJob, SwitchesOneDisplayAtTheControlApplicationsCommand) {

@@ -279,6 +279,7 @@ TEST(Files, AWrittenFileKeepsItsModeAndTheLinkThatLeadsToIt) {
   fs::remove(file);
   EXPECT_EQ(os().files.writeToURLAtomically({{"a", 2}}, link), std::nullopt);
   EXPECT_EQ(os().files.dictionaryWithContentsOfURL(link), (Dictionary{{"a", 2}}));
+  EXPECT_TRUE(fs::is_symlink(link));
 }
 
 TEST(Files, AFailedWriteSaysWhyAndChangesNothing) {
