@@ -95,38 +95,5 @@ TEST(ModeDescription, HasEachFieldAtItsPlace) {
                            {208, {0x00, 0x00, 0x00, 0x40}}}));
 }
 
-TEST(FrameBufferConfig, WritesTimingAndInformationUnlessTheDriverDoesNotTell) {
-  ModeTable table;
-  table.frameBufferModes = {{.id = 0x1001,
-                             .ioFlags = kDisplayModeValidFlag | kDisplayModeStretchedFlag | kDisplayModeInterlacedFlag,
-                             .timing = timingOfVideoCode(5),
-                             .scaledWidth = 1024,
-                             .scaledHeight = 768,
-                             .verticalBlankingExtension = 0x102},
-                            {.id = 2}};
-  for (const char* encoding : {"PPPPPPPP", "-RRRRRGGGGGBBBBB"}) {
-    table.modes.push_back({.frameBufferModeID = 0x1001, .refreshRateFixed = 60 << 16, .pixelEncoding = encoding});
-  }
-  table.modes.push_back({.frameBufferModeID = 2, .width = 1600, .height = 900});
-  const plist::Dictionary config = frameBufferConfig(table);
-  const plist::Dictionary& entry = *config.array("IOFBModes")->at(0).dictionary();
-  EXPECT_EQ(entry.sInt32("ID"), 0x1001);
-  EXPECT_EQ(*entry.data("DM"),
-            recordOf(36, {{0, {0x00, 0x04, 0, 0, 0x00, 0x03, 0, 0, 0, 0, 60, 0, 1, 0, 0, 0, 0x41, 0x08}}}));
-  const std::vector<std::uint8_t> clock = {0x10, 0xf7, 0x6c, 0x04, 0, 0, 0, 0};  // 74.25 MHz
-  EXPECT_EQ(*entry.data("TM"), recordOf(160, {{20, {0x01, 0, 0, 0, 0x00, 0x04, 0, 0, 0x00, 0x03, 0, 0, 0x05}},
-                                              {40, clock},
-                                              {48, clock},
-                                              {56, clock},
-                                              {64, {0x80, 0x07, 0, 0, 0x18, 0x01, 0, 0, 88, 0, 0, 0, 44, 0, 0, 0}},
-                                              {80, {0x38, 0x04, 0, 0, 45, 0, 0, 0, 4, 0, 0, 0, 10, 0, 0, 0}},
-                                              {112, {1, 0, 0, 0, 0, 0, 0, 0, 1}},
-                                              {132, {0x02, 0x01}},
-                                              {136, {1, 0, 2, 0, 1, 0, 1, 0}}}));
-  const plist::Dictionary& untold = *config.array("IOFBModes")->at(1).dictionary();
-  EXPECT_FALSE(untold.contains("TM"));
-  EXPECT_EQ(*untold.data("DM"), recordOf(36, {{0, {0x40, 0x06, 0, 0, 0x84, 0x03}}}));
-}
-
 }  // namespace
 }  // namespace vlm::sim

@@ -146,17 +146,6 @@ TEST(PropertyListFile, RefusesWhatLibplistCannotBear) {
   }
 }
 
-TEST(PropertyListFile, ReadsCommentsAndAttributesOfOrdinaryFiles) {
-  const std::string head =
-      "<?xml version='1.0'?><!-- <array> --><!DOCTYPE plist PUBLIC \"-//a//\" \"b\"><plist version=\"1.0\"><dict>";
-  const std::string lists = "<!-- a list --><key>a</key><array><true /><string>x<![CDATA[<y>]]></string></array >";
-  const std::string flat = "<key>b</key><array>" + repeated("<dict><key>c</key><integer>0x10</integer></dict>", 2000);
-  const std::string text = head + lists + flat + "</array></dict></plist>";
-  const Dictionary expected{{"a", Array{true, "x<y>"}}, {"b", Array(2000, Dictionary{{"c", 16}})}};
-  EXPECT_EQ(parsePropertyList(text).value, plist::Value(expected));
-  EXPECT_EQ(parsePropertyList("\xef\xbb\xbf" + text).value, plist::Value(expected));
-}
-
 TEST(PropertyListFile, GivesBackDatesOfEveryYear) {
   const struct {
     const char* name;
@@ -312,18 +301,6 @@ TEST(Preferences, OthersSeeAChangeOnceItIsSynchronised) {
   EXPECT_EQ(own.CFPreferencesCopyValue("a", domain), std::nullopt);
   const std::string path = process.mac().homeFolder() + "/Library/Preferences/org.example:odd.plist";
   EXPECT_EQ(os().files.dictionaryWithContentsOfURL(path), (Dictionary{{"b", "x"}}));
-}
-
-TEST(Preferences, AFailedSynchronisationKeepsTheChangeForTheNextOne) {
-  TestProcess process;
-  os().preferences.CFPreferencesSetValue("a", plist::Value(1), "org.example");
-  process.mac().diskFault = DiskFault::full;
-  EXPECT_FALSE(os().preferences.CFPreferencesSynchronize("org.example"));
-  process.mac().diskFault = DiskFault::none;
-  put(process.mac().homeFolder() + "/Library/Preferences/org.example.plist", composePropertyList(Dictionary{{"b", 2}}));
-  EXPECT_TRUE(os().preferences.CFPreferencesSynchronize("org.example"));
-  EXPECT_EQ(os().preferences.CFPreferencesCopyValue("a", "org.example"), plist::Value(1));
-  EXPECT_EQ(os().preferences.CFPreferencesCopyValue("b", "org.example"), plist::Value(2));
 }
 
 }  // namespace

@@ -59,18 +59,6 @@ class MouseOnDesktop : public testing::Test {
   Lines told;
 };
 
-TEST_F(MouseOnDesktop, FindsTheFrontWindowAndTheDesktopBehindThem) {
-  EXPECT_EQ(windowAt({950, 150}), "Editor 0");
-  EXPECT_EQ(windowAt({950, 150}, os().input.windowNumberAtPoint({950, 150}, 0)), "Finder 0");
-  EXPECT_EQ(windowAt({1500, 799}), "Finder -2147483603");
-  EXPECT_EQ(windowAt({1500, 800}), "none");
-  mac.setEnabled("A", false);
-  EXPECT_EQ(windowAt({1500, 400}), "none");
-  EXPECT_EQ(windowAt({0, 0}), "Finder -2147483603");
-  finder.end();
-  EXPECT_EQ(windowAt({0, 0}), "none");
-}
-
 TEST_F(MouseOnDesktop, SendsClicksThroughTheNewestTapFirstAndPastThoseThatAreOff) {
   addTap([&](const MouseEvent& event) { return told.emplace_back("old"), std::optional(event); });
   os().input.CGEventTapEnable(addTap([](const MouseEvent&) { return std::nullopt; }), false);
@@ -89,21 +77,6 @@ TEST_F(MouseOnDesktop, SendsClicksThroughTheNewestTapFirstAndPastThoseThatAreOff
   click({10, 10});
   EXPECT_EQ(told, (Lines{"once 11", "old", "monitor", "monitor"}));
   EXPECT_EQ(addTap(nullptr), 0U);
-}
-
-TEST_F(MouseOnDesktop, SwitchesATapOffThatIsTooSlowAndTellsIt) {
-  double seconds = 2;
-  const EventTapRef tap = addTap([&](const MouseEvent& event) -> std::optional<MouseEvent> {
-    told.push_back(std::to_string(event.type));
-    if (event.type != kEventTapDisabledByTimeout) os().runLoop.sleep(seconds);
-    return std::nullopt;
-  });
-  EXPECT_TRUE(click({10, 10}).window) << "goes on without it";
-  EXPECT_TRUE(click({10, 10}).window);
-  EXPECT_EQ(told, (Lines{"1", "-2"}));
-  seconds = 0.5;
-  os().input.CGEventTapEnable(tap, true);
-  EXPECT_FALSE(click({10, 10}).window);
 }
 
 TEST_F(MouseOnDesktop, ShowsMonitorsWhatGoesToOthersUntilTheyAreRemoved) {

@@ -41,17 +41,6 @@ class Notices : public testing::Test {
   Lines heard;
 };
 
-TEST_F(Notices, ReachWhoeverAskedForNameAndObjectInTheOrderOfAsking) {
-  observe(NotificationCenter::local, std::nullopt, "any object");
-  observe(NotificationCenter::local, "a", "object a");
-  observe(NotificationCenter::local, "b", "object b");
-  observe(NotificationCenter::workspace, std::nullopt, "other centre");
-  EXPECT_EQ(post(named("n", "a")), (Lines{"any object", "object a"}));
-  EXPECT_EQ(post(named("m", "a")), Lines{});
-  process.mac().postWorkspace(named("n"));
-  EXPECT_EQ(heard, Lines{"other centre"});
-}
-
 TEST_F(Notices, ReachObserversThatComeAndGoMeanwhile) {
   ObserverToken own = 0, third = 0;
   observe(NotificationCenter::local, {}, "adds", [&] { observe(NotificationCenter::local, {}, "added"); });
@@ -82,41 +71,6 @@ TEST_F(Notices, TravelToEveryProcessOnALaterTurnWhileItRuns) {
   other.end();
   process.mac().turn();
   EXPECT_EQ(heard, (Lines{"own", "registered too late"}));
-}
-
-TEST(Input, AHotKeyReachesTheNewestHandlersOfEveryProcessThatRegisteredIt) {
-  TestProcess process;
-  Input& input = os().input;
-  Input& others = process.mac().addSession(daemonDescription()).ports().input;
-  Lines asked;
-  const auto install = [&](Input& port, const std::string& name, OSStatus answer, std::uint32_t kind) {
-    port.InstallApplicationEventHandler({{kEventClassKeyboard, kind}},
-                                        [&asked, name, answer](const CarbonEvent& event) {
-                                          asked.push_back(name + std::to_string(event.directObject->id));
-                                          return answer;
-                                        });
-  };
-  install(input, "never reached", noErr, kEventHotKeyPressed);
-  install(input, "takes ", -1, kEventHotKeyPressed);
-  install(input, "other kind", noErr, 6);
-  install(input, "passes on ", eventNotHandledErr, kEventHotKeyPressed);
-  install(others, "other process ", noErr, kEventHotKeyPressed);
-  constexpr std::uint32_t kModifiers = cmdKey | optionKey;
-  EventHotKeyRef first = 0, second = 99;
-  EXPECT_EQ(input.RegisterEventHotKey(0x67, kModifiers, {.signature = 1, .id = 7}, 0, first), noErr);
-  EXPECT_EQ(input.RegisterEventHotKey(0x67, kModifiers, {.signature = 1, .id = 8}, 0, second), eventHotKeyExistsErr);
-  EXPECT_EQ(others.RegisterEventHotKey(0x67, kModifiers, {.signature = 1, .id = 9}, 0, second), noErr);
-  EXPECT_TRUE(process.mac().pressKey(0x67, kModifiers | alphaLock));
-  EXPECT_FALSE(process.mac().pressKey(0x67, cmdKey));
-  EXPECT_EQ(asked, Lines{});
-  process.mac().turn();
-  EXPECT_EQ(asked, (Lines{"passes on 7", "takes 7", "other process 9"}));
-  EXPECT_EQ(input.UnregisterEventHotKey(first), noErr);
-  EXPECT_NE(input.UnregisterEventHotKey(0), noErr);
-  process.mac().pressKey(0x67, kModifiers);
-  process.mac().turn();
-  EXPECT_EQ(asked.back(), "other process 9");
-  EXPECT_EQ(asked.size(), 4U);
 }
 
 }  // namespace

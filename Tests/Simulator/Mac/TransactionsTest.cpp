@@ -158,17 +158,6 @@ TEST_F(Transactions, CallTheirOwnProcessAtOnceAndOthersOnTheNextTurn) {
   EXPECT_EQ(heard.size(), 12U) << "what somebody else did reaches everybody later";
 }
 
-TEST_F(Transactions, TellOfDisplaysThatComeAndGo) {
-  watch(daemon);
-  mac.unplug("B");
-  mac.turn();
-  EXPECT_EQ(heard, round("daemon", "0x1000", "0x1000", "0x1020"));
-  mac.plug("B");
-  names[mac.display("B").id] = "B again";
-  mac.turn();
-  EXPECT_EQ(heard.back(), "daemon B again 0x1010");
-}
-
 TEST_F(Transactions, MayBeMadeInACallback) {
   int calls = 0;
   quartz.CGDisplayRegisterReconfigurationCallback([&](CGDirectDisplayID, auto) {

@@ -89,25 +89,12 @@ TEST(Commands, SendParametersAsNumbersWhereTheyAreSome) {
   EXPECT_EQ(posts.back().userInfo, (plist::Dictionary{{"parameter1", 16}}));
 }
 
-TEST(Commands, NoteMessagesThatTheDaemonDoesNotListenFor) {
-  Desk desk;
-  EXPECT_TRUE(desk.play({"post ScanDisp", "post ScanDips"}).held());
-  EXPECT_EQ(desk.diagnostics.str(), "note: the daemon does not listen for \"ScanDips\"\n");
-}
-
 TEST(Commands, LetNobodyQuitADaemonThatSleepsAndDisplaysSleepThatAreJustPluggedIn) {
   Desk desk;
   EXPECT_TRUE(desk.play({"unplug Left", "sleep", "plug Left"}).held());
   EXPECT_TRUE(desk.simulator.mac().display("Left").asleep);
   EXPECT_EQ(desk.play({"restart"}).reason, "test.scenario:1: restart: the machine sleeps; wake it first");
   EXPECT_TRUE(desk.play({"wake", "restart", "expect display Left on"}).held());
-}
-
-TEST(Commands, SetATextThatLooksLikeANumberWhenItIsMarked) {
-  Desk desk;
-  EXPECT_TRUE(desk.play({"settings open", "settings set a 12", "settings set b text:12", "settings save"}).held());
-  EXPECT_EQ(*desk.simulator.settings()->find("a"), plist::Value(12));
-  EXPECT_EQ(*desk.simulator.settings()->find("b"), plist::Value("12"));
 }
 
 TEST(Commands, ReportAFaultOfTheMachineOnce) {

@@ -28,23 +28,6 @@ TEST(Picture, DrawsDisplaysToScaleSideBySide) {
             "+---+\n");
 }
 
-TEST(Picture, GivesARateALineOfItsOwnWhereTheModeIsTooLong) {
-  EXPECT_EQ(drawPicture({box(0, 0, 140, 100, {"Tall", "800 x 600 @ 60 Hz"})}, false, {.columns = 14, .rows = 5}),
-            "+------------+\n"
-            "|    Tall    |\n"
-            "| 800 x 600  |\n"
-            "|   60 Hz    |\n"
-            "+------------+\n");
-}
-
-TEST(Picture, UsesBoxDrawingCharactersWhereTheyCanBeShown) {
-  EXPECT_EQ(drawPicture({box(0, 0, 100, 40, {"Größe"}, true)}, true, {.columns = 10, .rows = 10}),
-            "┌▀▀▀▀▀▀▀▀┐\n"
-            "│ Größe  │\n"
-            "└────────┘\n");
-  EXPECT_EQ(drawPicture({}, true), "");
-}
-
 TEST(Picture, KeepsToItsLimitsHoweverTheDisplaysStand) {
   std::vector<PictureBox> boxes;
   for (int i = 0; i < 5; ++i) boxes.push_back(box(0, i * 2000.0, 3000, 2000, {"a name that is far too long for it"}));
@@ -55,20 +38,6 @@ TEST(Picture, KeepsToItsLimitsHoweverTheDisplaysStand) {
     EXPECT_LE(columnsOf(picture.substr(begin, end - begin)), 40U);
     begin = end + 1;
   }
-}
-
-TEST(Picture, NamesMirroredDisplaysTogetherAndLeavesOutThoseThatAreOff) {
-  Desk desk;
-  WindowServer& windowServer = desk.simulator.mac().windowServer();
-  const auto id = [&](const char* name) { return desk.simulator.mac().display(name).id; };
-  ASSERT_EQ(windowServer.changeByAnother(
-                {{.kind = DisplayChange::Kind::mirror, .display = id("Left"), .master = id("Built-in")},
-                 {.kind = DisplayChange::Kind::enabled, .display = id("Right"), .enabled = false}}),
-            std::nullopt);
-  const auto boxes = boxesOf(windowServer);
-  ASSERT_EQ(boxes.size(), 1U);
-  EXPECT_EQ(boxes[0].lines.front(), "Built-in + Left");
-  EXPECT_TRUE(boxes[0].isMain);
 }
 
 TEST(Output, CutsAndWrapsByCharactersNotBytes) {
