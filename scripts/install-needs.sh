@@ -7,7 +7,7 @@ set -euo pipefail
 packages_for() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config libplist-dev libcli11-dev nlohmann-json3-dev libedit-dev ;;
-    test) echo libgtest-dev clang clang-format clang-tidy libplist-utils edid-decode ;;
+    test) echo libgtest-dev clang clang-format clang-tidy libplist-utils edid-decode icc-profiles-free ;;
     benchmark) echo libbenchmark-dev ;;
     cross) echo clang-19 lld-19 libc++-19-dev ninja-build ;;
     *) echo "install-needs.sh: unknown need '$1' (build, test, benchmark, cross)" >&2; return 2 ;;

@@ -22,17 +22,21 @@ scripts/check-storeys.sh
 scripts/tests/documents-test.sh
 
 say "Build with g++ and sanitizers"
-cmake --preset debug >/dev/null
-cmake --build --preset debug
+cmake --preset check >/dev/null
+cmake --build --preset check || {
+  echo "test.sh: when only this build fails and the preset debug does not, two files of a batch give one name to two" \
+    "things: rename one, or let batch_files in CMakeLists.txt leave it alone" >&2
+  exit 1
+}
 
-if [[ -x build/debug/velmoratix-simulator ]]; then
+if [[ -x build/check/velmoratix-simulator ]]; then
   say "Scenarios"
-  scripts/run-scenarios.sh build/debug/velmoratix-simulator
+  scripts/run-scenarios.sh build/check/velmoratix-simulator
 fi
 
-say "Build with clang++"
-cmake --preset debug-clang >/dev/null
-cmake --build --preset debug-clang
+say "Warnings of clang++"
+cmake --preset check-clang >/dev/null
+cmake --build --preset check-clang
 
 if [[ ${VELMORATIX_TIDY-} == 1 ]]; then
   say "clang-tidy"
@@ -47,4 +51,4 @@ else
 fi
 
 say "Tests"
-ctest --preset debug
+ctest --preset check
