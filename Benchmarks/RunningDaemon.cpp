@@ -21,12 +21,13 @@ sim::MachineDescription laptopAndTwo() {
 
 RunningDaemon::RunningDaemon(sim::MachineDescription machine) : mac(std::move(machine)) {
   mac.logEnabled = false;
-  mac.launch({.bundleIdentifier = "org.kelvane.velmoratix.daemon", .name = "daemon", .version = "4.15.1"},
-             [](sim::Session& session) {
-               const std::string name = "VLMDaemonMainController";
-               session.defineClass(name, *applicationClassNamed(name));
-               return VLMDaemonMain();
-             });
+  daemonSession =
+      &mac.launch({.bundleIdentifier = "org.kelvane.velmoratix.daemon", .name = "daemon", .version = "4.15.1"},
+                  [](sim::Session& session) {
+                    const std::string name = "VLMDaemonMainController";
+                    session.defineClass(name, *applicationClassNamed(name));
+                    return VLMDaemonMain();
+                  });
   mac.turn();
   mac.advance(60);
 }

@@ -12,6 +12,7 @@ struct RunningDaemon {
   explicit RunningDaemon(sim::MachineDescription machine);
 
   sim::SimulatedMac mac;
+  sim::Session* daemonSession = nullptr;  ///< the daemon's; the Mac's own
 };
 
 }  // namespace vlm::bench
