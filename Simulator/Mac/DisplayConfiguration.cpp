@@ -20,7 +20,7 @@ Flags flagsOf(const DisplayConfiguration& before, const DisplayState& was, const
   const auto boundsBefore = before.bounds(was), boundsAfter = after.bounds(is);
   return flagIf(boundsBefore && boundsAfter && boundsBefore->origin != boundsAfter->origin, kCGDisplayMovedFlag) |
          flagIf(isMain(after, is) && !isMain(before, was), kCGDisplaySetMainFlag) |
-         flagIf(was.modeNumber != is.modeNumber, kCGDisplaySetModeFlag) |
+         flagIf(was.modeNumber != is.modeNumber || was.turn != is.turn, kCGDisplaySetModeFlag) |
          flagIf(!was.enabled && is.enabled, kCGDisplayEnabledFlag) |
          flagIf(was.enabled && !is.enabled, kCGDisplayDisabledFlag) |
          flagIf(is.master != nullptr && was.master != is.master, kCGDisplayMirrorFlag) |
@@ -29,11 +29,11 @@ Flags flagsOf(const DisplayConfiguration& before, const DisplayState& was, const
 
 }  // namespace
 
-Size sizeOnDesktop(const SimulatedDisplay& display, std::uint32_t modeNumber) {
+Size sizeOnDesktop(const SimulatedDisplay& display, std::uint32_t modeNumber, Turn turn) {
   const SimulatedMode* mode = display.modeNumbered(modeNumber);
   if (mode == nullptr) return {.width = 1, .height = 1};
   Size size{.width = std::max(double(mode->width), 1.0), .height = std::max(double(mode->height), 1.0)};
-  if (display.rotation % 180 != 0) std::swap(size.width, size.height);
+  if (turn.degrees % 180 != 0) std::swap(size.width, size.height);
   return size;
 }
 
@@ -43,6 +43,7 @@ DisplayState DisplayState::of(SimulatedDisplay& display, SimulatedDisplay* maste
           .plugged = display.plugged,
           .enabled = display.enabled,
           .modeNumber = display.modeNumber,
+          .turn = display.turn,
           .master = master,
           .origin = display.origin,
           .placed = display.placed};
@@ -84,9 +85,23 @@ bool DisplayConfiguration::keepOneOn() {
   return true;
 }
 
-void DisplayConfiguration::endImpossibleMirroring() {
+void DisplayConfiguration::settleMirroring() {
   for (DisplayState& state : states) {
     if (state.master != nullptr && (!state.isArranged() || !of(*state.master).isArranged())) state.master = nullptr;
+  }
+  for (DisplayState& state : states) {
+    const std::string& panel = state.display->description.hardwareMirrorOf;
+    if (panel.empty() || !state.isArranged()) continue;
+    const auto found = std::find_if(states.begin(), states.end(), [&](const DisplayState& other) {
+      return other.display->description.name == panel && other.isArranged();
+    });
+    if (found == states.end()) continue;
+    if (found->master == state.display) found->master = nullptr;
+    SimulatedDisplay* const shown = found->master == nullptr ? found->display : found->master;
+    state.master = shown;
+    for (DisplayState& copy : states) {
+      if (copy.master == state.display) copy.master = shown;
+    }
   }
 }
 

@@ -11,8 +11,11 @@
 /// compared by. Part of the window server.
 namespace vlm::sim {
 
-/// What a display takes up of the desktop in one of its modes: points, turned with the display, at least 1 x 1.
-Size sizeOnDesktop(const SimulatedDisplay& display, std::uint32_t modeNumber);
+/// What a display takes up of the desktop in one of its modes: points, turned with the picture, at least 1 x 1.
+Size sizeOnDesktop(const SimulatedDisplay& display, std::uint32_t modeNumber, Turn turn);
+
+/// The turn that a frame buffer's transform stands for; absent when it is none of the eight.
+std::optional<Turn> turnOfTransform(std::uint32_t transform);
 
 struct DisplayState {
   SimulatedDisplay* display = nullptr;
@@ -20,6 +23,7 @@ struct DisplayState {
   bool plugged = false;
   bool enabled = false;
   std::uint32_t modeNumber = 0;
+  Turn turn;
   SimulatedDisplay* master = nullptr;  ///< whose picture it shows; null: its own
   Point origin;
   bool placed = false;
@@ -28,7 +32,7 @@ struct DisplayState {
   /// On the desktop, at a place of its own or its master's.
   bool isArranged() const { return plugged && enabled; }
   bool hasOwnPlace() const { return isArranged() && master == nullptr; }
-  Size size() const { return sizeOnDesktop(*display, modeNumber); }
+  Size size() const { return sizeOnDesktop(*display, modeNumber, turn); }
 };
 
 /// In the system's order of displays.
@@ -46,8 +50,8 @@ class DisplayConfiguration {
   bool isAnyOn() const;
   /// What a Mac does rather than stay dark: when no display is on, turns on the first. False when none is plugged in.
   bool keepOneOn();
-  /// A display that is off shows no copy, and nobody shows a copy of it.
-  void endImpossibleMirroring();
+  /// A display that is off shows no copy, and nobody shows a copy of it; the two cables of one panel show the same.
+  void settleMirroring();
 };
 
 /// A place that a transaction asks for.

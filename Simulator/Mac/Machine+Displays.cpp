@@ -47,6 +47,19 @@ std::string tidied(std::string name) {
   return name.substr(begin, name.find_last_not_of(' ') - begin + 1);
 }
 
+/// Two cables of one panel: the second one's display is that of the first one.
+std::optional<std::string> faultInHardwareMirror(const MachineDescription& machine, const DisplayDescription& display) {
+  const std::string& panel = display.hardwareMirrorOf;
+  if (panel.empty()) return std::nullopt;
+  const std::string place = "display " + display.name + ": key \"hardwareMirrorOf\": ";
+  const auto found = std::find_if(machine.displays.begin(), machine.displays.end(),
+                                  [&](const DisplayDescription& other) { return other.name == panel; });
+  if (found == machine.displays.end()) return place + "there is no display " + panel;
+  if (&*found == &display) return place + "it cannot mirror itself";
+  if (!found->hardwareMirrorOf.empty()) return place + panel + " is itself such a mirror";
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::string> faultInMachine(const MachineDescription& machine) {
@@ -54,6 +67,7 @@ std::optional<std::string> faultInMachine(const MachineDescription& machine) {
   if (displays.empty()) return "there is no display";
   for (auto display = displays.begin(); display != displays.end(); ++display) {
     if (auto fault = faultInDisplay(*display)) return fault;
+    if (auto fault = faultInHardwareMirror(machine, *display)) return fault;
     for (auto earlier = displays.begin(); earlier != display; ++earlier) {
       if (auto fault = faultBetween(*earlier, *display)) return fault;
     }

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "Simulator/Mac/DdcMonitor.h"
 #include "Simulator/Mac/PropertyListFile.h"
 #include "Simulator/Mac/RecordReading.h"
 
@@ -13,7 +14,7 @@ namespace vlm::sim {
 namespace {
 
 /// What is beyond these is a slip of the pen.
-constexpr std::size_t kMostDisplays = 16, kLongestName = 60;
+constexpr std::size_t kMostDisplays = 16, kLongestName = 60, kMostBuses = 8;
 constexpr std::uint32_t kHighestPort = 63;
 constexpr float kHighestScale = 4;
 constexpr double kHighestRate = 1000;
@@ -43,16 +44,20 @@ Problem readListedModes(DisplayInFile& display, const plist::Value& value);
 Problem readOrigin(DisplayInFile& display, const plist::Value& value);
 Problem readFraction(DisplayInFile& display, const plist::Value& value);
 Problem readDdc(DisplayInFile& display, const plist::Value& value);
+Problem readBuses(DisplayInFile& display, const plist::Value& value);
+Problem readDelayUnit(DisplayInFile& display, const plist::Value& value);
 template <class Record>
 Problem readDepths(Record& record, const plist::Value& value);
 Problem readScale(ListedMode& mode, const plist::Value& value);
 Problem readRate(ListedMode& mode, const plist::Value& value);
 Problem readSeparator(MachineInFile& machine, const plist::Value& value);
+Problem readVolume(MachineInFile& machine, const plist::Value& value);
 Problem readProcessor(MachineInFile& machine, const plist::Value& value);
 Problem readVersion(MachineInFile& machine, const plist::Value& value);
 Problem readDisplays(MachineInFile& machine, const plist::Value& value);
 template <auto kField>
 Problem readProcesses(MachineInFile& machine, const plist::Value& value);
+Problem readPolicy(ProcessDescription& process, const plist::Value& value);
 Problem readWindows(ProcessDescription& process, const plist::Value& value);
 
 // The keys of a machine file. Kind and default are those of the field; what is not a field of its own has a remark.
@@ -67,6 +72,9 @@ constexpr auto kMachineKeys = std::to_array<RecordKey<MachineInFile>>({
     {"graphicsControl", field<&MachineDescription::graphicsControl>},
     {"darkAppearance", field<&MachineDescription::darkAppearance>},
     {"accessibilityTrusted", field<&MachineDescription::accessibilityTrusted>},
+    {"grayscale", field<&MachineDescription::grayscale>},
+    {"dockAutoHides", field<&MachineDescription::dockAutoHides>},
+    {"volume", readVolume},               // 0 to 1, or "none": no output device
     {"decimalSeparator", readSeparator},  // text, one character
 });
 
@@ -75,7 +83,8 @@ constexpr auto kProcessKeys = std::to_array<RecordKey<ProcessDescription>>({
     {"name", field<&ProcessDescription::name>},
     {"bundlePath", field<&ProcessDescription::bundlePath>},
     {"version", field<&ProcessDescription::version>},
-    {"windows", readWindows},  // array of texts "X,Y WxH" or "X,Y WxH layer N", points
+    {"activationPolicy", readPolicy},  // "regular" (default), "accessory" or "prohibited"
+    {"windows", readWindows},          // array of texts "X,Y WxH" or "X,Y WxH layer N", points
 });
 
 constexpr auto kDisplayKeys = std::to_array<RecordKey<DisplayInFile>>({
@@ -98,11 +107,15 @@ constexpr auto kDisplayKeys = std::to_array<RecordKey<DisplayInFile>>({
     {"supportsHDR", field<&DisplayDescription::supportsHDR>},
     {"systemBrightness", field<&DisplayDescription::systemBrightness>},
     {"brightness", readFraction},  // 0 to 1
-    {"ddc", readDdc},              // "none" (default) or "healthy"
+    {"ddc", readDdc},              // "none" (default), "healthy" or one of DdcMonitor's other words
     {"ddcMaximum", field<&DisplayDescription::ddcMaximum>},
     {"ddcCurrent", field<&DisplayDescription::ddcCurrent>},
+    {"i2cBuses", readBuses},  // array of texts: "working", "closed" or "failing"
+    {"i2cTransactionTypes", field<&DisplayDescription::i2cTransactionTypes>},
+    {"i2cDelayUnit", readDelayUnit},  // "nanoseconds" (default) or "milliseconds"
     {"presets", field<&DisplayDescription::presets>},
     {"probeOptions", field<&DisplayDescription::probeOptions>},
+    {"hardwareMirrorOf", field<&DisplayDescription::hardwareMirrorOf>},  // text: another display's name
 });
 
 constexpr auto kMonitorKeys = std::to_array<RecordKey<MonitorDescription>>({
@@ -220,10 +233,36 @@ Problem readFraction(DisplayInFile& display, const plist::Value& value) {
 }
 
 Problem readDdc(DisplayInFile& display, const plist::Value& value) {
-  const std::string text = value.string() == nullptr ? "" : *value.string();
-  if (text != "none" && text != "healthy") return "is neither \"none\" nor \"healthy\"";
-  display.ddc = text == "none" ? DdcBehaviour::none : DdcBehaviour::healthy;
+  const auto behaviour = ddcBehaviourNamed(value.string() == nullptr ? "" : *value.string());
+  if (!behaviour) return "is not among " + namesOfDdcBehaviours();
+  display.ddc = *behaviour;
   return std::nullopt;
+}
+
+Problem readBuses(DisplayInFile& display, const plist::Value& value) {
+  if (value.array() != nullptr && value.array()->size() > kMostBuses) {
+    return "has more than " + std::to_string(kMostBuses) + " buses";
+  }
+  return readRecords(value, display.i2cBuses, [](const plist::Value& one, I2CBus& bus) -> Problem {
+    constexpr std::array<std::string_view, 3> kStates{"working", "closed", "failing"};
+    const auto found = std::find(kStates.begin(), kStates.end(), one.string() ? *one.string() : "");
+    if (found == kStates.end()) return "is none of \"working\", \"closed\" and \"failing\"";
+    bus = static_cast<I2CBus>(found - kStates.begin());
+    return std::nullopt;
+  });
+}
+
+Problem readDelayUnit(DisplayInFile& display, const plist::Value& value) {
+  const std::string text = value.string() == nullptr ? "" : *value.string();
+  if (text != "nanoseconds" && text != "milliseconds") return "is neither \"nanoseconds\" nor \"milliseconds\"";
+  display.i2cDelayInMilliseconds = text == "milliseconds";
+  return std::nullopt;
+}
+
+Problem readVolume(MachineInFile& machine, const plist::Value& value) {
+  machine.volume.reset();
+  if (value.string() != nullptr && *value.string() == "none") return std::nullopt;
+  return takeWithin(value, machine.volume.emplace(), 0.0F, 1.0F);
 }
 
 Problem readProcessor(MachineInFile& machine, const plist::Value& value) {
@@ -278,6 +317,14 @@ Problem readWindow(const plist::Value& value, WindowDescription& window) {
   window = {
       .frame = {.origin = {.x = double(x), .y = double(y)}, .size = {.width = double(width), .height = double(height)}},
       .layer = layer};
+  return std::nullopt;
+}
+
+Problem readPolicy(ProcessDescription& process, const plist::Value& value) {
+  constexpr std::array<std::string_view, 3> kPolicies{"regular", "accessory", "prohibited"};
+  const auto found = std::find(kPolicies.begin(), kPolicies.end(), value.string() ? *value.string() : "");
+  if (found == kPolicies.end()) return "is none of \"regular\", \"accessory\" and \"prohibited\"";
+  process.activationPolicy = static_cast<ActivationPolicy>(found - kPolicies.begin());
   return std::nullopt;
 }
 

@@ -10,6 +10,7 @@
 #include "Platform/Geometry.h"
 #include "Platform/PropertyList.h"
 #include "Platform/System.h"
+#include "Platform/Workspace.h"
 #include "Simulator/Mac/DisplayModes.h"
 #include "Simulator/Mac/Edid.h"
 
@@ -18,8 +19,11 @@ namespace vlm::sim {
 
 enum class Processor { intel, appleSilicon };
 
-/// How a monitor behaves on its I²C wire.
-enum class DdcBehaviour { none, healthy };
+/// How a monitor behaves on its I²C wire; see DdcMonitor.
+enum class DdcBehaviour { none, healthy, slow, deaf, garbled, wrongCode, intermittent };
+
+/// An I²C bus of a frame buffer: it cannot be opened, or nothing can be sent on it, or it works.
+enum class I2CBus { working, closed, failing };
 
 struct DisplayDescription {
   /// What machine files, commands and the journal call it; unique on its machine.
@@ -49,10 +53,20 @@ struct DisplayDescription {
   /// Highest value and current value of its brightness control over DDC/CI.
   std::uint16_t ddcMaximum = 100;
   std::uint16_t ddcCurrent = 75;
-  /// Names of the colour presets that it offers; their identifiers follow from the name.
+  /// The buses of its frame buffer, in their order (Intel); every one that works leads to the monitor.
+  std::vector<I2CBus> i2cBuses{I2CBus::working};
+  /// What they can transfer where the monitor talks at all ("IOI2CTransactionTypes"): 0x2 simple, 0x4 DDC/CI reply.
+  std::uint32_t i2cTransactionTypes = 0x6;
+  /// They count reply delays in milliseconds; else in nanoseconds.
+  bool i2cDelayInMilliseconds = false;
+  /// Names of the colour presets that it offers; their identifiers follow from the name, and of repeated names from the
+  /// place among them. A place without a name holds no valid one.
   std::vector<std::string> presets;
   /// The frame buffer's "IOFBProbeOptions"; absent: it has none.
   std::optional<std::int32_t> probeOptions;
+  /// The display with which it is one panel at the end of two cables: whenever both are there it shows that one's
+  /// picture. Empty: it stands for itself.
+  std::string hardwareMirrorOf;
 };
 
 /// A window that a process has open as long as it runs.
@@ -67,6 +81,7 @@ struct ProcessDescription {
   std::string name = {};
   std::string bundlePath = {};
   std::string version = {};
+  ActivationPolicy activationPolicy = ActivationPolicy::regular;
   /// The first one in front.
   std::vector<WindowDescription> windows = {};
 };
@@ -83,9 +98,15 @@ struct MachineDescription {
   /// Whether the machine has a "AppleGraphicsControl" service (two graphics processors).
   bool graphicsControl = false;
   bool darkAppearance = false;
+  bool grayscale = false;
+  bool dockAutoHides = false;
+  /// Of the output device, 0 to 1; absent: there is none.
+  std::optional<float> volume = 0.5F;
   /// Whether the user lets programs control the computer.
   bool accessibilityTrusted = false;
   std::string decimalSeparator = ".";
+  /// A folder of the host whose colour profiles count among the system's own; empty: none.
+  std::string systemProfiles;
 };
 
 /// Reads a machine file; its keys stand in the tables of Machine.cpp. An unknown key, a value of a wrong kind, an EDID

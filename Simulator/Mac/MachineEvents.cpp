@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "Simulator/Mac/FileLocation.h"
+#include "Simulator/Mac/IccFolders.h"
 #include "Simulator/Mac/JournalText.h"
 #include "Simulator/Mac/Scheduler.h"
 #include "Simulator/Mac/SessionPorts.h"
@@ -20,8 +22,8 @@ constexpr double kStormDelay = 0.4;
 
 // --- Helpers ---
 
-template <class Action>
-MachineEvents::Refusal MachineEvents::onDisplay(const std::string& name, Action action) {
+MachineEvents::Refusal MachineEvents::onDisplay(const std::string& name,
+                                                const std::function<Refusal(SimulatedDisplay&)>& action) {
   SimulatedDisplay* const found = mac_.windowServer().displayNamed(name);
   if (found == nullptr) return "there is no display " + quoted(name);
   return action(*found);
@@ -186,15 +188,12 @@ MachineEvents::Refusal MachineEvents::choosePreset(const std::string& display, c
 MachineEvents::Refusal MachineEvents::chooseProfile(const std::string& display,
                                                     const std::optional<std::string>& location) {
   return onDisplay(display, [&](SimulatedDisplay& found) -> Refusal {
-    found.customProfile = location;
-    mac_.journal().add("user: profile(" + display + ", " + location.value_or("factory") + ")");
-    for (Session* const session : mac_.sessions()) {
-      mac_.scheduler().onNextTurn(session, [this, session] {
-        const Notification changed{
-            .name = "NSScreenColorSpaceDidChangeNotification", .object = {}, .sender = nullptr, .userInfo = {}};
-        session->adapters().notifications.deliver(NotificationCenter::local, changed, mac_.lastReference());
-      });
-    }
+    const auto path = location ? pathAtLocation(*location) : std::nullopt;
+    if (location && !path) return quoted(*location) + " is no file URL";
+    const auto read = path ? profileInFile(mac_, *path) : std::variant<IccProfile, std::string>();
+    if (const auto* reason = std::get_if<std::string>(&read)) return *path + ": " + *reason;
+    mac_.journal().add("user: profile(" + display + ", " + (path ? mac_.shortPath(*path) : "factory") + ")");
+    useProfile(mac_, found, location);
     return std::nullopt;
   });
 }

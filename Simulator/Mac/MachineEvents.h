@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -54,12 +55,27 @@ class MachineEvents {
   /// The same event `count` times though nothing changes: by turns in order, with "done" before "about to", and late.
   Refusal storm(const std::string& display, std::size_t count, CGDisplayChangeSummaryFlags flags);
   Refusal choosePreset(const std::string& display, const std::string& preset);
-  /// A location; absent: the factory's profile again.
+  /// The location (a file URL) of a profile; absent: the factory's profile again.
   Refusal chooseProfile(const std::string& display, const std::optional<std::string>& location);
+  /// By an angle that settings know: see turnOfAngle.
+  Refusal rotate(const std::string& display, std::int64_t angle);
+  /// A null `master`: it shows its own picture again.
+  Refusal mirror(const std::string& display, const SimulatedDisplay* master);
+  /// 0 to 1, of a built-in panel by the system, or by the knob of a monitor that has DDC/CI.
+  Refusal setBrightness(const std::string& display, float brightness);
+  Refusal setHDR(const std::string& display, bool on);
+  Refusal setOverscan(const std::string& display, bool on);
+  /// 0 to 1.
+  Refusal setUnderscan(const std::string& display, float underscan);
+  Refusal setGray(bool on);
+  /// 0 to 1; absent: the output device is pulled out.
+  Refusal setVolume(std::optional<float> volume);
+  Refusal setDockAutoHides(bool on);
 
  private:
-  template <class Action>
-  Refusal onDisplay(const std::string& name, Action action);
+  Refusal onDisplay(const std::string& name, const std::function<Refusal(SimulatedDisplay&)>& action);
+  /// What another program does, as the journal has it.
+  void note(const std::string& what);
   /// The built-in panel; null when the machine has none.
   SimulatedDisplay* panel();
   bool isAnyOtherArranged(const SimulatedDisplay& display);

@@ -26,7 +26,7 @@ struct SessionPorts {
       : appleEvents(mac, session),
         application(mac, session),
         bundle(mac, session),
-        colorSync(mac),
+        colorSync(mac, session),
         files(mac, session),
         input(mac, session),
         registry(mac, session),

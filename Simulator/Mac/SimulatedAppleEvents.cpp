@@ -1,5 +1,7 @@
 #include "Simulator/Mac/SimulatedAppleEvents.h"
 
+#include <unistd.h>
+
 #include "Simulator/Mac/JournalText.h"
 #include "Simulator/Mac/Session.h"
 #include "Simulator/Mac/SimulatedMac.h"
@@ -14,6 +16,11 @@ void SimulatedAppleEvents::setEventHandler(std::uint32_t eventClass, std::uint32
 bool SimulatedAppleEvents::executeAppleScript(const std::string& source) {
   session_.record("executeAppleScript(" + quoted(source) + ")");
   return mac_.scriptsSucceed;
+}
+
+bool SimulatedAppleEvents::executeAppleScriptAtURL(const std::string& path) {
+  session_.record("executeAppleScriptAtURL(" + mac_.shortPath(path) + ")");
+  return mac_.scriptsSucceed && access(path.c_str(), R_OK) == 0;
 }
 
 void SimulatedAppleEvents::deliver(std::uint32_t eventClass, std::uint32_t eventID) {

@@ -17,6 +17,7 @@ class SimulatedAppleEvents : public AppleEvents {
 
   void setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) override;
   bool executeAppleScript(const std::string& source) override;
+  bool executeAppleScriptAtURL(const std::string& path) override;
 
   void deliver(std::uint32_t eventClass, std::uint32_t eventID);
   void sessionEnded();

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Simulator/Mac/AtomicFile.h"
+#include "Simulator/Mac/Bookmark.h"
 #include "Simulator/Mac/PropertyListFile.h"
 #include "Simulator/Mac/Session.h"
 #include "Simulator/Mac/SimulatedMac.h"
@@ -31,15 +32,11 @@ std::optional<plist::Data> SimulatedFiles::dataWithContentsOfURL(const std::stri
 }
 
 std::optional<plist::Data> SimulatedFiles::CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) {
-  // An alias record names its own length and its version, both with the high byte first.
-  constexpr std::size_t kHeaderLength = 8, kLengthAt = 4, kVersionAt = 6;
-  if (aliasRecord.size() < kHeaderLength) return std::nullopt;
-  const auto wordAt = [&](std::size_t at) { return aliasRecord[at] << 8 | aliasRecord[at + 1]; };
-  const int version = wordAt(kVersionAt);
-  if (wordAt(kLengthAt) != static_cast<int>(aliasRecord.size()) || (version != 2 && version != 3)) return std::nullopt;
-  plist::Data bookmark{'b', 'o', 'o', 'k'};
-  bookmark.insert(bookmark.end(), aliasRecord.begin(), aliasRecord.end());
-  return bookmark;
+  return bookmarkFromAliasRecord(aliasRecord);
+}
+
+std::optional<std::string> SimulatedFiles::URLByResolvingBookmarkData(const plist::Data& bookmark) {
+  return pathOfBookmark(bookmark, mac_.homeFolder());
 }
 
 std::optional<std::string> SimulatedFiles::writeToURLAtomically(const plist::Dictionary& dictionary,

@@ -17,6 +17,7 @@ class SimulatedFiles : public Files {
   std::optional<plist::Dictionary> dictionaryWithContentsOfURL(const std::string& path) override;
   std::optional<plist::Data> dataWithContentsOfURL(const std::string& path) override;
   std::optional<plist::Data> CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) override;
+  std::optional<std::string> URLByResolvingBookmarkData(const plist::Data& bookmark) override;
   std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,
                                                   const std::string& path) override;
   std::optional<std::string> copyItem(const std::string& from, const std::string& to) override;

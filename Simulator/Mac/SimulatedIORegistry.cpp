@@ -1,9 +1,12 @@
 #include "Simulator/Mac/SimulatedIORegistry.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 
+#include "Simulator/Mac/DisplayConfiguration.h"
 #include "Simulator/Mac/JournalText.h"
 
 namespace vlm::sim {
@@ -11,6 +14,10 @@ namespace {
 
 constexpr IOReturn kIOReturnBadArgument = static_cast<IOReturn>(0xe00002c2);
 constexpr IOReturn kIOReturnUnsupported = static_cast<IOReturn>(0xe00002c7);
+
+/// Bit of a probe's options: the frame buffer shall turn the picture, by the transform in the upper half.
+constexpr IOOptionBits kProbeRotates = 0x400;
+constexpr unsigned kTransformShift = 16;
 
 constexpr const char* kServicePlane = "IOService";
 constexpr const char* kDisplayWrangler = "IODisplayWrangler";
@@ -67,13 +74,19 @@ bool SimulatedIORegistry::IOObjectConformsTo(io_service_t object, const std::str
 }
 
 IOReturn SimulatedIORegistry::IOServiceRequestProbe(io_service_t service, IOOptionBits options) {
-  const SimulatedDisplay* display = mac_.windowServer().displayWithFrameBuffer(service);
+  SimulatedDisplay* display = mac_.windowServer().displayWithFrameBuffer(service);
   if (display == nullptr) return kIOReturnUnsupported;
   std::array<char, 16> text{};
   std::snprintf(text.data(), text.size(), "0x%x", options);
   session_.record("IOServiceRequestProbe(" + display->description.name + ", " + text.data() + ")");
-  mac_.windowServer().probe();
-  return kIOReturnSuccess;
+  if ((options & kProbeRotates) == 0) {
+    mac_.windowServer().probe();
+    return kIOReturnSuccess;
+  }
+  const std::optional<Turn> turn = turnOfTransform(options >> kTransformShift);
+  if (!turn) return kIOReturnBadArgument;
+  // The window server hears of it from the driver: nobody is called back within the call.
+  return mac_.windowServer().turn(*display, *turn, nullptr) ? kIOReturnUnsupported : kIOReturnSuccess;
 }
 
 // --- Holding and releasing ---
@@ -183,10 +196,12 @@ IOReturn SimulatedIORegistry::IODisplaySetFloatParameter(io_service_t service, c
                                                          float value) {
   float* stored = parameterOf(service, parameter);
   if (stored == nullptr) return kIOReturnUnsupported;
-  *stored = value;
   session_.record("IODisplaySetFloatParameter(" +
                   mac_.windowServer().displayWithFrameBuffer(service)->description.name + ", " + parameter + ", " +
                   numberText(double(value)) + ")");
+  if (std::isnan(value)) return kIOReturnBadArgument;
+  // Drivers count in whole steps between the ends, and hold what lies beyond.
+  *stored = parameter == "oscn" ? std::round(std::clamp(value, 0.0F, 1.0F)) : std::clamp(value, 0.0F, 1.0F);
   return kIOReturnSuccess;
 }
 

@@ -61,6 +61,9 @@ struct SimulatedMac::Implementation {
 
 SimulatedMac::SimulatedMac(MachineDescription machine, std::string homeFolder)
     : accessibilityTrusted(machine.accessibilityTrusted),
+      grayscale(machine.grayscale),
+      dockAutoHides(machine.dockAutoHides),
+      volume(machine.volume),
       darkAppearance(machine.darkAppearance),
       machine_(std::move(machine)),
       windowServer_(std::make_unique<WindowServer>(machine_, journal_)),
@@ -71,6 +74,7 @@ SimulatedMac::SimulatedMac(MachineDescription machine, std::string homeFolder)
   homeFolder_ =
       homeFolder.empty() ? temporaryFolder() : std::filesystem::absolute(homeFolder).lexically_normal().string();
   while (homeFolder_.size() > 1 && homeFolder_.ends_with('/')) homeFolder_.pop_back();
+  homeOfProfiles_ = homeFolder_;
   std::filesystem::create_directories(homeFolder_ + "/Library/Preferences");
   std::filesystem::create_directories(localFolder() + "/Library/Preferences");
   implementation_->preferenceStore.setFolder(homeFolder_ + "/Library/Preferences");
@@ -104,6 +108,8 @@ void SimulatedMac::leaveHome() {
 }
 
 std::string SimulatedMac::localFolder() const { return homeFolder_ + "/.machine"; }
+
+std::string SimulatedMac::localFolderOfProfiles() const { return homeOfProfiles_ + "/.machine"; }
 
 SimulatedDisplay& SimulatedMac::display(const std::string& name) {
   SimulatedDisplay* const found = windowServer_->displayNamed(name);
@@ -335,7 +341,10 @@ std::optional<plist::Dictionary> SimulatedMac::informationOfBundleAt(const std::
 }
 
 std::string SimulatedMac::shortPath(const std::string& path) const {
-  return path.starts_with(homeFolder_ + "/") ? "~" + path.substr(homeFolder_.size()) : path;
+  for (const std::string* home : {&homeFolder_, &homeOfProfiles_}) {
+    if (path.starts_with(*home + "/")) return "~" + path.substr(home->size());
+  }
+  return path;
 }
 
 }  // namespace vlm::sim

@@ -46,6 +46,9 @@ class SimulatedMac {
   void leaveHome();
   /// Root of the machine-wide folders; its Library/Preferences exists.
   std::string localFolder() const;
+  /// The same two where colour profiles are looked for: those of the beginning, also away from home.
+  const std::string& homeOfProfiles() const { return homeOfProfiles_; }
+  std::string localFolderOfProfiles() const;
 
   Journal& journal() { return journal_; }
   WindowServer& windowServer() { return *windowServer_; }
@@ -134,7 +137,13 @@ class SimulatedMac {
   std::optional<std::string> menuChoice;
   /// Identifiers of the notices that the notification centre shows.
   std::set<std::string> deliveredNotifications;
+  /// The switch that counts on this system: what the picture shows.
   bool grayscale = false;
+  /// The other one, which is remembered and shows nothing.
+  bool idleGraySwitch = false;
+  bool dockAutoHides = false;
+  /// Of the output device, 0 to 1; absent: there is none.
+  std::optional<float> volume;
   bool darkAppearance = false;
   /// The kernel's "sysctl.proc_translated"; absent: it does not know the name.
   std::optional<std::int32_t> processTranslated;
@@ -186,7 +195,7 @@ class SimulatedMac {
   struct Implementation;
 
   MachineDescription machine_;
-  std::string homeFolder_;
+  std::string homeFolder_, homeOfProfiles_;
   Journal journal_;
   std::unique_ptr<WindowServer> windowServer_;
   std::unique_ptr<MachineEvents> events_;

@@ -1,5 +1,6 @@
 #include "Simulator/Mac/SimulatedMonitorBus.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <utility>
@@ -8,10 +9,12 @@
 #include "Platform/Numbers.h"
 #include "Simulator/Mac/DdcMonitor.h"
 #include "Simulator/Mac/Registry.h"
+#include "Simulator/Mac/Scheduler.h"
 
 namespace vlm::sim {
 namespace {
 
+constexpr IOReturn kIOReturnError = static_cast<IOReturn>(0xe00002bc);
 constexpr IOReturn kIOReturnNoDevice = static_cast<IOReturn>(0xe00002c0);
 constexpr IOReturn kIOReturnBadArgument = static_cast<IOReturn>(0xe00002c2);
 constexpr IOReturn kIOReturnUnsupported = static_cast<IOReturn>(0xe00002c7);
@@ -20,11 +23,11 @@ constexpr IOReturn kIOReturnNotResponding = static_cast<IOReturn>(0xe00002ed);
 constexpr const char* kI2CInterface = "IOFramebufferI2CInterface";
 constexpr const char* kAVService = "DCPAVServiceProxy";
 
-/// Transaction types of a request.
+/// Transaction types of a request; an interface has a bit of that number for each that it can transfer.
 constexpr std::uint32_t kNoTransaction = 0, kSimpleTransaction = 1, kDdcReplyTransaction = 2;
 
-/// Reply delays count nanoseconds, as the interfaces say in "IOI2CSupportedCommFlags".
-constexpr double kDelayUnitsPerSecond = 1e9;
+/// Reply delays, in the unit that the interfaces say in "IOI2CSupportedCommFlags".
+constexpr double kNanosecondsPerSecond = 1e9, kMillisecondsPerSecond = 1e3;
 
 /// 7-bit addresses on an AV service's wire.
 constexpr std::uint32_t kControlChip = 0x37, kEdidChip = 0x50;
@@ -78,6 +81,15 @@ std::vector<io_service_t> SimulatedMonitorBus::buses(io_service_t frameBuffer) c
   return result;
 }
 
+I2CBus SimulatedMonitorBus::stateOf(io_service_t interface) const {
+  const SimulatedDisplay* const display = mac_.windowServer().displayWithService(interface);
+  if (display == nullptr) return I2CBus::closed;
+  const std::vector<io_service_t> all = buses(display->frameBuffer);
+  const auto bus = static_cast<std::size_t>(std::find(all.begin(), all.end(), interface) - all.begin());
+  const std::vector<I2CBus>& states = display->description.i2cBuses;
+  return bus < states.size() ? states[bus] : I2CBus::closed;
+}
+
 std::uint32_t SimulatedMonitorBus::IOFBGetI2CInterfaceCount(io_service_t frameBuffer) {
   return static_cast<std::uint32_t>(buses(frameBuffer).size());
 }
@@ -92,6 +104,7 @@ IOReturn SimulatedMonitorBus::IOI2CInterfaceOpen(io_service_t interface, IOOptio
   connect = 0;
   const RegistryEntry* entry = mac_.windowServer().registry().find(interface);
   if (entry == nullptr || !entry->conformsTo(kI2CInterface)) return kIOReturnBadArgument;
+  if (stateOf(interface) == I2CBus::closed) return kIOReturnError;
   connect = openTo(interface);
   return kIOReturnSuccess;
 }
@@ -104,28 +117,31 @@ IOReturn SimulatedMonitorBus::IOI2CInterfaceClose(IOI2CConnectRef connect, IOOpt
 IOReturn SimulatedMonitorBus::IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits, IOI2CRequest& request) {
   SimulatedDisplay* display = displayBehind(connect);
   if (display == nullptr) return kIOReturnNoDevice;
+  if (stateOf(connections_.at(connect)) != I2CBus::working) return kIOReturnError;
+  const std::uint32_t reply = request.replyTransactionType;
+  const std::uint32_t types = i2cTransactionTypes(display->description);
   const bool sendKnown = request.sendTransactionType <= kSimpleTransaction;
-  const bool replyKnown = request.replyTransactionType <= kDdcReplyTransaction;
+  const bool replyKnown = reply == kNoTransaction || (reply <= kDdcReplyTransaction && (types >> reply & 1) != 0);
   request.result = sendKnown && replyKnown ? transfer(*display, request) : kIOReturnUnsupported;
   return kIOReturnSuccess;
 }
 
 IOReturn SimulatedMonitorBus::transfer(SimulatedDisplay& display, IOI2CRequest& request) {
-  const double now = mac_.now();
   if (request.sendTransactionType != kNoTransaction) {
     const auto address = truncateTo<std::uint8_t>(request.sendAddress);
-    if (!display.monitor->write(address, request.sendBuffer, now)) return kIOReturnNotResponding;
-    const bool changes = address == DdcMonitor::kControlWrite && !DdcMonitor::isQuestion(request.sendBuffer);
-    if (changes) record("IOI2CSendRequest", display, request.sendBuffer);
+    if (!display.monitor->write(address, request.sendBuffer, mac_.now())) return kIOReturnNotResponding;
+    if (address == DdcMonitor::kControlWrite) record("IOI2CSendRequest", display, request.sendBuffer);
   }
   if (request.replyTransactionType == kNoTransaction) return kIOReturnSuccess;
   // A DDC/CI reply is fetched for the host of this address; any other is nobody's.
   if (request.replyTransactionType == kDdcReplyTransaction && request.replySubAddress != DdcMonitor::kHostAddress) {
     return kIOReturnNotResponding;
   }
-  const double readAt = now + static_cast<double>(request.minReplyDelay) / kDelayUnitsPerSecond;
+  const double unitsPerSecond =
+      display.description.i2cDelayInMilliseconds ? kMillisecondsPerSecond : kNanosecondsPerSecond;
+  mac_.scheduler().passTime(static_cast<double>(request.minReplyDelay) / unitsPerSecond);
   const auto address = truncateTo<std::uint8_t>(request.replyAddress);
-  return display.monitor->read(address, request.replyBuffer, readAt) ? kIOReturnSuccess : kIOReturnNotResponding;
+  return display.monitor->read(address, request.replyBuffer, mac_.now()) ? kIOReturnSuccess : kIOReturnNotResponding;
 }
 
 // --- Apple silicon ---
@@ -147,10 +163,10 @@ IOReturn SimulatedMonitorBus::IOAVServiceWriteI2C(IOAVServiceRef service, std::u
   plist::Data frame{truncateTo<std::uint8_t>(dataAddress)};
   frame.insert(frame.end(), bytes.begin(), bytes.end());
   const auto address = truncateTo<std::uint8_t>(chipAddress << 1);
-  if (!display->monitor->write(address, frame, mac_.now(), DdcMonitor::HostInChecksum::optional)) {
+  if (!display->monitor->write(address, frame, mac_.now(), DdcMonitor::HostInQuestion::absent)) {
     return kIOReturnNotResponding;
   }
-  if (chipAddress == kControlChip && !DdcMonitor::isQuestion(frame)) record("IOAVServiceWriteI2C", *display, bytes);
+  if (chipAddress == kControlChip) record("IOAVServiceWriteI2C", *display, bytes);
   return kIOReturnSuccess;
 }
 
@@ -176,6 +192,16 @@ std::optional<plist::Data> SimulatedMonitorBus::IOAVServiceCopyEDID(IOAVServiceR
   const SimulatedDisplay* display = displayBehind(service);
   if (!hasCall || display == nullptr) return std::nullopt;
   return display->description.edid;
+}
+
+void setDdcBehaviour(SimulatedMac& mac, SimulatedDisplay& display, DdcBehaviour behaviour) {
+  display.description.ddc = behaviour;
+  display.monitor->behave(behaviour);
+  Registry& registry = mac.windowServer().registry();
+  for (const io_service_t child : registry.below(display.frameBuffer, false)) {
+    if (!registry.find(child)->conformsTo(kI2CInterface)) continue;
+    registry.setProperty(child, "IOI2CTransactionTypes", i2cTransactionTypes(display.description));
+  }
 }
 
 }  // namespace vlm::sim

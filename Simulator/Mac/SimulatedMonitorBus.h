@@ -11,8 +11,9 @@
 namespace vlm::sim {
 
 /// The wires to the monitors as one process sees them: I²C buses of frame buffers on an Intel machine, AV services on
-/// Apple silicon. It counts what the process holds. No time passes in a call: who wants a reply in time asks for a
-/// delay (Intel), or sleeps between writing and reading.
+/// Apple silicon. It counts what the process holds. The delay that a request asks for before its reply (Intel) passes
+/// in the call when something acknowledges the request; no other call takes time, so that who uses an AV service sleeps
+/// between writing and reading.
 class SimulatedMonitorBus final : public MonitorBus {
  public:
   SimulatedMonitorBus(SimulatedMac& mac, Session& session);
@@ -37,7 +38,9 @@ class SimulatedMonitorBus final : public MonitorBus {
   std::uint64_t openTo(io_service_t service);
   void close(std::uint64_t connection, const std::string& call);
   std::vector<io_service_t> buses(io_service_t frameBuffer) const;
-  /// Notes a frame that changes something.
+  /// Of an interface service; a bus that is gone is closed.
+  I2CBus stateOf(io_service_t interface) const;
+  /// Notes a frame that a monitor's controls have acknowledged: a command, or a question, for which the caller waits.
   void record(const std::string& call, const SimulatedDisplay& display, std::span<const std::uint8_t> bytes);
   /// The bus's result of a request that was sent.
   IOReturn transfer(SimulatedDisplay& display, IOI2CRequest& request);
@@ -47,5 +50,9 @@ class SimulatedMonitorBus final : public MonitorBus {
   std::map<std::uint64_t, io_service_t> connections_;
   std::uint64_t nextConnection_ = 1;
 };
+
+/// The monitor behaves so from now on, also when it is plugged in anew; its frame buffer says whether there is anything
+/// to talk to.
+void setDdcBehaviour(SimulatedMac& mac, SimulatedDisplay& display, DdcBehaviour behaviour);
 
 }  // namespace vlm::sim

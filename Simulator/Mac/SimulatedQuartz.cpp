@@ -104,7 +104,7 @@ Rect SimulatedQuartz::CGDisplayBounds(CGDirectDisplayID display) const {
 
 double SimulatedQuartz::CGDisplayRotation(CGDirectDisplayID display) const {
   const SimulatedDisplay* found = find(display);
-  return found == nullptr ? 0 : found->rotation;
+  return found == nullptr ? 0 : found->turn.degrees;
 }
 
 io_service_t SimulatedQuartz::CGDisplayIOServicePort(CGDirectDisplayID display) const {

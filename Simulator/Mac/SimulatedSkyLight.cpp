@@ -14,6 +14,19 @@ constexpr std::int32_t kSuccess = 0;
 /// kIOReturnUnsupported: what the display services say of a panel that they do not reach.
 constexpr std::int32_t kUnsupported = static_cast<std::int32_t>(0xe00002c7);
 
+std::string calledDisplay(const SimulatedDisplay* display, CGDirectDisplayID id) {
+  return display == nullptr ? std::to_string(id) : display->description.name;
+}
+
+/// "PresetUniqueID" of one of them: presets of one name are told apart by their order.
+std::string presetIdentifier(const std::vector<std::string>& presets, std::size_t index) {
+  const auto place = presets.begin() + static_cast<std::ptrdiff_t>(index);
+  const auto before = std::count(presets.begin(), place, *place);
+  return uuidText((before == 0 ? "preset " : "repeated " + std::to_string(before) + " ") + *place);
+}
+
+std::string noDisplay(CGDirectDisplayID id) { return "there is no display " + std::to_string(id); }
+
 }  // namespace
 
 SimulatedSkyLight::SimulatedSkyLight(SimulatedMac& mac, Session& session) : mac_(mac), session_(session) {
@@ -55,6 +68,43 @@ std::optional<bool> SimulatedSkyLight::SLSDisplayIsHDRModeEnabled(CGDirectDispla
   if (!isSystemAtLeast(11, 0)) return std::nullopt;
   const SimulatedDisplay* found = find(display);
   return found != nullptr && found->hdr;
+}
+
+std::int32_t SimulatedSkyLight::answer(const std::string& call, const std::optional<std::string>& refusal) const {
+  if (!refusal) {
+    session_.record(call);
+    return kSuccess;
+  }
+  session_.record(call + " = " + std::to_string(kCGErrorIllegalArgument) + ": " + *refusal);
+  return kCGErrorIllegalArgument;
+}
+
+std::optional<std::int32_t> SimulatedSkyLight::SLSDisplaySetHDRModeEnabled(CGDirectDisplayID display, bool enabled) {
+  if (!isSystemAtLeast(11, 0)) return std::nullopt;
+  SimulatedDisplay* const found = find(display);
+  const std::string call =
+      "SLSDisplaySetHDRModeEnabled(" + calledDisplay(found, display) + (enabled ? ", true)" : ", false)");
+  if (found == nullptr) return answer(call, noDisplay(display));
+  if (!found->description.supportsHDR) return answer(call, found->description.name + " does not support HDR");
+  found->hdr = enabled;
+  return answer(call, std::nullopt);
+}
+
+std::optional<std::int32_t> SimulatedSkyLight::SLSSetDisplayRotation(CGDirectDisplayID display, std::int32_t angle,
+                                                                     std::int32_t /*reserved1*/,
+                                                                     std::int32_t /*reserved2*/,
+                                                                     std::int32_t /*reserved3*/,
+                                                                     std::int32_t /*reserved4*/) {
+  if (!isSystemAtLeast(10, 15)) return std::nullopt;
+  SimulatedDisplay* const found = find(display);
+  const std::string call =
+      "SLSSetDisplayRotation(" + calledDisplay(found, display) + ", " + std::to_string(angle) + ")";
+  if (found == nullptr) return answer(call, noDisplay(display));
+  if (angle % 90 != 0 || angle < 0 || angle > 270) return answer(call, "no picture can be turned by that");
+  if (!found->description.canRotate) return answer(call, found->description.name + " cannot be turned");
+  session_.record(call);
+  mac_.windowServer().turn(*found, {.degrees = truncateTo<std::uint32_t>(angle)}, &session_);
+  return kSuccess;
 }
 
 std::optional<bool> SimulatedSkyLight::DisplayServicesCanChangeBrightness(CGDirectDisplayID display) {
@@ -107,14 +157,31 @@ std::optional<plist::Dictionary> SimulatedSkyLight::CoreDisplay_Display_CopyPres
   if (found == nullptr || index < 0 || static_cast<std::size_t>(index) >= found->description.presets.size()) {
     return plist::Dictionary{{"PresetValid", false}};
   }
-  const std::string& name = found->description.presets[static_cast<std::size_t>(index)];
-  return plist::Dictionary{{"PresetValid", true}, {"PresetName", name}, {"PresetUniqueID", uuidText("preset " + name)}};
+  const auto& presets = found->description.presets;
+  const auto place = static_cast<std::size_t>(index);
+  const std::string& name = presets[place];
+  return plist::Dictionary{
+      {"PresetValid", !name.empty()}, {"PresetName", name}, {"PresetUniqueID", presetIdentifier(presets, place)}};
 }
 
 std::optional<std::int32_t> SimulatedSkyLight::SLSDisplayGetActivePresetIndex(CGDirectDisplayID display) {
   if (!isSystemAtLeast(10, 15)) return std::nullopt;
   const SimulatedDisplay* const found = find(display);
   return found == nullptr ? 0 : truncateTo<std::int32_t>(found->activePreset);
+}
+
+std::optional<std::int32_t> SimulatedSkyLight::SLSDisplaySetActivePresetIndex(CGDirectDisplayID display,
+                                                                              std::int32_t index) {
+  if (!isSystemAtLeast(10, 15)) return std::nullopt;
+  SimulatedDisplay* const found = find(display);
+  const std::string call =
+      "SLSDisplaySetActivePresetIndex(" + calledDisplay(found, display) + ", " + std::to_string(index) + ")";
+  if (found == nullptr) return answer(call, noDisplay(display));
+  if (index < 0 || static_cast<std::size_t>(index) >= found->description.presets.size()) {
+    return answer(call, found->description.name + " has no such preset");
+  }
+  found->activePreset = truncateTo<std::uint32_t>(index);
+  return answer(call, std::nullopt);
 }
 
 double SimulatedSkyLight::frameWidth(const SimulatedDisplay& display) const {

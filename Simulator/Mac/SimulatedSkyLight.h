@@ -16,6 +16,10 @@ class SimulatedSkyLight final : public SkyLight {
   std::optional<std::uint32_t> SLSIsDisplayModeVRR(CGDirectDisplayID display, std::int32_t modeNumber) override;
   std::optional<bool> SLSDisplaySupportsHDRMode(CGDirectDisplayID display) override;
   std::optional<bool> SLSDisplayIsHDRModeEnabled(CGDirectDisplayID display) override;
+  std::optional<std::int32_t> SLSDisplaySetHDRModeEnabled(CGDirectDisplayID display, bool enabled) override;
+  std::optional<std::int32_t> SLSSetDisplayRotation(CGDirectDisplayID display, std::int32_t angle,
+                                                    std::int32_t reserved1, std::int32_t reserved2,
+                                                    std::int32_t reserved3, std::int32_t reserved4) override;
 
   std::optional<bool> DisplayServicesCanChangeBrightness(CGDirectDisplayID display) override;
   std::optional<float> DisplayServicesGetBrightness(CGDirectDisplayID display) override;
@@ -29,6 +33,7 @@ class SimulatedSkyLight final : public SkyLight {
   std::optional<plist::Dictionary> CoreDisplay_Display_CopyPresetData(CGDirectDisplayID display,
                                                                       std::int32_t index) override;
   std::optional<std::int32_t> SLSDisplayGetActivePresetIndex(CGDirectDisplayID display) override;
+  std::optional<std::int32_t> SLSDisplaySetActivePresetIndex(CGDirectDisplayID display, std::int32_t index) override;
 
   /// Those that have a frame and those that had one when it was last looked at.
   std::optional<std::vector<std::uint32_t>> CADisplays() override;
@@ -38,6 +43,8 @@ class SimulatedSkyLight final : public SkyLight {
  private:
   bool isSystemAtLeast(std::int64_t major, std::int64_t minor) const;
   SimulatedDisplay* find(CGDirectDisplayID display) const { return mac_.windowServer().displayWithID(display); }
+  /// Notes a call, with the reason when it is refused; its answer.
+  std::int32_t answer(const std::string& call, const std::optional<std::string>& refusal) const;
   /// The display when the system reaches its brightness, else null.
   SimulatedDisplay* findDimmable(CGDirectDisplayID display) const;
 

@@ -1,10 +1,13 @@
 #include "Simulator/Mac/SimulatedWorkspace.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "Simulator/Mac/JournalText.h"
 #include "Simulator/Mac/Session.h"
+#include "Simulator/Mac/SessionPorts.h"
 #include "Simulator/Mac/SimulatedMac.h"
 
 namespace vlm::sim {
@@ -16,7 +19,8 @@ RunningApplication applicationOf(const Session& session) {
   return {.processIdentifier = session.processIdentifier(),
           .bundleIdentifier = description.bundleIdentifier,
           .localizedName = description.name,
-          .bundlePath = description.bundlePath};
+          .bundlePath = description.bundlePath,
+          .activationPolicy = description.activationPolicy};
 }
 
 std::string argumentsText(const std::vector<std::string>& arguments) {
@@ -26,6 +30,24 @@ std::string argumentsText(const std::vector<std::string>& arguments) {
 }
 
 }  // namespace
+
+SimulatedWorkspace::SimulatedWorkspace(SimulatedMac& mac, Session& session) : mac_(mac), session_(session) {
+  comeToFront();
+}
+
+void SimulatedWorkspace::comeToFront() {
+  std::uint64_t last = 0;
+  for (Session* const session : mac_.sessions()) last = std::max(last, session->adapters().workspace.turnInFront_);
+  turnInFront_ = last + 1;
+  isHidden_ = false;
+}
+
+bool SimulatedWorkspace::launched(const std::string& bundlePath) {
+  Session* const session = mac_.launchApplication(bundlePath);
+  if (session == nullptr) return false;
+  session->adapters().workspace.comeToFront();
+  return true;
+}
 
 std::int32_t SimulatedWorkspace::processIdentifier() { return session_.processIdentifier(); }
 
@@ -53,16 +75,49 @@ std::optional<RunningApplication> SimulatedWorkspace::runningApplicationWithProc
   return applicationOf(*session);
 }
 
+std::vector<RunningApplication> SimulatedWorkspace::runningApplications() {
+  std::vector<RunningApplication> applications;
+  for (const Session* const session : mac_.sessions()) {
+    if (!session->description().bundleIdentifier.empty()) applications.push_back(applicationOf(*session));
+  }
+  return applications;
+}
+
+std::optional<RunningApplication> SimulatedWorkspace::frontmostApplication() {
+  Session* front = nullptr;
+  std::uint64_t frontTurn = 0;
+  for (Session* const session : mac_.sessions()) {
+    const SimulatedWorkspace& other = session->adapters().workspace;
+    const ProcessDescription& description = session->description();
+    const bool hasFace =
+        description.activationPolicy == ActivationPolicy::regular && !description.bundleIdentifier.empty();
+    if (!hasFace || other.isHidden_ || other.turnInFront_ <= frontTurn) continue;
+    front = session;
+    frontTurn = other.turnInFront_;
+  }
+  return front == nullptr ? std::nullopt : std::optional(applicationOf(*front));
+}
+
+bool SimulatedWorkspace::hide(std::int32_t processIdentifier) {
+  const auto application = runningApplicationWithProcessIdentifier(processIdentifier);
+  if (!application || application->activationPolicy == ActivationPolicy::prohibited) return false;
+  bool& isHidden = mac_.sessionWithProcessIdentifier(processIdentifier)->adapters().workspace.isHidden_;
+  if (std::exchange(isHidden, true)) return false;
+  session_.record("hide(" + application->localizedName + ")");
+  return true;
+}
+
 bool SimulatedWorkspace::activateWithOptions(std::int32_t processIdentifier, std::uint32_t options) {
   const auto application = runningApplicationWithProcessIdentifier(processIdentifier);
   if (!application) return false;
   session_.record("activateWithOptions(" + application->localizedName + ", " + std::to_string(options) + ")");
+  mac_.sessionWithProcessIdentifier(processIdentifier)->adapters().workspace.comeToFront();
   return true;
 }
 
 bool SimulatedWorkspace::openFile(const std::string& path) {
   session_.record("openFile(" + mac_.shortPath(path) + ")");
-  if (mac_.launchApplication(path) != nullptr) return true;
+  if (launched(path)) return true;
   std::error_code ignored;
   return path.starts_with("/System/Library/") || std::filesystem::exists(path, ignored);
 }
@@ -74,14 +129,14 @@ bool SimulatedWorkspace::openURL(const std::string& url) {
 
 void SimulatedWorkspace::openApplicationAtURL(const std::string& path, const std::vector<std::string>& arguments) {
   session_.record("openApplicationAtURL(" + path + ", " + argumentsText(arguments) + ")");
-  mac_.launchApplication(path);
+  launched(path);
 }
 
 bool SimulatedWorkspace::launchApplicationAtURL(const std::string& path, std::uint32_t options,
                                                 const std::vector<std::string>& arguments) {
   session_.record("launchApplicationAtURL(" + path + ", " + std::to_string(options) + ", " + argumentsText(arguments) +
                   ")");
-  return mac_.launchApplication(path) != nullptr;
+  return launched(path);
 }
 
 std::int32_t SimulatedWorkspace::LSFindApplicationForInfo(std::uint32_t /*creator*/,
@@ -99,7 +154,7 @@ std::int32_t SimulatedWorkspace::LSFindApplicationForInfo(std::uint32_t /*creato
 std::int32_t SimulatedWorkspace::LSOpenFromURLSpec(const std::string& path, std::uint32_t launchFlags,
                                                    std::uint32_t code) {
   session_.record("LSOpenFromURLSpec(" + path + ", " + std::to_string(launchFlags) + ", " + fourCharText(code) + ")");
-  return mac_.launchApplication(path) == nullptr ? fnfErr : 0;
+  return launched(path) ? 0 : fnfErr;
 }
 
 }  // namespace vlm::sim

@@ -236,10 +236,8 @@ void forgetPlacesAtOrigin(DisplayConfiguration& after) {
   }
 }
 
-}  // namespace
-
-void settle(const DisplayConfiguration& before, DisplayConfiguration& after,
-            const std::vector<OriginRequest>& requests) {
+void settleOnce(const DisplayConfiguration& before, DisplayConfiguration& after,
+                const std::vector<OriginRequest>& requests) {
   DisplayState* main = chooseMain(before, after, requests);
   if (main == nullptr) return;
   NeighbourKeeper(before, after).keepFrom(main);
@@ -249,6 +247,45 @@ void settle(const DisplayConfiguration& before, DisplayConfiguration& after,
   shiftToOrigin(after, Point(main->origin));
   putDownAll(before, after, *main, requests);
   forgetPlacesAtOrigin(after);
+}
+
+/// Those that did not come to stand where they were asked to, seen from where the main display stands now.
+std::vector<OriginRequest> unmet(const DisplayConfiguration& after, const std::vector<OriginRequest>& requests) {
+  const DisplayState* const main = after.main();
+  if (main == nullptr) return {};
+  const OriginRequest* const ofMain = requestFor(requests, *main);
+  const Point zero = ofMain == nullptr ? Point{} : ofMain->origin;
+  std::vector<OriginRequest> left;
+  for (const DisplayState& state : after.states) {
+    const OriginRequest* const request = requestFor(requests, state);
+    if (request == nullptr || &state == main || !state.hasOwnPlace()) continue;
+    const Point wanted{.x = request->origin.x - zero.x, .y = request->origin.y - zero.y};
+    // Who asked to be the main display and is not never will be.
+    if (wanted != Point{} && wanted != state.origin) left.push_back({.display = state.display, .origin = wanted});
+  }
+  return left;
+}
+
+bool isSameArrangement(const DisplayConfiguration& a, const DisplayConfiguration& b) {
+  return std::equal(a.states.begin(), a.states.end(), b.states.begin(),
+                    [](const DisplayState& one, const DisplayState& other) { return one.origin == other.origin; });
+}
+
+}  // namespace
+
+void settle(const DisplayConfiguration& before, DisplayConfiguration& after,
+            const std::vector<OriginRequest>& requests) {
+  settleOnce(before, after, requests);
+  // Who asks for the same again gets the same: what stands now may let somebody nearer to the place asked for. Few
+  // displays come to rest soon; two that push each other to and fro never would.
+  constexpr int kMostRounds = 8;
+  std::vector<OriginRequest> left = unmet(after, requests);
+  for (int round = 0; round < kMostRounds && !left.empty(); ++round) {
+    const DisplayConfiguration found = after;
+    settleOnce(found, after, left);
+    left = unmet(after, left);
+    if (isSameArrangement(found, after)) return;
+  }
 }
 
 }  // namespace vlm::sim

@@ -30,7 +30,8 @@ void swapWhatIsKept(SimulatedDisplay& first, SimulatedDisplay& second) {
   std::swap(first.origin, second.origin);
   std::swap(first.placed, second.placed);
   std::swap(first.enabled, second.enabled);
-  std::swap(first.rotation, second.rotation);
+  std::swap(first.turn, second.turn);
+  std::swap(first.hdr, second.hdr);
 }
 
 }  // namespace
@@ -48,7 +49,7 @@ void WindowServer::Implementation::replug(const std::vector<SimulatedDisplay*>& 
   const DisplayConfiguration before = configuration();
   DisplayConfiguration without = before;
   for (const SimulatedDisplay* const display : displays) without.of(*display).plugged = false;
-  without.endImpossibleMirroring();
+  without.settleMirroring();
   // The screen may be dark for this moment.
   if (without.keepOneOn()) settle(before, without, {});
   notify(before, without, nullptr);
@@ -62,6 +63,7 @@ void WindowServer::Implementation::replug(const std::vector<SimulatedDisplay*>& 
   const DisplayConfiguration kept = configuration();
   DisplayConfiguration after = kept;
   after.keepOneOn();
+  after.settleMirroring();
   settle(kept, after, {});
   takeEffect(after);
   notify(without, after, nullptr);
@@ -109,6 +111,8 @@ std::optional<std::string> WindowServer::replaceEdid(SimulatedDisplay& display, 
   display.origin = before.origin;
   display.placed = before.placed;
   display.enabled = before.enabled;
+  display.turn = before.turn;
+  display.hdr = before.hdr;
   const SimulatedMode& mode = before.mode();
   const auto kept = findMode(display, mode.width, mode.height, mode.refreshRateHz());
   display.modeNumber = kept.value_or(display.modeNumber);

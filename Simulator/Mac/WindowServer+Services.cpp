@@ -1,7 +1,9 @@
+#include <array>
 #include <cstdio>
 #include <string>
 #include <utility>
 
+#include "Simulator/Mac/DdcMonitor.h"
 #include "Simulator/Mac/WindowServerParts.h"
 
 /// What the I/O registry says about a display that is plugged in.
@@ -10,24 +12,18 @@ namespace {
 
 /// Kinds of connection, as "AppleDisplayType" numbers them.
 constexpr int kPanelConnection = 2, kVgaConnection = 10, kLcdConnection = 20;
-/// Bits of "IOI2CTransactionTypes": a simple transaction and a DDC/CI reply.
-constexpr int kSimpleAndDdcTransactions = 0x2 | 0x4;
-/// "IOI2CSupportedCommFlags" of these drivers: reply delays are in nanoseconds.
-constexpr int kDelayInNanoseconds = 2;
+/// "IOI2CSupportedCommFlags": reply delays are in nanoseconds, or not.
+constexpr int kDelayInNanoseconds = 2, kDelayInMilliseconds = 0;
 
-/// "IOFBTransform" of an upright, right-turned, upside-down and left-turned picture.
-int transformOf(std::uint32_t degrees) {
-  switch (degrees) {
-    case 90:
-      return 0x30;
-    case 180:
-      return 0x60;
-    case 270:
-      return 0x50;
-    default:
-      return 0;
-  }
-}
+/// "IOFBTransform" of an upright, right-turned, upside-down and left-turned picture: axes swapped 0x10, x inverted
+/// 0x20, y inverted 0x40.
+constexpr std::array<std::uint32_t, 4> kTransforms{0x00, 0x30, 0x60, 0x50};
+constexpr std::uint32_t kInvertX = 0x20;
+constexpr std::array<std::int32_t, 4> kFlippedAngles{-1, -3, -2, -4};
+constexpr std::array<Turn, 8> kTurns{
+    {{0, false}, {90, false}, {180, false}, {270, false}, {0, true}, {90, true}, {180, true}, {270, true}}};
+
+std::uint32_t transformOf(Turn turn) { return kTransforms[turn.degrees / 90 % 4] ^ (turn.flipped ? kInvertX : 0); }
 
 int connectionOf(const SimulatedDisplay& display) {
   if (display.description.builtIn) return kPanelConnection;
@@ -36,7 +32,7 @@ int connectionOf(const SimulatedDisplay& display) {
 
 plist::Dictionary frameBufferProperties(const SimulatedDisplay& display) {
   plist::Dictionary properties{{"IOFBConfig", frameBufferConfig(display.modes)}};
-  if (display.description.canRotate) properties.set("IOFBTransform", transformOf(display.rotation));
+  if (display.description.canRotate) properties.set("IOFBTransform", transformOf(display.turn));
   if (display.description.probeOptions) properties.set("IOFBProbeOptions", *display.description.probeOptions);
   return properties;
 }
@@ -74,11 +70,12 @@ void publishFrameBuffer(Registry& registry, SimulatedDisplay& display) {
   display.frameBuffer =
       registry.add(intelGraphics(registry), {"AppleIntelFramebuffer", "IOFramebuffer", "IOGraphicsDevice", "IOService"},
                    "AppleIntelFramebuffer@" + port, frameBufferProperties(display));
-  const bool talks = display.description.ddc == DdcBehaviour::healthy;
-  registry.add(display.frameBuffer, {"IOFramebufferI2CInterface", "IOI2CInterface", "IOService"},
-               "IOFramebufferI2CInterface",
-               {{"IOI2CTransactionTypes", talks ? kSimpleAndDdcTransactions : 0},
-                {"IOI2CSupportedCommFlags", kDelayInNanoseconds}});
+  const int unit = display.description.i2cDelayInMilliseconds ? kDelayInMilliseconds : kDelayInNanoseconds;
+  for (std::size_t bus = 0; bus < display.description.i2cBuses.size(); ++bus) {
+    registry.add(
+        display.frameBuffer, {"IOFramebufferI2CInterface", "IOI2CInterface", "IOService"}, "IOFramebufferI2CInterface",
+        {{"IOI2CTransactionTypes", i2cTransactionTypes(display.description)}, {"IOI2CSupportedCommFlags", unit}});
+  }
   const io_service_t connection = registry.add(display.frameBuffer, {"IODisplayConnect", "IOService"}, "display0");
   const std::string className = display.description.builtIn ? "AppleBacklightDisplay" : "AppleDisplay";
   display.displayService = registry.add(connection, {className, "IODisplay", "IOService"},
@@ -97,6 +94,30 @@ void publishAVService(Registry& registry, SimulatedDisplay& display) {
 }
 
 }  // namespace
+
+std::optional<Turn> turnOfAngle(std::int64_t angle) {
+  for (const Turn& turn : kTurns) {
+    if (angleOf(turn) == angle) return turn;
+  }
+  return std::nullopt;
+}
+
+std::int32_t angleOf(const Turn& turn) {
+  if (!turn.flipped) return static_cast<std::int32_t>(turn.degrees);
+  return kFlippedAngles[turn.degrees / 90 % 4];
+}
+
+std::optional<Turn> turnOfTransform(std::uint32_t transform) {
+  for (const Turn& turn : kTurns) {
+    if (transformOf(turn) == transform) return turn;
+  }
+  return std::nullopt;
+}
+
+void WindowServer::Implementation::publishTurn(const SimulatedDisplay& display) {
+  if (!display.description.canRotate) return;
+  registry.setProperty(display.frameBuffer, "IOFBTransform", transformOf(display.turn));
+}
 
 void WindowServer::Implementation::publishServices(SimulatedDisplay& display) {
   if (processor == Processor::intel) {

@@ -158,7 +158,7 @@ std::optional<std::string> WindowServer::Implementation::apply(const DisplayChan
       state.modeNumber = static_cast<std::uint32_t>(change.modeNumber);
       break;
     case DisplayChange::Kind::enabled:
-      if (!change.enabled && !display->description.canDisable) {
+      if (!change.enabled && (!display->description.canDisable || display->alwaysMirrored)) {
         return display->description.name + " cannot be turned off";
       }
       state.enabled = change.enabled;
@@ -180,6 +180,23 @@ std::optional<std::string> WindowServer::Implementation::apply(const DisplayChan
   return std::nullopt;
 }
 
+std::optional<std::string> WindowServer::Implementation::refusalOfMirrors(const std::vector<DisplayChange>& changes,
+                                                                          const DisplayConfiguration& after) const {
+  for (const DisplayChange& change : changes) {
+    if (change.kind != DisplayChange::Kind::mirror || change.master == kCGNullDirectDisplay) continue;
+    const DisplayState& master = after.of(*server.displayWithID(change.master));
+    if (!master.isArranged()) return nameOf(change.master) + " is off and cannot be mirrored";
+    // A panel with two cables may mirror another display, as a whole; one of its cables alone may not.
+    const DisplayState& copy = after.of(*server.displayWithID(change.display));
+    const bool isWired = !copy.display->description.hardwareMirrorOf.empty() && copy.master != nullptr;
+    if (isWired && copy.master != master.display && copy.master != master.master) {
+      return nameOf(change.display) + " is wired to " + copy.display->description.hardwareMirrorOf +
+             " and cannot mirror " + nameOf(change.master);
+    }
+  }
+  return std::nullopt;
+}
+
 std::variant<DisplayConfiguration, std::string> WindowServer::Implementation::configurationAfter(
     const DisplayConfiguration& before, const std::vector<DisplayChange>& changes) const {
   DisplayConfiguration after = before;
@@ -187,13 +204,8 @@ std::variant<DisplayConfiguration, std::string> WindowServer::Implementation::co
   for (const DisplayChange& change : changes) {
     if (auto reason = apply(change, after, requests)) return std::move(*reason);
   }
-  for (const DisplayChange& change : changes) {
-    if (change.kind != DisplayChange::Kind::mirror || change.master == kCGNullDirectDisplay) continue;
-    if (!after.of(*server.displayWithID(change.master)).isArranged()) {
-      return nameOf(change.master) + " is off and cannot be mirrored";
-    }
-  }
-  after.endImpossibleMirroring();
+  after.settleMirroring();
+  if (auto reason = refusalOfMirrors(changes, after)) return std::move(*reason);
   if (before.isAnyOn() && !after.isAnyOn()) return "no display would be left on";
   settle(before, after, requests);
   return after;

@@ -83,8 +83,13 @@ WindowServer::WindowServer(const MachineDescription& machine, Journal& journal)
   for (const auto& display : displays_) {
     if (display->description.plugged) implementation_->connect(*display);
   }
+  for (const auto& display : displays_) {
+    SimulatedDisplay* const panel = displayNamed(display->description.hardwareMirrorOf);
+    if (panel != nullptr) panel->alwaysMirrored = display->alwaysMirrored = true;
+  }
   DisplayConfiguration after = implementation_->configuration();
   after.keepOneOn();
+  after.settleMirroring();
   settle(before, after, {});
   implementation_->takeEffect(after);
 }
@@ -117,6 +122,8 @@ void WindowServer::Implementation::prepare(SimulatedDisplay& display) {
   display.enabled = description.enabled;
   display.brightness = description.brightness;
   display.ddcCurrent = description.ddcCurrent;
+  display.turn = {};
+  display.hdr = false;
   display.monitor =
       std::make_shared<DdcMonitor>(description.ddc, description.edid, description.ddcMaximum, display.ddcCurrent);
   if (description.origin) display.origin = *description.origin;
@@ -156,6 +163,7 @@ void WindowServer::Implementation::disconnect(SimulatedDisplay& display) {
   withdrawServices(display);
   display.plugged = false;
   display.id = 0;
+  display.gamma = {};
 }
 
 /// The system lists displays in the order in which they were plugged in, built-in panels before all others.
@@ -174,6 +182,7 @@ std::optional<std::string> WindowServer::plug(SimulatedDisplay& display) {
   implementation_->connect(display);
   DisplayConfiguration after = implementation_->configuration();
   after.keepOneOn();
+  after.settleMirroring();
   settle(before, after, {});
   display.unnoticed = false;
   implementation_->journal.add("user: plug(" + display.description.name + ")");
@@ -189,13 +198,26 @@ std::optional<std::string> WindowServer::unplug(SimulatedDisplay& display) {
   const DisplayConfiguration before = implementation_->configuration();
   DisplayConfiguration after = before;
   after.of(display).plugged = false;
-  after.endImpossibleMirroring();
+  after.settleMirroring();
   // Without any, the Mac runs on in the dark.
   if (after.keepOneOn()) settle(before, after, {});
   implementation_->journal.add("user: unplug(" + name + ")");
   implementation_->takeEffect(after);
   implementation_->disconnect(display);
   implementation_->notify(before, after, nullptr);
+  return std::nullopt;
+}
+
+std::optional<std::string> WindowServer::turn(SimulatedDisplay& display, Turn turn, const Session* by) {
+  const std::string& name = display.description.name;
+  if (!display.plugged) return name + " is not plugged in";
+  if (!display.description.canRotate) return name + " cannot be turned";
+  const DisplayConfiguration before = implementation_->configuration();
+  DisplayConfiguration after = before;
+  after.of(display).turn = turn;
+  settle(before, after, {});
+  implementation_->takeEffect(after);
+  implementation_->notify(before, after, by);
   return std::nullopt;
 }
 
@@ -245,7 +267,7 @@ Rect WindowServer::bounds(const SimulatedDisplay& display) const {
   for (const auto& master : displays_) {
     if (display.mirrors != kCGNullDirectDisplay && master->id == display.mirrors) return bounds(*master);
   }
-  return {.origin = display.origin, .size = sizeOnDesktop(display, display.modeNumber)};
+  return {.origin = display.origin, .size = sizeOnDesktop(display, display.modeNumber, display.turn)};
 }
 
 SimulatedDisplay* WindowServer::mainDisplay() {
@@ -301,6 +323,7 @@ void WindowServer::Implementation::takeEffect(const DisplayConfiguration& config
     display.mirrors = state.master == nullptr ? kCGNullDirectDisplay : state.master->id;
     display.origin = state.origin;
     display.placed = state.placed;
+    if (std::exchange(display.turn, state.turn) != state.turn) publishTurn(display);
   }
 }
 

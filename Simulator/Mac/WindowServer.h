@@ -21,6 +21,17 @@ class Journal;
 class Registry;
 class Session;
 
+/// How a picture is turned: clockwise by 0, 90, 180 or 270 degrees, then perhaps from left to right as in a mirror.
+struct Turn {
+  std::uint32_t degrees = 0;
+  bool flipped = false;
+  friend bool operator==(const Turn&, const Turn&) = default;
+};
+/// The angle by which settings and commands know a turn: its degrees, or -1, -2, -3, -4 for the flipped 0, 180, 90 and
+/// 270. Nothing for any other angle.
+std::optional<Turn> turnOfAngle(std::int64_t angle);
+std::int32_t angleOf(const Turn& turn);
+
 /// One display of the machine, plugged or not, as it is at the moment.
 struct SimulatedDisplay {
   DisplayDescription description;
@@ -38,8 +49,8 @@ struct SimulatedDisplay {
   std::uint32_t modeNumber = 0;  ///< the current mode of `modes`
   /// Where it stands; while it is off, unplugged or a mirror, where it will come back when the place is free.
   Point origin;
-  bool placed = false;            ///< it has stood somewhere, so that `origin` means something
-  std::uint32_t rotation = 0;     ///< degrees
+  bool placed = false;  ///< it has stood somewhere, so that `origin` means something
+  Turn turn;
   CGDirectDisplayID mirrors = 0;  ///< the display whose picture it shows; 0: its own
   bool alwaysMirrored = false;    ///< one of several links to one panel: its mirror set cannot be ended
   float brightness = 0;
@@ -117,6 +128,8 @@ class WindowServer {
   /// Changes from outside of any process under test ("another program"): checked like a transaction's, the callbacks
   /// come on the next turn of the run loop. The error says why it is refused.
   std::optional<std::string> changeByAnother(const std::vector<DisplayChange>& changes);
+  /// At once, outside of any transaction. By a process, which is called back within the call; null: others turned it.
+  std::optional<std::string> turn(SimulatedDisplay& display, Turn turn, const Session* by);
   std::optional<std::string> plug(SimulatedDisplay& display);
   /// The last one, too: then no display is there, and none is the main one.
   std::optional<std::string> unplug(SimulatedDisplay& display);

@@ -68,6 +68,8 @@ struct WindowServer::Implementation {
   void disconnect(SimulatedDisplay& display);
   void publishServices(SimulatedDisplay& display);
   void withdrawServices(SimulatedDisplay& display);
+  /// Lets the frame buffer tell how the picture is turned.
+  void publishTurn(const SimulatedDisplay& display);
   void moveToEnd(const SimulatedDisplay& display);
   /// Pulls these cables out and plugs them in anew behind `change`, with the callbacks of both.
   void replug(const std::vector<SimulatedDisplay*>& displays, const std::function<void()>& change);
@@ -81,6 +83,8 @@ struct WindowServer::Implementation {
   std::optional<std::string> apply(const DisplayChange& change, DisplayConfiguration& configuration,
                                    std::vector<OriginRequest>& requests) const;
   std::optional<std::string> refusalOfMode(const DisplayChange& change, const SimulatedDisplay& display) const;
+  std::optional<std::string> refusalOfMirrors(const std::vector<DisplayChange>& changes,
+                                              const DisplayConfiguration& after) const;
 
   // Transactions.
   /// Null for one that is not open, which is then noted as a fault of whoever makes the call.

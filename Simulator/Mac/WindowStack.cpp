@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Simulator/Mac/Session.h"
+#include "Simulator/Mac/SessionPorts.h"
 #include "Simulator/Mac/SimulatedMac.h"
 
 namespace vlm::sim {
@@ -34,7 +35,9 @@ void WindowStack::addWindowsOf(const Session& session, std::vector<SimulatedWind
 std::vector<SimulatedWindow> WindowStack::frontToBack() {
   std::vector<SimulatedWindow> windows;
   const std::vector<Session*> sessions = mac_.sessions();
-  for (auto session = sessions.rbegin(); session != sessions.rend(); ++session) addWindowsOf(**session, windows);
+  for (auto session = sessions.rbegin(); session != sessions.rend(); ++session) {
+    if (!(*session)->adapters().workspace.isHidden()) addWindowsOf(**session, windows);
+  }
   std::stable_sort(windows.begin(), windows.end(), [](const auto& a, const auto& b) { return a.layer > b.layer; });
   return windows;
 }

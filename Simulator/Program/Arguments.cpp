@@ -87,6 +87,11 @@ std::optional<PointArgument> parsePoint(std::string_view text) {
   return PointArgument{.x = *x, .y = *y};
 }
 
+std::string parsePath(std::string_view text, const std::string& homeFolder) {
+  const bool isBelowHome = text.starts_with("~/");
+  return isBelowHome ? homeFolder + std::string(text.substr(1)) : std::string(text);
+}
+
 bool isBeginning(std::string_view text, std::string_view name) {
   return text.size() <= name.size() &&
          std::equal(text.begin(), text.end(), name.begin(), [](char a, char b) { return lower(a) == lower(b); });

@@ -33,6 +33,9 @@ struct PointArgument {
 };
 std::optional<PointArgument> parsePoint(std::string_view text);
 
+/// A file's path: "~/lights.scpt" begins in the home folder.
+std::string parsePath(std::string_view text, const std::string& homeFolder);
+
 /// Case and surroundings as people type them: whether `text` is `name` or its beginning, in any case of ASCII letters.
 bool isBeginning(std::string_view text, std::string_view name);
 bool isSameName(std::string_view text, std::string_view name);

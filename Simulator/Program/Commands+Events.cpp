@@ -4,6 +4,8 @@
 #include <numeric>
 
 #include "Platform/Numbers.h"
+#include "Simulator/Mac/FileLocation.h"
+#include "Simulator/Mac/IccFolders.h"
 #include "Simulator/Mac/MachineEvents.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
@@ -181,12 +183,9 @@ Outcome preset(Simulator& simulator, Arguments arguments) {
 }
 
 Outcome profile(Simulator& simulator, Arguments arguments) {
-  const bool isFactory = arguments[1] == "factory";
-  const std::string location = arguments[1].starts_with('/') ? "file://" + arguments[1] : arguments[1];
-  if (!isFactory && !location.starts_with("file:///"))
-    return Outcome::refused(quoted(arguments[1]) + " is no full path");
-  return onDisplay(simulator, arguments[0], &MachineEvents::chooseProfile,
-                   isFactory ? std::nullopt : std::optional(location));
+  std::optional<std::string> location;
+  if (arguments[1] != "factory") location = locationOfPath(profilePath(simulator.mac(), arguments[1]));
+  return onDisplay(simulator, arguments[0], &MachineEvents::chooseProfile, location);
 }
 
 Outcome power(Simulator& simulator, Arguments arguments) {
@@ -228,7 +227,7 @@ constexpr std::array kCommands{
     Command{"preset", "DISPLAY NAME", 2, 2, "another program chooses a colour preset", "preset Left \"HDR Video\"",
             preset},
     Command{"profile", "DISPLAY FILE|factory", 2, 2, "another program chooses a colour profile",
-            "profile Left /Library/ColorSync/Profiles/Warm.icc", profile},
+            "profile Left ~/Library/ColorSync/Profiles/Warm.icc", profile},
     Command{"power", "ac|battery|ups", 1, 1, "what the machine lives on from now", "power battery", power},
     Command{"answer", "keep|revert|none", 1, 1, "how the user answers questions from now", "answer keep", answer},
 };

@@ -3,6 +3,7 @@
 
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
+#include "Simulator/Mac/MachineEvents.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DaemonView.h"
 #include "Simulator/Program/Explanation.h"
@@ -10,7 +11,7 @@
 #include "Simulator/Program/Plan.h"
 #include "Simulator/Program/Simulator.h"
 
-/// What a display set is about, without applying it.
+/// What a display set is about, and applying it.
 namespace vlm::sim {
 
 namespace {
@@ -45,7 +46,26 @@ Outcome plan(Simulator& simulator, Arguments arguments) {
   });
 }
 
+Outcome apply(Simulator& simulator, Arguments arguments) {
+  Session* const session = simulator.daemon();
+  if (session == nullptr) return Outcome::refused("no daemon runs; launch-daemon starts one");
+  if (simulator.mac().events().isAsleep()) return Outcome::refused("the machine sleeps; wake it first");
+  Outcome outcome;
+  session->call([&] {
+    VLMGlobals& document = VLMGlobals::sharedInstance();
+    const auto set = setNamed(document, arguments[0]);
+    if (const auto* reason = std::get_if<std::string>(&set)) {
+      outcome = Outcome::refused(*reason);
+    } else {
+      document.applyDisplaySet(std::get<std::shared_ptr<VLMDisplaySet>>(set), true);
+    }
+  });
+  simulator.mac().turn();
+  return outcome;
+}
+
 constexpr std::array kCommands{
+    Command{"apply", "SET", 1, 1, "the user chooses a set in the daemon's menu", "apply \"As found\"", apply},
     Command{"explain", "SET", 1, 1, "why a set's mark is what it is, monitor by monitor", "explain \"As found\"",
             explain, true},
     Command{"plan", "SET", 1, 1, "what applying a set would change; changes nothing", "plan \"As found\" --json", plan,

@@ -45,7 +45,10 @@ std::string displayNotes(Simulator& simulator, const SimulatedDisplay& display) 
     add("mirrors " + (master == nullptr ? std::string("nothing") : master->description.name));
   }
   if (display.isArranged() && display.mode().scale > 1) add(shortNumber(display.mode().scale) + " pixels a point");
-  if (display.rotation != 0) add("turned by " + std::to_string(display.rotation));
+  if (display.turn != Turn{}) add(turnText(display.turn));
+  if (display.hdr) add("HDR");
+  if (display.overscan != 0) add("overscan");
+  if (display.underscan != 1) add("underscan " + shortNumber(double(display.underscan)));
   return notes;
 }
 
@@ -96,6 +99,26 @@ Outcome showPicture(Simulator& simulator, Arguments) {
   return {};
 }
 
+Outcome showDisplay(Simulator& simulator, Arguments arguments) {
+  const auto found = simulator.displayNamed(arguments[0]);
+  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
+  const plist::Dictionary view = displayView(simulator.mac(), *std::get<SimulatedDisplay*>(found));
+  if (simulator.wantsJson) return printJson(simulator, view);
+  std::vector<std::vector<std::string>> rows{{"ASPECT", "VALUE"}};
+  for (const plist::Entry& entry : view) rows.push_back({entry.key, viewText(&entry.value)});
+  print(simulator.output(), rows);
+  return {};
+}
+
+Outcome showMachine(Simulator& simulator, Arguments) {
+  const plist::Dictionary view = machineView(simulator.mac());
+  if (simulator.wantsJson) return printJson(simulator, view);
+  print(simulator.output(), {{"GREY SCALE", "DOCK", "VOLUME", "POWER"},
+                             {viewText(view.find("grayscale")), view.boolean("dockAutoHides") ? "hides" : "stays",
+                              viewText(view.find("volume")), viewText(view.find("powerSource"))}});
+  return {};
+}
+
 Outcome showDisplays(Simulator& simulator, Arguments) {
   if (simulator.wantsJson) return printJson(simulator, displaysForDaemon(simulator));
   if (simulator.output().isTerminal) printPicture(simulator);
@@ -135,6 +158,41 @@ Outcome showModes(Simulator& simulator, Arguments arguments) {
     print(output, modeRows(*record, most));
     return Outcome{};
   });
+}
+
+/// A list of the daemon's about one display: with its head, and the views' values under the keys.
+Outcome showListOf(Simulator& simulator, const std::string& displayName, plist::Array (*viewOf)(VLMDisplay&),
+                   std::vector<std::string> head, std::initializer_list<const char*> keys) {
+  const auto found = simulator.displayNamed(displayName);
+  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
+  const SimulatedDisplay& display = *std::get<SimulatedDisplay*>(found);
+  return fromDocument(simulator, [&](const VLMGlobals& document) {
+    const auto record = display.id == 0 ? nullptr : document.displayWithcgID(display.id);
+    if (!record) return Outcome::refused("the daemon does not see " + quoted(display.description.name));
+    const plist::Array view = viewOf(*record);
+    if (simulator.wantsJson) return printJson(simulator, view);
+    std::vector<std::vector<std::string>> rows{std::move(head)};
+    for (const plist::Value& one : view) {
+      rows.emplace_back();
+      for (const char* const key : keys) {
+        const plist::Value& value = *one.dictionary()->find(key);
+        const bool isQuestion = value.kind() == plist::Value::Kind::boolean;
+        rows.back().push_back(!isQuestion ? viewText(&value) : value.boolean() ? "yes" : "-");
+      }
+    }
+    print(simulator.output(), rows);
+    return Outcome{};
+  });
+}
+
+Outcome showProfiles(Simulator& simulator, Arguments arguments) {
+  return showListOf(simulator, arguments[0], profilesView, {"PROFILE", "MADE FOR IT", "IN USE", "LOCATION"},
+                    {"name", "dedicated", "current", "location"});
+}
+
+Outcome showPresets(Simulator& simulator, Arguments arguments) {
+  return showListOf(simulator, arguments[0], presetsView, {"PRESET", "INDEX", "IN USE", "UUID"},
+                    {"name", "index", "current", "uuid"});
 }
 
 Outcome showSets(Simulator& simulator, Arguments) {
@@ -191,9 +249,16 @@ Outcome say(Simulator& simulator, Arguments arguments) {
 constexpr std::array kCommands{
     Command{"show displays", "", 0, 0, "the displays: a picture at a terminal, and a table", "show displays",
             showDisplays, true},
+    Command{"show display", "DISPLAY", 1, 1, "all that there is of one display", "show display Left", showDisplay,
+            true},
+    Command{"show machine", "", 0, 0, "grey scale, Dock, volume and power source", "show machine", showMachine, true},
     Command{"show picture", "", 0, 0, "how they stand on the desktop, to scale", "show picture", showPicture, true},
     Command{"show modes", "DISPLAY [N]", 1, 2, "the modes that the daemon found for a display, or the largest N",
             "show modes Left 10", showModes, true},
+    Command{"show profiles", "DISPLAY", 1, 1, "the colour profiles that suit a display, those made for it first",
+            "show profiles Left", showProfiles, true},
+    Command{"show presets", "DISPLAY", 1, 1, "the colour presets that a display offers", "show presets Left",
+            showPresets, true},
     Command{"show sets", "", 0, 0, "the display sets, their marks and hot keys", "show sets", showSets, true},
     Command{"show settings", "[KEYPATH]", 0, 1, "the settings file on disk, or one value of it",
             "show settings displaySetsArray.0.name", showSettings, true},

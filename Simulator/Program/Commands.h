@@ -15,12 +15,16 @@ const std::vector<Command>& allCommands();
 /// The themes' own tables.
 std::span<const Command> showCommands();
 std::span<const Command> setCommands();
+std::span<const Command> setEditingCommands();
 std::span<const Command> machineCommands();
+std::span<const Command> displayCommands();
+std::span<const Command> monitorCommands();
 std::span<const Command> inputCommands();
 std::span<const Command> eventCommands();
 std::span<const Command> daemonCommands();
 std::span<const Command> settingsCommands();
 std::span<const Command> diskCommands();
+std::span<const Command> fileCommands();
 std::span<const Command> displayExpectations();
 std::span<const Command> daemonExpectations();
 

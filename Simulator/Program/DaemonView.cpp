@@ -1,7 +1,9 @@
 #include "Simulator/Program/DaemonView.h"
 
 #include <array>
+#include <utility>
 
+#include "Colour/VLMColorPreset.h"
 #include "Models/VLMGlobals.h"
 #include "Platform/Numbers.h"
 #include "Shared/Shortcuts.h"
@@ -42,12 +44,58 @@ std::string modeNotes(const VLMMode& mode) {
   if (!mode.isNative) addWord(notes, "scaled");
   if (mode.definition > 1) addWord(notes, shortNumber(mode.definition) + " pixels a point");
   if (mode.interlaced) addWord(notes, "interlaced");
+  if (mode.isVRR != 0) addWord(notes, "variable rate");
   if (!mode.isValidAct) addWord(notes, "not to be chosen");
   return notes;
 }
 
+/// What a set enforces of a monitor, by the names of the keys that tell what.
+std::vector<std::string> enforcedOf(const VLMMonitorInSet& monitor) {
+  const std::array kAspects{std::pair{"mode", monitor.hasModeSetting()},
+                            std::pair{"depth", monitor.hasDepthSetting()},
+                            std::pair{"main", monitor.isMainDisplay},
+                            std::pair{"origin", monitor.hasOrigin},
+                            std::pair{"active", monitor.hasActivity},
+                            std::pair{"orientation", monitor.hasOrientation},
+                            std::pair{"overscan", monitor.hasOverscan},
+                            std::pair{"underscan", monitor.hasUnderscan},
+                            std::pair{"hdr", monitor.hasHDR},
+                            std::pair{"colorPreset", monitor.hasColorProfile && monitor.colorPreset},
+                            std::pair{"colorProfile", monitor.hasColorProfile && monitor.colorProfile}};
+  std::vector<std::string> names;
+  for (const auto& [name, isEnforced] : kAspects) {
+    if (isEnforced) names.emplace_back(name);
+  }
+  return names;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) addWord(text, word);
+  return text.empty() ? "-" : text;
+}
+
+/// Of a display that is not there its identifier.
+std::string presetName(const std::string& identifier, const std::shared_ptr<VLMDisplay>& display) {
+  const auto preset = display ? VLMColorPreset::presetWithUUID(identifier, display) : nullptr;
+  return preset ? preset->name.value_or(identifier) : identifier;
+}
+
+/// What is not as it usually is, or enforced.
+void addPictureTexts(std::string& text, const VLMMonitorInSet& monitor, const std::shared_ptr<VLMDisplay>& display) {
+  if (monitor.hasOrientation || monitor.orientation != 0) {
+    addWord(text, "turned by " + std::to_string(monitor.orientation));
+  }
+  if (monitor.hasOverscan || monitor.inOverscan) addWord(text, monitor.inOverscan ? "overscan" : "no overscan");
+  if (monitor.hasUnderscan) addWord(text, "underscan " + shortNumber(monitor.underscan));
+  if (monitor.hasHDR || monitor.isInHDR) addWord(text, monitor.isInHDR ? "HDR" : "no HDR");
+  if (monitor.hasColorProfile && monitor.colorPreset)
+    addWord(text, "preset " + presetName(*monitor.colorPreset, display));
+  if (monitor.hasColorProfile && monitor.colorProfile) addWord(text, "profile " + *monitor.colorProfile);
+}
+
 /// What the set remembers of a monitor.
-std::string monitorText(const VLMMonitorInSet& monitor, const VLMDisplay* display) {
+std::string monitorText(const VLMMonitorInSet& monitor, const std::shared_ptr<VLMDisplay>& display) {
   std::string text;
   const auto mode = display == nullptr || !monitor.hasModeSetting()
                         ? nullptr
@@ -58,8 +106,37 @@ std::string monitorText(const VLMMonitorInSet& monitor, const VLMDisplay* displa
   addWord(text, "at (" + std::to_string(origin.h) + ", " + std::to_string(origin.v) + ")");
   if (monitor.isMainDisplay) addWord(text, "main");
   if (!monitor.isActive) addWord(text, "off");
+  addPictureTexts(text, monitor, display);
   if (!monitor.dispIsPresent) addWord(text, "not attached");
   return text;
+}
+
+std::string nameOfDisplay(const VLMGlobals& document, std::optional<std::int64_t> monitorResID) {
+  const auto display = document.extraDisplayWithID(monitorResID);
+  return display ? display->displayedName() : "unknown";
+}
+
+/// What a set says beside its monitors; empty when that is nothing.
+std::string deskText(const VLMGlobals& document, const VLMDisplaySet& set) {
+  std::string text;
+  for (const auto& [shown, shows] : set.complexMirroringSet) {
+    addWord(text, nameOfDisplay(document, shows) + " mirrors " + nameOfDisplay(document, shown));
+  }
+  if (set.hasMirroring && set.complexMirroringSet.empty()) {
+    addWord(text, set.inMirroring ? "mirroring" : "no mirroring");
+  }
+  if (set.hasGray) addWord(text, set.inGray ? "grey scale" : "no grey scale");
+  if (!set.isInMenu) addWord(text, "not in the menus");
+  if (set.theScriptBookmark) addWord(text, "script " + set.scriptBookMarkName().value_or("that is gone"));
+  if (const auto& next = set.chainedDisplaySet()) addWord(text, "then " + quoted(next->name.value_or("")));
+  return text;
+}
+
+std::vector<std::string> enforcedOfDesk(const VLMDisplaySet& set) {
+  std::vector<std::string> names;
+  if (set.hasMirroring) names.emplace_back("mirroring");
+  if (set.hasGray) names.emplace_back("grayscale");
+  return names;
 }
 
 }  // namespace
@@ -74,19 +151,26 @@ std::string markName(std::int16_t mark) {
   return index < kNames.size() ? kNames[index] : "unknown";
 }
 
-std::variant<std::shared_ptr<VLMDisplaySet>, std::string> setNamed(const VLMGlobals& document,
-                                                                   const std::string& text) {
-  DisplaySets found;
-  std::string names;
-  for (const auto& set : document.displaySetsArray) {
-    const std::string name = set->name.value_or("");
-    if (isSameName(text, name)) return set;
-    if (isBeginning(text, name)) found.push_back(set);
-    names += (names.empty() ? "" : ", ") + quoted(name);
+std::variant<std::size_t, std::string> placeOfSet(const std::vector<std::string>& names, const std::string& text) {
+  std::vector<std::size_t> found;
+  std::string list;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (isSameName(text, names[i])) return i;
+    if (isBeginning(text, names[i])) found.push_back(i);
+    list += (list.empty() ? "" : ", ") + quoted(names[i]);
   }
   if (found.size() == 1) return found.front();
   const std::string begin = found.empty() ? "there is no set " : "several sets could be ";
-  return begin + quoted(text) + (names.empty() ? "; there are none" : "; there are " + names);
+  return begin + quoted(text) + (list.empty() ? "; there are none" : "; there are " + list);
+}
+
+std::variant<std::shared_ptr<VLMDisplaySet>, std::string> setNamed(const VLMGlobals& document,
+                                                                   const std::string& text) {
+  std::vector<std::string> names;
+  for (const auto& set : document.displaySetsArray) names.push_back(set->name.value_or(""));
+  const auto place = placeOfSet(names, text);
+  if (const auto* reason = std::get_if<std::string>(&place)) return *reason;
+  return document.displaySetsArray[std::get<std::size_t>(place)];
 }
 
 std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::size_t most) {
@@ -100,19 +184,22 @@ std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::s
 }
 
 std::vector<std::vector<std::string>> setRows(VLMGlobals& document) {
-  std::vector<std::vector<std::string>> rows{{"SET", "MARK", "HOT KEY", "MONITOR", "REMEMBERS"}};
+  std::vector<std::vector<std::string>> rows{{"SET", "MARK", "HOT KEY", "MONITOR", "REMEMBERS", "ENFORCES"}};
   for (const auto& set : document.displaySetsArray) {
     std::vector<std::string> first{set->name.value_or("(no name)"), markName(document.checkMarkForSet(*set, nullptr)),
                                    shortcutText(*set)};
+    const auto add = [&](const std::string& monitor, const std::string& remembers, const std::string& enforces) {
+      std::vector<std::string> row = std::exchange(first, {"", "", ""});
+      row.insert(row.end(), {monitor, remembers, enforces});
+      rows.push_back(std::move(row));
+    };
     for (const auto& monitor : set->monitorArray) {
       const auto display = document.extraDisplayWithID(monitor->monitorResID);
-      std::vector<std::string> row = first;
-      row.push_back(display ? display->displayedName() : "unknown");
-      row.push_back(monitorText(*monitor, display.get()));
-      rows.push_back(std::move(row));
-      first = {"", "", ""};
+      add(nameOfDisplay(document, monitor->monitorResID), monitorText(*monitor, display), joined(enforcedOf(*monitor)));
     }
-    if (set->monitorArray.empty()) rows.push_back(first);
+    const std::string desk = deskText(document, *set);
+    if (!desk.empty()) add("(all)", desk, joined(enforcedOfDesk(*set)));
+    if (!first.front().empty()) rows.push_back(first);
   }
   return rows;
 }
@@ -121,23 +208,7 @@ std::vector<std::vector<std::string>> setRows(VLMGlobals& document) {
 
 namespace {
 
-/// What a set enforces of a monitor, by the names of the keys that tell what.
-plist::Array enforced(const VLMMonitorInSet& monitor) {
-  const std::array kAspects{std::pair{"mode", monitor.hasModeSetting()},
-                            std::pair{"depth", monitor.hasDepthSetting()},
-                            std::pair{"origin", monitor.hasOrigin},
-                            std::pair{"active", monitor.hasActivity},
-                            std::pair{"orientation", monitor.hasOrientation},
-                            std::pair{"overscan", monitor.hasOverscan},
-                            std::pair{"underscan", monitor.hasUnderscan},
-                            std::pair{"hdr", monitor.hasHDR},
-                            std::pair{"colorProfile", monitor.hasColorProfile}};
-  plist::Array names;
-  for (const auto& [name, isEnforced] : kAspects) {
-    if (isEnforced) names.emplace_back(name);
-  }
-  return names;
-}
+plist::Array asList(const std::vector<std::string>& names) { return {names.begin(), names.end()}; }
 
 plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const VLMDisplay* display) {
   const DisplayPosition origin = DisplayPosition::unpack(monitor.origin);
@@ -150,13 +221,22 @@ plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const VLMDisplay* 
                          {"overscan", monitor.inOverscan},
                          {"underscan", monitor.underscan},
                          {"hdr", monitor.isInHDR},
-                         {"enforces", enforced(monitor)}};
+                         {"enforces", asList(enforcedOf(monitor))}};
   if (display != nullptr) view.set("name", display->displayedName());
   if (monitor.hasModeSetting()) view.set("mode", modeView(display, monitor.modeUniqueID));
   if (monitor.hasDepthSetting()) view.set("depth", bitsOfDepth(monitor.selDepth));
   if (monitor.colorPreset) view.set("colorPreset", *monitor.colorPreset);
   if (monitor.colorProfile) view.set("colorProfile", *monitor.colorProfile);
   return view;
+}
+
+plist::Array pairsView(const VLMGlobals& document, const VLMDisplaySet& set) {
+  plist::Array pairs;
+  for (const auto& [shown, shows] : set.complexMirroringSet) {
+    pairs.emplace_back(
+        plist::Dictionary{{"shown", nameOfDisplay(document, shown)}, {"shows", nameOfDisplay(document, shows)}});
+  }
+  return pairs;
 }
 
 }  // namespace
@@ -192,6 +272,7 @@ plist::Array modesView(const VLMDisplay& display, std::size_t most) {
                                         {"current", (*mode)->isCurrent()},
                                         {"native", (*mode)->isNative},
                                         {"interlaced", (*mode)->interlaced},
+                                        {"variableRate", (*mode)->isVRR != 0},
                                         {"mayBeChosen", (*mode)->isValidAct}});
   }
   return view;
@@ -212,6 +293,10 @@ plist::Array setsView(VLMGlobals& document) {
                             {"monitors", std::move(monitors)}};
     if (set->hasMirroring) entry.set("mirroring", set->inMirroring);
     if (set->hasGray) entry.set("grayscale", set->inGray);
+    if (!set->complexMirroringSet.empty()) entry.set("mirroringPairs", pairsView(document, *set));
+    entry.set("inMenu", set->isInMenu);
+    if (const auto& next = set->chainedDisplaySet()) entry.set("chain", next->name.value_or(""));
+    if (const auto script = set->getScriptBookMarkURL()) entry.set("script", *script);
     view.emplace_back(std::move(entry));
   }
   return view;

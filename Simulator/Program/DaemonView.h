@@ -24,13 +24,16 @@ std::string markName(std::int16_t mark);
 /// there is none.
 std::variant<std::shared_ptr<VLMDisplaySet>, std::string> setNamed(const VLMGlobals& document, const std::string& text);
 
+/// The same among names: its place in the list.
+std::variant<std::size_t, std::string> placeOfSet(const std::vector<std::string>& names, const std::string& text);
+
 /// A display's modes, the largest first: `most` of them.
 std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::size_t most);
 
 /// "⌥⌘F11"; empty when the set has no hot key.
 std::string shortcutText(const VLMDisplaySet& set);
 
-/// The display sets, a row for each monitor.
+/// The display sets, a row for each monitor, and one for what a set says of all of them.
 std::vector<std::vector<std::string>> setRows(VLMGlobals& document);
 
 }  // namespace vlm::sim

@@ -36,4 +36,9 @@ std::string stateText(const SimulatedDisplay& display) {
   return display.asleep ? "asleep" : "on";
 }
 
+std::string turnText(const Turn& turn) {
+  if (turn.degrees == 0) return turn.flipped ? "flipped" : "upright";
+  return "turned by " + std::to_string(turn.degrees) + (turn.flipped ? " and flipped" : "");
+}
+
 }  // namespace vlm::sim

@@ -9,6 +9,7 @@ namespace vlm::sim {
 
 struct SimulatedDisplay;
 struct SimulatedMode;
+struct Turn;
 class WindowServer;
 
 /// What the program calls things in tables, pictures and reasons.
@@ -23,6 +24,8 @@ std::string modeText(const SimulatedMode& mode);
 std::string pointText(Point point);
 /// "on", "off" (plugged, not enabled), "asleep", "gone" (unplugged).
 std::string stateText(const SimulatedDisplay& display);
+/// "turned by 90", "turned by 180 and flipped", "upright".
+std::string turnText(const Turn& turn);
 /// At most two decimals, without trailing zeros.
 std::string shortNumber(double number);
 

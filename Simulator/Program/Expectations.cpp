@@ -3,12 +3,15 @@
 
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
+#include "Simulator/Mac/FileLocation.h"
+#include "Simulator/Mac/IccFolders.h"
 #include "Simulator/Mac/Mouse.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DaemonView.h"
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Simulator.h"
+#include "Simulator/Program/Views.h"
 
 /// Expectations of the displays and of the daemon: each holds, or says what was found instead.
 namespace vlm::sim {
@@ -62,15 +65,60 @@ Outcome expectMain(Simulator& simulator, Arguments arguments) {
   });
 }
 
+/// What a view has under a key, by the word that people have for it.
+struct Aspect {
+  std::string_view word;
+  const char* key;
+  std::string_view absent = "none";
+};
+constexpr std::array kDisplayAspects{Aspect{"rotation", "rotation"},     Aspect{"mirrors", "mirrors"},
+                                     Aspect{"brightness", "brightness"}, Aspect{"hdr", "hdr"},
+                                     Aspect{"overscan", "overscan"},     Aspect{"underscan", "underscan"},
+                                     Aspect{"preset", "colorPreset"},    Aspect{"profile", "colorProfile", "factory"}};
+constexpr std::array kMachineAspects{Aspect{"gray", "grayscale"}, Aspect{"dock", "dockAutoHides"},
+                                     Aspect{"volume", "volume"}};
+
+template <std::size_t kCount>
+const Aspect* aspectCalled(const std::string& word, const std::array<Aspect, kCount>& aspects) {
+  const auto found = std::find_if(aspects.begin(), aspects.end(), [&](const Aspect& one) { return one.word == word; });
+  return found == aspects.end() ? nullptr : &*found;
+}
+
+/// Numbers in the two decimals that they are shown with, texts and names of displays in any case of letters.
+Outcome expectAspect(const std::string& whose, const plist::Dictionary& view, const Aspect& aspect,
+                     const std::string& wanted) {
+  const plist::Value* const value = view.find(aspect.key);
+  const std::string found = value == nullptr ? std::string(aspect.absent) : viewText(value);
+  const auto number = parseReal(wanted);
+  if (isSameName(number ? shortNumber(*number) : wanted, found)) return {};
+  return Outcome::notHeld("the " + std::string(aspect.word) + " of " + whose + " is " + found);
+}
+
 Outcome expectDisplay(Simulator& simulator, Arguments arguments) {
   const std::string& wanted = arguments[1];
-  if (wanted != "on" && wanted != "off" && wanted != "gone") {
-    return Outcome::refused(quoted(wanted) + " is none of on, off, gone");
+  if (const Aspect* const aspect = aspectCalled(wanted, kDisplayAspects)) {
+    if (arguments.size() != 3) return Outcome::refused("after " + wanted + " stands a value");
+    const bool isFile = wanted == "profile" && arguments[2] != aspect->absent;
+    const std::string value = isFile ? locationOfPath(profilePath(simulator.mac(), arguments[2])) : arguments[2];
+    return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
+      return expectAspect(display.description.name, displayView(simulator.mac(), display), *aspect, value);
+    });
+  }
+  if (arguments.size() != 2 || (wanted != "on" && wanted != "off" && wanted != "gone")) {
+    return Outcome::refused(quoted(wanted) + " is none of on, off, gone, and no aspect with a value");
   }
   return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
     if (stateText(display) == wanted) return Outcome{};
     return Outcome::notHeld(quoted(display.description.name) + " is " + stateText(display));
   });
+}
+
+Outcome expectMachine(Simulator& simulator, Arguments arguments) {
+  const Aspect* const aspect = aspectCalled(arguments[0], kMachineAspects);
+  if (aspect == nullptr) return Outcome::refused(quoted(arguments[0]) + " is none of gray, dock, volume");
+  plist::Dictionary view = machineView(simulator.mac());
+  view.set("dockAutoHides", view.boolean("dockAutoHides") ? "hide" : "show");
+  return expectAspect("the machine", view, *aspect, arguments[1]);
 }
 
 Outcome expectCursor(Simulator& simulator, Arguments arguments) {
@@ -88,8 +136,12 @@ constexpr std::array kDisplayExpectations{
     Command{"expect origin", "DISPLAY X,Y", 2, 2, "its top left corner is there", "expect origin Left 1440,0",
             expectOrigin},
     Command{"expect main", "DISPLAY", 1, 1, "it is the main display", "expect main Built-in", expectMain},
-    Command{"expect display", "DISPLAY on|off|gone", 2, 2, "it is on, plugged but off, or unplugged",
-            "expect display Left gone", expectDisplay},
+    Command{"expect display",
+            "DISPLAY on|off|gone|rotation|mirrors|brightness|hdr|overscan|underscan|preset|profile [VALUE]", 2, 3,
+            "it is on, plugged but off, or unplugged; or what another aspect of it is",
+            "expect display Left rotation 90", expectDisplay},
+    Command{"expect machine", "gray|dock|volume VALUE", 2, 2, "what the grey scale, the Dock or the volume is",
+            "expect machine gray on", expectMachine},
     Command{"expect cursor", "X,Y", 1, 1, "the cursor is there", "expect cursor 0,0", expectCursor},
 };
 

@@ -17,6 +17,9 @@ namespace vlm::sim {
 
 namespace {
 
+/// Where Debian's packages of colour profiles put them.
+constexpr const char* kHostProfiles = "/usr/share/color/icc";
+
 int refuse(Output& output, const std::string& reason) {
   output.diagnostics << "velmoratix-simulator: " << reason << "\n";
   return kStatusOfWrongCall;
@@ -133,9 +136,11 @@ int runSimulator(const RunOptions& options, Output& output) {
   }
   auto machine = chosenMachine(options, scenario);
   if (const auto* reason = std::get_if<std::string>(&machine)) return refuse(output, *reason);
+  auto& description = std::get<MachineDescription>(machine);
+  description.systemProfiles = kHostProfiles;
   const SignalWatch watch;
   try {
-    Simulator simulator(std::get<MachineDescription>(std::move(machine)), options.home.value_or(""), output);
+    Simulator simulator(std::move(description), options.home.value_or(""), output);
     return playOn(simulator, options, scenario);
   } catch (const std::filesystem::filesystem_error& error) {
     return refuse(output, "the home folder cannot be used: " + error.path1().string() + ": " + error.code().message());

@@ -26,7 +26,8 @@ ProcessDescription daemonDescription(int number, const std::string& version) {
   return {.bundleIdentifier = kDaemonIdentifier,
           .name = "daemon" + suffix,
           .bundlePath = folder + kDaemonInBundle,
-          .version = version};
+          .version = version,
+          .activationPolicy = ActivationPolicy::accessory};
 }
 
 int daemonProgram(Session& session) {

@@ -34,22 +34,28 @@ void addArrangement(plist::Dictionary& view, SimulatedMac& mac, const SimulatedD
   view.set("mode", shownModeView(display.mode()));
   view.set("depth", depthOf(display.mode()));
   view.set("origin", pointView(bounds.origin.x, bounds.origin.y));
-  view.set("rotation", display.rotation);
+  view.set("rotation", angleOf(display.turn));
   const SimulatedDisplay* master = display.mirrors == 0 ? nullptr : windowServer.displayWithID(display.mirrors);
   if (master != nullptr) view.set("mirrors", master->description.name);
 }
 
 void addPicture(plist::Dictionary& view, const SimulatedDisplay& display) {
   const DisplayDescription& description = display.description;
-  view.set("brightness", display.brightness);
-  view.set("overscan", display.overscan);
-  view.set("underscan", display.underscan);
-  view.set("hdr", display.hdr);
+  if (description.systemBrightness) {
+    view.set("brightness", display.brightness);
+  } else if (description.ddc != DdcBehaviour::none) {
+    view.set("brightness", static_cast<double>(display.ddcCurrent) / description.ddcMaximum);
+  }
+  if (description.canOverscan) view.set("overscan", display.overscan != 0);
+  if (description.canUnderscan) view.set("underscan", display.underscan);
+  if (description.supportsHDR) view.set("hdr", display.hdr);
   if (display.activePreset < description.presets.size()) {
     view.set("colorPreset", description.presets[display.activePreset]);
   }
   if (display.customProfile) view.set("colorProfile", *display.customProfile);
 }
+
+}  // namespace
 
 plist::Dictionary displayView(SimulatedMac& mac, const SimulatedDisplay& display) {
   plist::Dictionary view{{"name", display.description.name}, {"uuid", display.uuid},
@@ -61,7 +67,12 @@ plist::Dictionary displayView(SimulatedMac& mac, const SimulatedDisplay& display
   return view;
 }
 
-}  // namespace
+plist::Dictionary machineView(const SimulatedMac& mac) {
+  plist::Dictionary view{{"grayscale", mac.grayscale}, {"dockAutoHides", mac.dockAutoHides}};
+  if (mac.volume) view.set("volume", *mac.volume);
+  if (mac.powerSource) view.set("powerSource", *mac.powerSource);
+  return view;
+}
 
 plist::Dictionary pointView(double x, double y) { return {{"x", x}, {"y", y}}; }
 

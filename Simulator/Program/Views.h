@@ -15,6 +15,7 @@ class VLMGlobals;
 namespace vlm::sim {
 
 class SimulatedMac;
+struct SimulatedDisplay;
 struct SimulatedMode;
 
 /// What `show` answers with --json: values whose keys stay. A key is missing where there is nothing of the kind (the
@@ -22,6 +23,9 @@ struct SimulatedMode;
 
 /// Every display of the machine, in the system's order.
 plist::Array displaysView(SimulatedMac& mac);
+plist::Dictionary displayView(SimulatedMac& mac, const SimulatedDisplay& display);
+/// What is no display's: grey scale, Dock, volume, power source.
+plist::Dictionary machineView(const SimulatedMac& mac);
 /// Adds what the daemon calls the displays that it sees and their modes: "monitorResID", and in "mode"
 /// "modeUniqueID", as messages and the settings file have them. To be called within its process.
 void addDaemonsIdentifiers(plist::Array& displays, const VLMGlobals& document);
@@ -42,6 +46,9 @@ plist::Dictionary pointView(double x, double y);
 /// The modes that the daemon found, the largest first: `most` of them.
 plist::Array modesView(const VLMDisplay& display, std::size_t most);
 plist::Array setsView(VLMGlobals& document);
+/// The colour profiles that suit a display, those made for its very model first, and its colour presets.
+plist::Array profilesView(VLMDisplay& display);
+plist::Array presetsView(VLMDisplay& display);
 /// A mode of a display, which may be null, by the identifier that sets know it by: "modeUniqueID", and "name" while
 /// the display has it.
 plist::Dictionary modeView(const VLMDisplay* display, std::uint64_t identifier);

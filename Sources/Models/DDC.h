@@ -15,7 +15,8 @@ namespace vlm {
 
 /// Class of the AV services' registry entries.
 inline constexpr const char* kAVServiceClass = "DCPAVServiceProxy";
-/// Whether this machine reaches its monitors through AV services, having no frame-buffer services.
+/// Whether this machine is one that reaches its monitors through AV services (Apple silicon), also while there is none.
+/// Asked once per process.
 bool hasAVServices();
 
 /// How the machine's frame buffers take a reply: 0 not at all, 1 simple transaction, 2 DDC/CI reply transaction.

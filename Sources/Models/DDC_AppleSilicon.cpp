@@ -66,8 +66,12 @@ AVService IOCreateAVServiceRef(CGDirectDisplayID display, plist::Data* edid,
   const bool isBuiltin = os().quartz.CGDisplayIsBuiltin(display);
   if (const auto known = cache.find(display); known != cache.end()) {
     if (AVService service = serviceOf(known->second.get(), display, isBuiltin, edid)) return service;
-    // Another monitor has been plugged in there.
-    cache.erase(known);
+    // Cables were moved, or the service was replaced. An entry that still is its display's stays: it could not be told
+    // from that of a twin.
+    std::erase_if(cache, [](const auto& cached) {
+      const auto& [owner, entry] = cached;
+      return !serviceOf(entry.get(), owner, os().quartz.CGDisplayIsBuiltin(owner), nullptr);
+    });
   }
   // Entries of displays that went are free for the next one.
   std::erase_if(cache, [](const auto& cached) { return !os().quartz.CGDisplayIsOnline(cached.first); });
@@ -106,6 +110,7 @@ std::optional<AppleSilicon::FeatureReply> AppleSilicon::readFeature(const AVServ
     os().runLoop.sleep(kBeforeReply);
     std::array<std::uint8_t, kFeatureReplyLength> reply{};
     const IOReturn read = os().monitorBus.IOAVServiceReadI2C(service.get(), kChip, kHost, reply);
+    // Meant: neither the checksum nor the code that is answered for is looked at.
     if (read == kIOReturnSuccess && reply[2] == kFeatureReplyOpcode && reply[3] == kNoError) {
       answer = FeatureReply{.maximum = reply[7], .current = reply[9]};
     }

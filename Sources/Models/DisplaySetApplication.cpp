@@ -22,12 +22,18 @@ void wakeDisplaySystem() {
 
 }  // namespace
 
-DisplaySetApplication::DisplaySetApplication(VLMGlobals& document, const VLMDisplaySet& set)
-    : document_(document), set_(set), mirroringWasOn_(document.isMirroringEnabled()) {}
+DisplaySetApplication::DisplaySetApplication(VLMGlobals& document, const VLMDisplaySet& set, bool mirroringWasOn)
+    : document_(document), set_(set), mirroringWasOn_(mirroringWasOn) {}
+
+std::shared_ptr<VLMDisplay> DisplaySetApplication::displayOf(std::optional<std::int64_t> monitorResID) const {
+  auto display = document_.displayWithID(monitorResID);
+  // Its record stays until the next look, but a change of a display that is gone spoils the whole transaction.
+  return display && os().quartz.CGDisplayIsOnline(display->cgID) ? display : nullptr;
+}
 
 void DisplaySetApplication::forEachPresent(const Step& step) const {
   for (const auto& monitor : set_.monitorArray) {
-    if (const auto display = document_.displayWithID(monitor->monitorResID)) step(*monitor, *display);
+    if (const auto display = displayOf(monitor->monitorResID)) step(*monitor, *display);
   }
 }
 
@@ -70,30 +76,39 @@ void DisplaySetApplication::turnDisplaysOn() {
 }
 
 void DisplaySetApplication::turnDisplaysOff() {
-  bool hasTurnedOff = false;
+  std::vector<VLMDisplay*> turnedOff;
   forEachPresent([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
     if (!monitor.mustBeInactive() || !document_.canDisableDisplay(display)) return;
     // A mirrored display cannot be turned off.
     if (mirroringWasOn_) endMirroring();
-    if (display.willChangeActiveIn(false)) hasTurnedOff = display.setIsActive(false, &transaction_) || hasTurnedOff;
+    if (display.willChangeActiveIn(false) && display.setIsActive(false, &transaction_)) turnedOff.push_back(&display);
   });
-  if (!hasTurnedOff) return;
-  transaction_.restart();
+  if (turnedOff.empty()) return;
+  const bool isDone = transaction_.restart();
+  // One that cannot be turned off takes the others with it: each by itself then.
+  if (!isDone && turnedOff.size() > 1) {
+    for (VLMDisplay* const display : turnedOff) {
+      if (display->setIsActive(false, &transaction_)) transaction_.restart();
+    }
+  }
   if (document_.quitDockAfterDisabling) document_.relaunchDockLater();
 }
 
 void DisplaySetApplication::endMirroring() {
   document_.setIsMirroringEnabled(false, &transaction_, false);
   transaction_.restart();
+  hasEndedMirroring_ = true;
 }
 
 void DisplaySetApplication::setMirroring() {
-  if (set_.hasMirroring) document_.setIsMirroringEnabled(set_.inMirroring, &transaction_, false);
+  // Pairs that were recorded, and are not enforced, are left alone like everything else of that kind.
+  if (!set_.hasMirroring) return;
+  document_.setIsMirroringEnabled(set_.inMirroring, &transaction_, false);
   // What follows is held against the state that the system answers: mirroring that was ended has to be over by then.
-  if (set_.hasMirroring && !set_.inMirroring && mirroringWasOn_) transaction_.restart();
+  if (!set_.inMirroring && mirroringWasOn_ && !hasEndedMirroring_) transaction_.restart();
   for (const auto& [shown, shows] : set_.complexMirroringSet) {
-    const auto a = document_.displayWithID(shown);
-    const auto b = document_.displayWithID(shows);
+    const auto a = displayOf(shown);
+    const auto b = displayOf(shows);
     if (a && b) a->setMirroringWith(*b, true, &transaction_);
   }
 }
@@ -104,17 +119,37 @@ void DisplaySetApplication::setOrientations() {
   });
 }
 
+bool DisplaySetApplication::isCopy(const VLMDisplay& display) const {
+  if (!set_.usesMirroring()) return false;
+  if (set_.inMirroring) return !document_.isFirstActive(display);
+  return std::any_of(set_.complexMirroringSet.begin(), set_.complexMirroringSet.end(),
+                     [&](const auto& pair) { return pair.second == display.monitorResID; });
+}
+
 void DisplaySetApplication::setModesAndDepths() {
-  forEachPresentAndOn([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
-    std::shared_ptr<VLMMode> mode;
-    // Negative as a signed number: no mode is asked for.
-    if (static_cast<std::int64_t>(monitor.modeUniqueID) >= 0) {
-      mode = display.validModeWithUniqueID(truncateTo<std::uint32_t>(monitor.modeUniqueID));
-    }
-    std::optional<std::int64_t> depth;
-    if (monitor.hasDepthSetting()) depth = static_cast<std::int64_t>(monitor.selDepth);
-    if (mode || depth) display.setDisplayMode(mode, depth, set_.hasMirroring, false, &transaction_, true);
-  });
+  // Turning displays on and off, and ending mirroring, may have changed them.
+  document_.updateCurrentModes();
+  // A display that shows another one's picture becomes the one that is shown for as long as its mode is set. Those that
+  // are to be shown come last, and stay it.
+  for (const bool copies : {true, false}) {
+    forEachPresentAndOn([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
+      if (isCopy(display) == copies) setModeAndDepth(monitor, display);
+    });
+  }
+  // One that is to be shown, but has no mode of its own in the set, has not become it again.
+  const bool isShown = !set_.hasMirroring || !set_.inMirroring || document_.isFirstActiveShown();
+  if (!isShown) document_.setIsMirroringEnabled(true, &transaction_, false);
+}
+
+void DisplaySetApplication::setModeAndDepth(const VLMMonitorInSet& monitor, VLMDisplay& display) {
+  std::shared_ptr<VLMMode> mode;
+  // Negative as a signed number: no mode is asked for.
+  if (static_cast<std::int64_t>(monitor.modeUniqueID) >= 0) {
+    mode = display.validModeWithUniqueID(truncateTo<std::uint32_t>(monitor.modeUniqueID));
+  }
+  std::optional<std::int64_t> depth;
+  if (monitor.hasDepthSetting()) depth = static_cast<std::int64_t>(monitor.selDepth);
+  if (mode || depth) display.setDisplayMode(mode, depth, set_.hasMirroring, false, &transaction_, true);
 }
 
 void DisplaySetApplication::findMainMonitor() {
@@ -135,15 +170,16 @@ void DisplaySetApplication::endMirroringForPositions() {
 
 void DisplaySetApplication::readPositions() {
   for (const auto& monitor : set_.monitorArray) {
-    const auto display = document_.displayWithID(monitor->monitorResID);
-    places_.push_back({.position = display ? display->displayPosition() : DisplayPosition{}, .isMarked = false});
+    const auto display = displayOf(monitor->monitorResID);
+    places_.push_back({.position = display ? display->displayPosition() : DisplayPosition{}});
   }
 }
 
 void DisplaySetApplication::moveMainToOrigin() {
   if (!mainMonitor_) return;
-  const auto main = document_.displayWithID(mainMonitor_->monitorResID);
-  if (!main) return;
+  const auto main = displayOf(mainMonitor_->monitorResID);
+  // One that is off has no place that the others could be moved by; they would lose their main display for nothing.
+  if (!main || !main->isActive()) return;
   const DisplayPosition shift = main->displayPosition();
   for (Place& place : places_) {
     place.position.v = truncateTo<std::int16_t>(place.position.v - shift.v);
@@ -155,17 +191,32 @@ void DisplaySetApplication::moveMainToOrigin() {
 void DisplaySetApplication::takeStoredOrigins() {
   for (std::size_t i = 0; i < places_.size(); ++i) {
     const VLMMonitorInSet& monitor = *set_.monitorArray[i];
-    if (!monitor.hasOrigin || !document_.displayWithID(monitor.monitorResID)) continue;
-    places_[i] = {.position = DisplayPosition::unpack(monitor.origin), .isMarked = true};
+    if (!monitor.hasOrigin || !displayOf(monitor.monitorResID)) continue;
+    places_[i] = {.position = DisplayPosition::unpack(monitor.origin), .isMarked = true, .isStored = true};
   }
 }
 
 void DisplaySetApplication::setPositions() {
+  bool isAnyMoved = false;
+  forEachPlaced([&](VLMDisplay& display, const Place& place) {
+    isAnyMoved = isAnyMoved || display.willChangePosition(place.position);
+  });
+  if (!isAnyMoved) return;
+  forEachPlaced([&](VLMDisplay& display, const Place& place) {
+    if (display.willChangePosition(place.position)) {
+      display.setDisplayPositionTo(place.position, &transaction_);
+    } else if (place.isStored) {
+      // It stands well, but others move: the system would push it out of their way.
+      os().quartz.CGSConfigureDisplayOrigin(transaction_.config(), display.cgID, place.position.h, place.position.v);
+    }
+  });
+}
+
+void DisplaySetApplication::forEachPlaced(const std::function<void(VLMDisplay&, const Place&)>& step) const {
   for (std::size_t i = 0; i < places_.size(); ++i) {
     const VLMMonitorInSet& monitor = *set_.monitorArray[i];
-    const auto display = document_.displayWithID(monitor.monitorResID);
-    if (!display || !places_[i].isMarked || monitor.mustBeInactive()) continue;
-    display->setDisplayPositionTo(places_[i].position, &transaction_);
+    const auto display = displayOf(monitor.monitorResID);
+    if (display && places_[i].isMarked && !monitor.mustBeInactive()) step(*display, places_[i]);
   }
 }
 
@@ -182,9 +233,11 @@ void DisplaySetApplication::setPictureOptions() {
   forEachPresentAndOn([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
     if (!monitor.hasColorProfile) return;
     if (display.hasDisplayPresets() && monitor.colorPreset) {
-      if (const auto index = presetIndexWithUUID(*monitor.colorPreset, display)) display.setDisplayPreset(*index);
+      const auto preset = VLMColorPreset::presetWithUUID(*monitor.colorPreset, display.shared_from_this());
+      if (preset) display.setDisplayPreset(preset->index);
     }
-    if (monitor.colorProfile) display.setDisplayProfile(monitor.colorProfile);
+    // One that is in use already may be the factory's, which is not to become the user's choice.
+    if (!display.willSetDisplayProfile(monitor.colorProfile)) display.setDisplayProfile(monitor.colorProfile);
   });
   if (set_.hasGray) document_.setIsGrayEnabled(set_.inGray);
 }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "Models/DisplayTransaction.h"
@@ -16,13 +17,22 @@ class VLMGlobals;
 /// their order.
 class DisplaySetApplication {
  public:
-  DisplaySetApplication(VLMGlobals& document, const VLMDisplaySet& set);
+  /// `mirroringWasOn`: when the set was asked for.
+  DisplaySetApplication(VLMGlobals& document, const VLMDisplaySet& set, bool mirroringWasOn);
 
   void run();
 
  private:
   using Step = std::function<void(const VLMMonitorInSet&, VLMDisplay&)>;
+  /// A monitor's place in the table of positions, and whether it is to be set.
+  struct Place {
+    DisplayPosition position;
+    bool isMarked = false;
+    bool isStored = false;  ///< the set's own
+  };
 
+  /// The attached display of that identifier, when it is really there.
+  std::shared_ptr<VLMDisplay> displayOf(std::optional<std::int64_t> monitorResID) const;
   /// For every monitor of the set whose display is attached.
   void forEachPresent(const Step& step) const;
   /// The same, but for those that the set wants off.
@@ -33,24 +43,24 @@ class DisplaySetApplication {
   void setMirroring();
   void setOrientations();
   void setModesAndDepths();
+  void setModeAndDepth(const VLMMonitorInSet& monitor, VLMDisplay& display);
+  /// Whether the set makes the display show another one's picture.
+  bool isCopy(const VLMDisplay& display) const;
   void findMainMonitor();
   void endMirroringForPositions();
   void readPositions();
   void moveMainToOrigin();
   void takeStoredOrigins();
   void setPositions();
+  /// For every attached display with a place that is to be set, but for those that the set wants off.
+  void forEachPlaced(const std::function<void(VLMDisplay&, const Place&)>& step) const;
   void setPictureOptions();
   void endMirroring();
-
-  /// A monitor's place in the table of positions, and whether it is to be set.
-  struct Place {
-    DisplayPosition position;
-    bool isMarked = false;
-  };
 
   VLMGlobals& document_;
   const VLMDisplaySet& set_;
   bool mirroringWasOn_;
+  bool hasEndedMirroring_ = false;
   DisplayTransaction transaction_;
   std::shared_ptr<VLMMonitorInSet> mainMonitor_;
   std::vector<Place> places_;

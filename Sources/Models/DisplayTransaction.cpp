@@ -1,6 +1,7 @@
 #include "Models/DisplayTransaction.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "Platform/Process.h"
@@ -26,25 +27,30 @@ DisplayTransaction::~DisplayTransaction() {
   open.erase(std::remove(open.begin(), open.end(), this), open.end());
 }
 
-void DisplayTransaction::complete() {
-  if (config_ == nullptr) return;
+bool DisplayTransaction::complete() {
+  if (config_ == nullptr) return true;
   // Completing calls back into this process, where the transaction must not be used any more.
   const CGDisplayConfigRef config = config_;
   config_ = nullptr;
-  os().quartz.CGCompleteDisplayConfiguration(config, kCGConfigurePermanently);
+  const bool isDone = os().quartz.CGCompleteDisplayConfiguration(config, kCGConfigurePermanently) == kCGErrorSuccess;
   // From here on the system itself knows; what it refused is not going to happen.
-  goingOff_.clear();
+  const auto goingOff = std::exchange(goingOff_, {});
   goingOn_.clear();
+  for (const auto& [display, ifRefused] : goingOff) {
+    if (!isDone && ifRefused) ifRefused();
+  }
+  return isDone;
 }
 
-void DisplayTransaction::restart() {
-  complete();
+bool DisplayTransaction::restart() {
+  const bool isDone = complete();
   config_ = os().quartz.CGBeginDisplayConfiguration();
+  return isDone;
 }
 
-void DisplayTransaction::willTurnOff(CGDirectDisplayID display) {
+void DisplayTransaction::willTurnOff(CGDirectDisplayID display, std::function<void()> ifRefused) {
   goingOn_.erase(display);
-  if (config_ != nullptr) goingOff_.insert(display);
+  if (config_ != nullptr) goingOff_[display] = std::move(ifRefused);
 }
 
 void DisplayTransaction::willTurnOn(CGDirectDisplayID display) {

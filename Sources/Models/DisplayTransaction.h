@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <set>
 
 #include "Platform/Quartz.h"
@@ -18,12 +20,14 @@ class DisplayTransaction {
 
   /// Null once it has been completed.
   CGDisplayConfigRef config() const { return config_; }
-  void complete();
+  /// False when the system refused the changes.
+  bool complete();
   /// Completes and opens a new one, for changes that build on those made so far.
-  void restart();
+  bool restart();
 
   /// Displays that this transaction will turn off or on once it completes: the system still answers the old state.
-  void willTurnOff(CGDirectDisplayID display);
+  /// `ifRefused` is called when the system refuses it, and with it everything else in the transaction.
+  void willTurnOff(CGDirectDisplayID display, std::function<void()> ifRefused = {});
   void willTurnOn(CGDirectDisplayID display);
   /// Whether a transaction that is open in this process turns the display off, or on, when it completes.
   static bool isGoingOff(CGDirectDisplayID display);
@@ -31,7 +35,8 @@ class DisplayTransaction {
 
  private:
   CGDisplayConfigRef config_ = nullptr;
-  std::set<CGDirectDisplayID> goingOff_, goingOn_;
+  std::map<CGDirectDisplayID, std::function<void()>> goingOff_;
+  std::set<CGDirectDisplayID> goingOn_;
 };
 
 /// The transaction given, or one of the setter's own that completes when this goes.

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <map>
+#include <set>
 
 #include "Models/VLMChangeRecorder.h"
 #include "Models/VLMDisplay.h"
@@ -18,8 +19,6 @@ constexpr float kSavedBrightnessOffset = 1.0F;
 constexpr float kMostForDisplayServices = 2.0F;
 /// DDC/CI maximum of monitors in general, for one that has not told its own.
 constexpr float kUsualMaxBrightness = 100.0F;
-/// A display that comes or goes takes about this long to settle, seconds.
-constexpr double kDockRelaunchDelay = 1.0;
 
 /// The transfer formula kept last. There is one for all displays, and it is the identity until one has been kept.
 struct KeptGamma {
@@ -31,9 +30,16 @@ struct PendingDarkenings {
   std::map<CGDirectDisplayID, RunLoopToken> performs;
 };
 
+/// Displays, by `monitorResID`, that were made dark when they were turned off.
+struct DarkDisplays {
+  std::set<std::int64_t> monitors;
+};
+
 void keepGammaOf(CGDirectDisplayID display) {
   const auto formula = os().quartz.CGGetDisplayTransferByFormula(display);
-  if (formula) Process::current().state<KeptGamma>().formula = *formula;
+  // A picture that is dark already has nothing that anybody would want back.
+  const bool isDark = formula && formula->redMax == 0 && formula->greenMax == 0 && formula->blueMax == 0;
+  if (formula && !isDark) Process::current().state<KeptGamma>().formula = *formula;
 }
 
 void setGammaOf(CGDirectDisplayID display, float factor) {
@@ -57,6 +63,8 @@ void darkenAfterDelay(CGDirectDisplayID display, double delay) {
   cancelDarkening(display);
   const RunLoopToken perform = os().runLoop.performAfterDelay(delay, [display] {
     Process::current().state<PendingDarkenings>().performs.erase(display);
+    // Somebody has lit it meanwhile; it may be the only one that its user has.
+    if (os().quartz.CGDisplayIsActive(display) || os().quartz.CGDisplayIsInMirrorSet(display)) return;
     keepGammaOf(display);
     setGammaOf(display, 0);
   });
@@ -97,31 +105,52 @@ bool VLMDisplay::setIsActive(bool active, DisplayTransaction* transaction) {
 
   changes.completeWhenOwn();
   if (active ? container->quitsDockAfterEnabling() : container->quitsDockAfterDisabling()) {
-    os().runLoop.performAfterDelay(kDockRelaunchDelay, [document = container] { document->relaunchDock(); });
+    container->relaunchDockLater();
   }
   return true;
 }
 
 void VLMDisplay::turnOffIn(DisplayTransaction& transaction) {
   os().quartz.CGSConfigureDisplayEnabled(transaction.config(), cgID, false);
-  transaction.willTurnOff(cgID);
+  transaction.willTurnOff(cgID, [display = weak_from_this()] {
+    const auto record = display.lock();
+    if (record == nullptr) return;
+    record->isEnabled = true;
+    record->relightWhenActive();
+  });
   // Takes the cursor off the display that goes.
   os().quartz.CGDisplayShowCursor(kCGNullDirectDisplay);
-  if (useBrightness) {
-    savedBrightness = readBrightness() + kSavedBrightnessOffset;
-    setBrightness(0);
-  }
+  auto& dark = Process::current().state<DarkDisplays>().monitors;
+  if (useBrightness || useGamma) dark.insert(monitorResID.value_or(kUnmatchedResID));
+  if (useBrightness) turnBrightnessDown();
   if (useGamma) darkenAfterDelay(cgID, static_cast<double>(gammaDelay));
   if (systemVersion() >= kSystem10_9 && !os().quartz.CGDisplayIsBuiltin(cgID) && container->forcesSleepAfterDisable()) {
     requestIdle();
   }
 }
 
+void VLMDisplay::turnBrightnessDown() {
+  const float now = readBrightness();
+  // One that cannot be read could not be brought back; of one that is dark already the brightness of before counts.
+  if (now < 0 || (now == 0 && savedBrightness != 0)) return;
+  savedBrightness = now + kSavedBrightnessOffset;
+  setBrightness(0);
+}
+
 void VLMDisplay::turnOnIn(DisplayTransaction& transaction) {
   os().quartz.CGSConfigureDisplayEnabled(transaction.config(), cgID, true);
   transaction.willTurnOn(cgID);
+  Process::current().state<DarkDisplays>().monitors.erase(monitorResID.value_or(kUnmatchedResID));
   if (savedBrightness != 0 && useBrightness) setBrightness(savedBrightness - kSavedBrightnessOffset);
   if (useGamma) setGamma(1.0F, &transaction);
+}
+
+void VLMDisplay::relightWhenActive() {
+  auto& dark = Process::current().state<DarkDisplays>().monitors;
+  if (!os().quartz.CGDisplayIsActive(cgID) || dark.erase(monitorResID.value_or(kUnmatchedResID)) == 0) return;
+  cancelDarkening(cgID);
+  if (savedBrightness != 0 && useBrightness) setBrightness(savedBrightness - kSavedBrightnessOffset);
+  if (useGamma) setGammaOf(cgID, 1.0F);
 }
 
 void VLMDisplay::keepGamma() { keepGammaOf(cgID); }

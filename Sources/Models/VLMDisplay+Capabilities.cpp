@@ -1,5 +1,6 @@
 #include <array>
 
+#include "Models/DDC.h"
 #include "Models/VLMDisplay.h"
 #include "Platform/Process.h"
 #include "Platform/SkyLight.h"
@@ -32,6 +33,12 @@ bool hasParameter(io_service_t frameBuffer, const char* parameter) {
   return frameBuffer != 0 && os().registry.IODisplayGetFloatParameter(frameBuffer, parameter).has_value();
 }
 
+/// Apple silicon has no frame buffers to ask for their wires: there the monitor must have a service of its own.
+bool hasAVService(const VLMDisplay& display) {
+  if (display.container == nullptr || os().quartz.CGDisplayIsBuiltin(display.cgID)) return false;
+  return static_cast<bool>(IOCreateAVServiceRef(display.cgID, nullptr, display.container->ioServicesCached()));
+}
+
 }  // namespace
 
 bool VLMDisplay::doesSupportRotating() const {
@@ -61,7 +68,7 @@ bool VLMDisplay::doesSupportDisabling() const {
 
 std::int32_t VLMDisplay::brightnessMethod() {
   if (os().skyLight.DisplayServicesCanChangeBrightness(cgID).value_or(false)) return kBrightnessThroughSystem;
-  if (!canUseDDC()) return kNoBrightness;
+  if (!canUseDDC() && !hasAVService(*this)) return kNoBrightness;
   // A monitor that is silent at this moment (it may be off) can still be set: its maximum stays 0, unknown.
   DDCCommand command{kBrightnessCode, 0, 0, 0};
   if (readDDCCommand(command)) maxBrightness = command[2] != 0 ? command[2] : kUsualMaxBrightness;

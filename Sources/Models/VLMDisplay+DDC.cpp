@@ -7,6 +7,7 @@
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
 #include "Platform/RunLoop.h"
+#include "Platform/System.h"
 
 namespace vlm {
 
@@ -35,10 +36,13 @@ constexpr std::uint8_t kBrightnessCode = 0x10;
 constexpr std::uint8_t kUsualMaximum = 0x64;
 constexpr float kBrightnessWithoutAnswer = 0.5F;
 
-/// One lock a display, made when the display is first spoken to.
+/// One lock a display, made when the display is first spoken to. It stays for as long as the process runs, also when
+/// the display is gone: somebody may be holding it, and a monitor that comes back finds its own. A monitor may get
+/// another number each time it is plugged in, so that their number has no bound; each is some ten words long.
 struct DisplayQueue {
   struct Pair {
-    CGDirectDisplayID display = 0;
+    explicit Pair(CGDirectDisplayID owner) : display(owner) {}
+    const CGDirectDisplayID display;
     std::mutex lock;
   };
   std::list<Pair> pairs;
@@ -46,12 +50,13 @@ struct DisplayQueue {
   std::mutex& lockOf(CGDirectDisplayID display) {
     const auto known =
         std::find_if(pairs.begin(), pairs.end(), [&](const Pair& pair) { return pair.display == display; });
-    if (known != pairs.end()) return known->lock;
-    // A monitor gets another number each time it is plugged in: those that are gone would gather for ever.
-    pairs.remove_if([](const Pair& pair) { return !os().quartz.CGDisplayIsOnline(pair.display); });
-    pairs.emplace_back().display = display;
-    return pairs.back().lock;
+    return known != pairs.end() ? known->lock : pairs.emplace_back(display).lock;
   }
+};
+
+/// Goes by the machine: services come and go with the monitors. The name is known on Apple silicon alone.
+struct Transport {
+  bool isAVService = os().system.sysctlbyname("hw.optional.arm64") == 1;
 };
 
 std::uint8_t checksumOf(std::span<const std::uint8_t> bytes, std::uint8_t start) {
@@ -128,10 +133,7 @@ bool sendOnBus(io_service_t frameBuffer, std::uint32_t bus, IOI2CRequest& reques
 
 }  // namespace
 
-bool hasAVServices() {
-  const IOObject services = os().registry.IOServiceGetMatchingServices(kAVServiceClass);
-  return services && os().registry.IOIteratorNext(services);
-}
+bool hasAVServices() { return Process::current().state<Transport>().isAVService; }
 
 std::uint32_t SupportedTransactionType() {
   const IOObject services = os().registry.IOServiceGetMatchingServices("IOFramebufferI2CInterface");
@@ -156,9 +158,7 @@ bool DisplayRequest_Intel(CGDirectDisplayID display, IOI2CRequest& request) {
 }
 
 bool VLMDisplay::canUseDDC() const {
-  if (os().quartz.CGDisplayIsBuiltin(cgID)) return false;
-  if (!hasAVServices()) return SupportedTransactionType() != kNoTransaction;
-  return container != nullptr && static_cast<bool>(IOCreateAVServiceRef(cgID, nullptr, container->ioServicesCached()));
+  return !os().quartz.CGDisplayIsBuiltin(cgID) && SupportedTransactionType() != kNoTransaction;
 }
 
 bool VLMDisplay::writeDDCCommand(const DDCCommand& command) {

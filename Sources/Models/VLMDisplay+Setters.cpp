@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include "Models/VLMDisplay.h"
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
@@ -121,15 +119,20 @@ void VLMDisplay::setMirroringWith(VLMDisplay& other, bool value, DisplayTransact
   os().quartz.CGConfigureDisplayMirrorOfDisplay(changes->config(), other.cgID, value ? cgID : kCGNullDirectDisplay);
 }
 
-bool VLMDisplay::willChangeOverscanIn(bool overscan) const { return isInOverscan() == overscan; }
-
-bool VLMDisplay::willChangeUnderscanIn(float value) const { return std::fabs(underscanValue() - value) < 0.01F; }
-
-bool VLMDisplay::willChangeHDRIn(bool hdr) const {
-  return systemVersion() >= kSystem11 && doesSupportHDR() && isInHDR() == hdr;
+void VLMDisplay::setToggleMirroringWith(VLMDisplay& other, DisplayTransaction* transaction) {
+  JoinedTransaction changes(transaction);
+  if (!isMirroring(other)) {
+    os().quartz.CGConfigureDisplayMirrorOfDisplay(changes->config(), other.cgID, cgID);
+    return;
+  }
+  bool hasTurnedOn = false;
+  for (VLMDisplay* const display : {this, &other}) {
+    if (!display->isActive()) hasTurnedOn = display->setIsActive(true, &*changes) || hasTurnedOn;
+  }
+  if (hasTurnedOn) changes->restart();
+  if (hasTurnedOn && container->quitsDockAfterEnabling()) container->relaunchDockLater();
+  os().quartz.CGConfigureDisplayMirrorOfDisplay(changes->config(), other.cgID, kCGNullDirectDisplay);
 }
-
-bool VLMDisplay::willChangeOrientationIn(std::int32_t angle) const { return canRotate && orientation() != angle; }
 
 bool VLMDisplay::willSetMirroringWith(const VLMDisplay& other, bool value) const { return isMirroring(other) == value; }
 

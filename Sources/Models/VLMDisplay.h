@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -18,10 +19,13 @@
 
 namespace vlm {
 
+class VLMColorPreset;
+class VLMColorProfile;
+
 /// One monitor: who it is, what it can do, its modes, how it is and was configured, and the user's options for it. The
 /// document keeps records of the monitors attached now and of those known from earlier; records are replaced by every
 /// rebuild, so nothing keeps a bare pointer to one across a turn of the run loop.
-class VLMDisplay {
+class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
  public:
   using Modes = std::vector<std::shared_ptr<VLMMode>>;
 
@@ -253,6 +257,9 @@ class VLMDisplay {
 
   /// Whether it acted.
   bool setIsActive(bool active, DisplayTransaction* transaction);
+  /// Brings back the brightness and gamma of a display that was made dark as it was turned off, and that is on:
+  /// somebody else has lit it, or turning it off was refused.
+  void relightWhenActive();
   void setDisplayPositionTo(DisplayPosition position, DisplayTransaction* transaction);
   /// No mode: keeps the mode. No depth: nothing but the mode's own rule for depth 0. Nothing at all without both.
   void setDisplayMode(const std::shared_ptr<VLMMode>& mode, std::optional<std::int64_t> depth, bool force, bool warning,
@@ -269,13 +276,21 @@ class VLMDisplay {
   void setUnderscan(float value, DisplayTransaction* transaction);
   void setHDR(bool hdr, DisplayTransaction* transaction);
   void setOrientation(std::int32_t angle, DisplayTransaction* transaction);
+  bool willToggleMirroringWith(const VLMDisplay& /*other*/) const { return true; }
   void setMirroringWith(VLMDisplay& other, bool value, DisplayTransaction* transaction);
+  void setToggleMirroringWith(VLMDisplay& other, DisplayTransaction* transaction);
 
   // --- Colour ---
 
   bool hasDisplayPresets() const;
   std::optional<std::string> currentColorPresetUUID() const;
+  /// A file URL, as in `currentProfile` and wherever a profile is named.
   std::optional<std::string> currentColorProfileURL() const;
+  /// The profiles for displays: those made for this very model, and the others, each sorted by name.
+  std::array<std::vector<std::shared_ptr<VLMColorProfile>>, 2> colorProfilesForThisDisp();
+  std::vector<std::shared_ptr<VLMColorPreset>> allColorPresetsForThisDisp();
+  bool willSetDisplayProfile(const std::optional<std::string>& url) const;
+  bool willSetDisplayPreset(std::int32_t index) const;
   void setDisplayProfile(const std::optional<std::string>& url);
   void setDisplayPreset(std::int32_t index);
 
@@ -304,6 +319,7 @@ class VLMDisplay {
   std::string nameFromAVService() const;
   void turnOnIn(DisplayTransaction& transaction);
   void turnOffIn(DisplayTransaction& transaction);
+  void turnBrightnessDown();
 
   bool isDirty_ = false;
   bool isDirtyStandardMenu_ = false;

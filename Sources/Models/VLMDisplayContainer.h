@@ -22,7 +22,8 @@ class VLMDisplayContainer {
   virtual const std::vector<std::shared_ptr<VLMDisplay>>& attachedDisplays() const = 0;
   /// Whether turning this display off leaves one on. Displays that the open transaction turns off count as off.
   virtual bool canDisableDisplay(const VLMDisplay& display) const = 0;
-  virtual void relaunchDock() = 0;
+  /// A second later, when the displays have settled.
+  virtual void relaunchDockLater() = 0;
   /// Remembers that the daemon itself is switching displays on or off, so that the check loop accepts it.
   virtual void markActivityChangeOriginatedFromMe() = 0;
   /// Options of the document that switching a display on or off heeds.

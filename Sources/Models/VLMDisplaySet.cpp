@@ -5,6 +5,8 @@
 #include <numeric>
 
 #include "Models/VLMDisplay.h"
+#include "Models/VLMGlobals.h"
+#include "Shared/UpperCase.h"
 
 namespace vlm {
 
@@ -69,8 +71,43 @@ std::shared_ptr<VLMDisplaySet> findSetByUniqueID(const DisplaySets& sets, std::o
   return found == sets.end() ? nullptr : *found;
 }
 
-void VLMDisplaySet::executeScript() const {
-  // Resolves the bookmark and runs the script file, once bookmarks can be resolved.
+VLMDisplaySet::~VLMDisplaySet() { setChainedDisplaySet(nullptr); }
+
+std::shared_ptr<VLMDisplaySet> VLMDisplaySet::setWithSet(const VLMDisplaySet& set) {
+  std::shared_ptr<VLMDisplaySet> copy(new VLMDisplaySet(set));
+  copy->nbUsers = 0;
+  // Once more, so that the chained set counts it.
+  copy->chainedDisplaySet_.reset();
+  copy->setChainedDisplaySet(set.chainedDisplaySet_);
+  for (auto& monitor : copy->monitorArray) {
+    monitor = monitor->deepCopy();
+    monitor->container = copy.get();
+  }
+  return copy;
+}
+
+std::shared_ptr<VLMDisplaySet> VLMDisplaySet::duplicate() const {
+  auto copy = deepCopy();
+  copy->uniqueID.reset();
+  copy->keyCode = kNoHotKey;
+  copy->menuOrder = kNotYetPlaced;
+  copy->lastExecutedDate.reset();
+  return copy;
+}
+
+bool VLMDisplaySet::usesUnattachedMonitorsWithPrefs(const VLMGlobals& document) const {
+  return std::any_of(monitorArray.begin(), monitorArray.end(), [&](const auto& monitor) {
+    const bool isConcerned = monitor->hasActivity || monitor->hasADisplaySetting(nullptr, true);
+    return isConcerned && document.displayWithID(monitor->monitorResID) == nullptr;
+  });
+}
+
+std::string VLMDisplaySet::inMenuNameWithString(const std::string& string, std::uint32_t flags,
+                                                std::size_t& width) const {
+  const std::string title = name.value_or(std::string());
+  width = lengthInUTF16(title);
+  const bool hasString = (flags & kMenuNameWithString) != 0 && !string.empty();
+  return hasString ? title + "\t" + string : title;
 }
 
 }  // namespace vlm

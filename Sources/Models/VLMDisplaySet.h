@@ -33,6 +33,14 @@ class ComplexMirroringSet {
   std::vector<Pair> pairs_;
 };
 
+/// Aspects that a set may enforce of every display, and of the desk as a whole: an OR of these bits.
+namespace DisplaySetOption {
+constexpr std::uint32_t mode = 1U << 0, depth = 1U << 1, origin = 1U << 2, orientation = 1U << 3, activity = 1U << 4,
+                        overscan = 1U << 5, underscan = 1U << 6, hdr = 1U << 7, colour = 1U << 8, mirroring = 1U << 9,
+                        gray = 1U << 10;
+constexpr std::uint32_t all = (1U << 11) - 1;
+}  // namespace DisplaySetOption
+
 /// A saved configuration of the displays. It records what was, and enforces only the aspects whose has-flag is set;
 /// mode and depth are enforced unless they are kNoSetting.
 class VLMDisplaySet {
@@ -44,8 +52,28 @@ class VLMDisplaySet {
   /// Records the state of all attached displays. The caller gives it its `uniqueID` and container.
   static std::shared_ptr<VLMDisplaySet> initWithDisplays(const std::vector<std::shared_ptr<VLMDisplay>>& displays,
                                                          const VLMGlobals& document);
+  /// The same, enforcing these aspects alone (DisplaySetOption): mode and depth are left out unless they are among
+  /// them.
+  static std::shared_ptr<VLMDisplaySet> initWithDisplays(const std::vector<std::shared_ptr<VLMDisplay>>& displays,
+                                                         std::uint32_t options, const VLMGlobals& document);
+  /// What an application finds when it starts, to be put back when it quits: all of it is enforced, of each display
+  /// what it can do. Named after the application.
+  static std::shared_ptr<VLMDisplaySet> initForApplicSaving(const std::string& identifier,
+                                                            const std::vector<std::shared_ptr<VLMDisplay>>& displays,
+                                                            const VLMGlobals& document);
+  /// One to keep a desktop's layout by: it enforces nothing but the arrangement and the modes that the layout goes
+  /// with.
+  static std::shared_ptr<VLMDisplaySet> initForDesktopSavingwithDisplays(
+      const std::vector<std::shared_ptr<VLMDisplay>>& displays, std::int64_t uniqueID, const VLMGlobals& document);
   static std::shared_ptr<VLMDisplaySet> initAndDecodeReadableWith(const plist::Dictionary& dict);
   plist::Dictionary encodeReadable() const;
+  /// Copies have monitors of their own, nobody refers to them, and the chain goes on from them. The first two are the
+  /// same set, down to its identifier; a duplicate is a new one, without identifier, hot key and place in the menus.
+  static std::shared_ptr<VLMDisplaySet> setWithSet(const VLMDisplaySet& set);
+  std::shared_ptr<VLMDisplaySet> deepCopy() const { return setWithSet(*this); }
+  std::shared_ptr<VLMDisplaySet> duplicate() const;
+  ~VLMDisplaySet();
+  VLMDisplaySet& operator=(const VLMDisplaySet&) = delete;
 
   std::optional<std::string> name;
   std::optional<std::int64_t> menuOrder;  ///< 1-based
@@ -75,11 +103,22 @@ class VLMDisplaySet {
   int compare(const VLMDisplaySet& other) const;
   /// Whether the set makes displays show each other's picture.
   bool usesMirroring() const { return hasMirroring && (inMirroring || !complexMirroringSet.empty()); }
+  /// Whether the set concerns a display that is not attached.
+  bool usesUnattachedMonitorsWithPrefs(const VLMGlobals& document) const;
+  /// Path of the attached script as it is found now; absent when there is none or it is gone.
+  std::optional<std::string> getScriptBookMarkURL() const;
+  /// The script file's name, with its extension.
+  std::optional<std::string> scriptBookMarkName() const;
   /// Runs the attached script, when there is one.
   void executeScript() const;
+  /// The set's title in a menu: its name and, with the flag kMenuNameWithString, `string` behind a tab. `width`
+  /// receives the characters before the tab, by which a menu lines up what stands behind.
+  std::string inMenuNameWithString(const std::string& string, std::uint32_t flags, std::size_t& width) const;
+  static constexpr std::uint32_t kMenuNameWithString = 1;
 
  private:
   VLMDisplaySet() = default;
+  VLMDisplaySet(const VLMDisplaySet&) = default;
 
   std::shared_ptr<VLMDisplaySet> chainedDisplaySet_;
 };

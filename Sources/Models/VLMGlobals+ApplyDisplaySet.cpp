@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "Models/DisplaySetApplication.h"
 #include "Models/VLMApplicationObject.h"
@@ -18,6 +19,10 @@ constexpr double kRepeatedRequest = 1.0;
 }  // namespace
 
 void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested, bool save) {
+  applyDisplaySetOfChain(requested, save, {});
+}
+
+void VLMGlobals::applyDisplaySetOfChain(const std::shared_ptr<VLMDisplaySet>& requested, bool save, ChainOfSets chain) {
   if (!requested) return;
   // Holds it: a callback of the system may reload the document meanwhile.
   const std::shared_ptr<VLMDisplaySet> set = requested;
@@ -26,30 +31,50 @@ void VLMGlobals::applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& requested
   // A clock that was set back must not lock the set for as long.
   const bool isRepeated =
       set->lastExecutedDate && now >= *set->lastExecutedDate && now - *set->lastExecutedDate < kRepeatedRequest;
-  if (isRepeated) return;
+  // A chain that comes back has taken longer than that when monitors or scripts are slow.
+  if (isRepeated || (set->uniqueID && !chain.insert(*set->uniqueID).second)) return;
+  // A script that runs, or a callback, lets requests in; the steps of two sets must not mix.
+  if (isSetExecuted) {
+    waitingSets_.push_back({.set = set, .save = save});
+    return;
+  }
+  const bool mirroringWasOn = isMirroringEnabled();
   isSetRecorded = true;
   isSetExecuted = true;
   updateCurrentModes();
+  // A set that is none of the document's, or was recorded long ago, has not followed what came and went.
+  findAttachedMonitors(*set);
   if (checkMarkForSet(*set, nullptr) == 0) {
     // Before the transaction opens: the Finder is asked for every icon.
     if (save && saveAutoDesktop && saveDesktopBySet && desktopLayout != nullptr) desktopLayout->saveDesktopAll();
-    DisplaySetApplication(*this, *set).run();
+    DisplaySetApplication(*this, *set, mirroringWasOn).run();
     if (desktopLayout != nullptr) desktopLayout->positionAllIcons(set);
   }
-  if (chained) applyDisplaySetAfterDelay(0.0, chained, save);
+  if (chained) applyLater(0.0, chained, save, std::move(chain));
   if (applicationObject != nullptr) applicationObject->recordUseSet(set);
   set->executeScript();
   isSetExecuted = false;
   set->lastExecutedDate = os().system.timeIntervalSinceReferenceDate();
   rememberExecution(*set);
+  applyWaitingSets();
+}
+
+void VLMGlobals::applyWaitingSets() {
+  for (const WaitingSet& waiting : std::exchange(waitingSets_, {})) {
+    applyDisplaySetAfterDelay(0.0, waiting.set, waiting.save);
+  }
 }
 
 void VLMGlobals::applyDisplaySetAfterDelay(double delay, const std::shared_ptr<VLMDisplaySet>& set, bool save) {
-  os().runLoop.performAfterDelay(delay, [this, set, save] {
-    // A reload meanwhile has made the sets anew; the one held is for a set that is no longer there.
+  applyLater(delay, set, save, {});
+}
+
+void VLMGlobals::applyLater(double delay, const std::shared_ptr<VLMDisplaySet>& set, bool save, ChainOfSets chain) {
+  os().runLoop.performAfterDelay(delay, [this, set, save, chain = std::move(chain)] {
+    // A reload meanwhile has made the sets anew, or without this one. A set without an identifier is nobody's.
     const bool isCurrent = std::find(displaySetsArray.begin(), displaySetsArray.end(), set) != displaySetsArray.end();
-    const auto current = isCurrent ? set : findSetByUniqueID(displaySetsArray, set->uniqueID);
-    applyDisplaySet(current ? current : set, save);
+    const bool isKnownByIdentifier = !isCurrent && set && set->uniqueID;
+    applyDisplaySetOfChain(isKnownByIdentifier ? findSetByUniqueID(displaySetsArray, set->uniqueID) : set, save, chain);
   });
 }
 

@@ -4,6 +4,7 @@
 
 #include "Models/SetFindings.h"
 #include "Models/VLMGlobals.h"
+#include "Shared/FileURL.h"
 #include "Shared/Log.h"
 
 namespace vlm {
@@ -207,9 +208,11 @@ std::optional<Difference> compareColorPreset(const VLMMonitorInSet& monitor, con
 }
 
 std::optional<Difference> compareColorProfile(const VLMMonitorInSet& monitor, const VLMDisplay& display) {
-  if (!monitor.hasColorProfile || !monitor.colorProfile || !display.hasDisplayPresets()) return std::nullopt;
+  // Also of a display without presets: a set whose business is its profile could otherwise never be applied.
+  if (!monitor.hasColorProfile || !monitor.colorProfile) return std::nullopt;
   const auto found = display.currentColorProfileURL();
-  if (monitor.colorProfile == found) return std::nullopt;
+  // One file has several URLs: which characters are escaped is the writer's choice.
+  if (found && pathOfFileURL(*monitor.colorProfile) == pathOfFileURL(*found)) return std::nullopt;
   return Difference{.wanted = asValue(monitor.colorProfile), .found = asValue(found)};
 }
 
@@ -235,6 +238,8 @@ constexpr std::array kComparisons{
 bool Marker::monitorMatches(const MonitorState& state) {
   bool matches = true;
   for (const Comparison& comparison : kComparisons) {
+    // Displays that all show one picture stand in one place; the places of a set that mirrors them wait for its end.
+    if (comparison.aspect == SetAspect::origin && set_.hasMirroring && set_.inMirroring) continue;
     auto difference = comparison.compare(*state.monitor, *state.display);
     if (!difference) continue;
     matches = differs(state, comparison.aspect, comparison.logged, *std::move(difference));

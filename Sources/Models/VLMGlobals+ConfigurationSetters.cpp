@@ -1,8 +1,12 @@
+#include <algorithm>
+
 #include "Models/VLMGlobals.h"
 #include "Platform/AppleEvents.h"
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
 #include "Platform/RunLoop.h"
+#include "Platform/System.h"
+#include "Shared/SystemVersion.h"
 
 namespace vlm {
 
@@ -11,10 +15,19 @@ namespace {
 /// The system needs this long to settle before the Dock can be asked to begin anew. Seconds.
 constexpr double kDockRelaunchDelay = 1.0;
 
+/// The record of a display whose cable was just pulled stays until the next look; a change of it would be refused, and
+/// with it the whole transaction.
+bool isThere(const VLMDisplay& display) { return os().quartz.CGDisplayIsOnline(display.cgID); }
+
 }  // namespace
 
-void VLMGlobals::setIsGrayEnabled(bool /*gray*/) {
-  // Switches grey scale by the system's old or new switch, once the grey-scale setters are there.
+void VLMGlobals::setIsGrayEnabled(bool gray) {
+  if (!willChangeGraysInto(gray)) return;
+  if (systemVersion() >= kSystem10_15) {
+    os().system.UAGrayscaleSetEnabled(gray);
+  } else {
+    os().system.CGDisplayForceToGray(gray);
+  }
 }
 
 void VLMGlobals::setIsMirroringEnabled(bool on, DisplayTransaction* transaction, bool touch) {
@@ -25,14 +38,27 @@ void VLMGlobals::setIsMirroringEnabled(bool on, DisplayTransaction* transaction,
     return;
   }
   for (const auto& display : displayArray) {
+    if (!isThere(*display)) continue;
     os().quartz.CGConfigureDisplayMirrorOfDisplay(joined->config(), display->cgID, kCGNullDirectDisplay);
   }
+}
+
+bool VLMGlobals::isFirstActive(const VLMDisplay& display) const {
+  const auto first = std::find_if(displayArray.begin(), displayArray.end(),
+                                  [](const auto& attached) { return isThere(*attached) && attached->isActive(); });
+  return first != displayArray.end() && first->get() == &display;
+}
+
+bool VLMGlobals::isFirstActiveShown() const {
+  return std::all_of(displayArray.begin(), displayArray.end(), [&](const auto& display) {
+    return !isFirstActive(*display) || os().quartz.CGDisplayMirrorsDisplay(display->cgID) == kCGNullDirectDisplay;
+  });
 }
 
 void VLMGlobals::mirrorActiveDisplays(DisplayTransaction& transaction) const {
   std::shared_ptr<VLMDisplay> master;
   for (const auto& display : displayArray) {
-    if (!display->isActive()) continue;
+    if (!isThere(*display) || !display->isActive()) continue;
     if (master) {
       os().quartz.CGConfigureDisplayMirrorOfDisplay(transaction.config(), display->cgID, master->cgID);
     } else {
@@ -44,7 +70,8 @@ void VLMGlobals::mirrorActiveDisplays(DisplayTransaction& transaction) const {
 void VLMGlobals::turnOnInactiveDisplays(DisplayTransaction& transaction) {
   bool hasTurnedOn = false;
   for (const auto& display : displayArray) {
-    if (!display->isActive()) hasTurnedOn = display->setIsActive(true, &transaction) || hasTurnedOn;
+    if (isThere(*display) && !display->isActive())
+      hasTurnedOn = display->setIsActive(true, &transaction) || hasTurnedOn;
   }
   if (!hasTurnedOn) return;
   transaction.restart();
@@ -63,6 +90,7 @@ void VLMGlobals::setMainDisplay(VLMDisplay& display, DisplayTransaction* transac
   const DisplayPosition shift = display.displayPosition();
   JoinedTransaction joined(transaction);
   for (const auto& attached : displayArray) {
+    if (!isThere(*attached)) continue;
     const DisplayPosition now = attached->displayPosition();
     attached->setDisplayPositionTo(
         {.v = truncateTo<std::int16_t>(now.v - shift.v), .h = truncateTo<std::int16_t>(now.h - shift.h)}, &*joined);

@@ -68,7 +68,11 @@ bool VLMGlobals::showEnableDisableOption(const VLMDisplay& display) const {
 }
 
 void VLMGlobals::updateCurrentModes() {
-  for (const auto& display : displayArray) display->updateCurrentMode();
+  for (const auto& display : displayArray) {
+    display->updateCurrentMode();
+    // The rebuild that a rotation brings about has not come yet.
+    if (needsUpdatingDisplays && display->canRotate) display->transfType = display->getDisplayTansfType();
+  }
 }
 
 std::int64_t VLMGlobals::findNextSetUniqueID() const {

@@ -112,6 +112,8 @@ void VLMGlobals::decodeReadableWith(const plist::Dictionary& dict, int flags) {
   if ((flags & SettingsGroup::general) != 0 && dict.contains(kStartupSetKey)) {
     setStartupDisplaySet(findSetByUniqueID(displaySetsArray, dict.number(kStartupSetKey)));
   }
+  if ((flags & SettingsGroup::applicationSets) != 0) decodeApplicationSets(dict);
+  if ((flags & SettingsGroup::events) != 0) decodeEvents(dict);
   loadedGroups_ |= flags;
 }
 
@@ -158,6 +160,8 @@ plist::Dictionary VLMGlobals::encodeReadableInDict(const plist::Dictionary* dict
   encodeMenus(result, flags);
   if ((flags & SettingsGroup::desktop) != 0) encodeDesktop(result);
   encodeDisplays(result, flags);
+  if ((flags & SettingsGroup::applicationSets) != 0) encodeApplicationSets(result);
+  if ((flags & SettingsGroup::events) != 0) encodeEvents(result);
   if ((flags & SettingsGroup::displaySets) != 0) encodeDisplaySets(result);
   return result;
 }

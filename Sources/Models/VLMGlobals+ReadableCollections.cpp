@@ -106,15 +106,30 @@ void VLMGlobals::decodeDisplaySets(const plist::Dictionary& dict) {
     set->setChainedDisplaySet(findSetByUniqueID(displaySetsArray, set->chainedSetUID));
     set->chainedSetUID.reset();
   }
+  followTheSetsMadeAnew();
   VLMLog("Decoded Display Sets, result is %@",
          lazily([&] { return plist::describe(vlm::encodeReadable(displaySetsArray)); }));
 }
 
+void VLMGlobals::findAttachedMonitors(VLMDisplaySet& set) const {
+  // Every monitor of the set, wherever its display stands among the attached ones.
+  for (const auto& monitor : set.monitorArray) monitor->dispIsPresent = displayWithID(monitor->monitorResID) != nullptr;
+}
+
+/// Whoever refers to a set of before refers to the one of the same identifier now; a decoding of all groups makes the
+/// rules anew behind this.
+void VLMGlobals::followTheSetsMadeAnew() {
+  const auto now = [&](const std::shared_ptr<VLMDisplaySet>& before) {
+    return before ? findSetByUniqueID(displaySetsArray, before->uniqueID) : nullptr;
+  };
+  for (const auto& rule : applicationSetsArray) rule->setDisplaySet(now(rule->displaySet()));
+  for (const auto& event : eventsArray) event->setDisplaySet(now(event->displaySet()));
+  setStartupDisplaySet(now(startupSet_));
+}
+
 void VLMGlobals::alignDisplaySets() {
   for (const auto& set : displaySetsArray) {
-    // Every monitor of the set, wherever its display stands among the attached ones.
-    for (const auto& monitor : set->monitorArray)
-      monitor->dispIsPresent = displayWithID(monitor->monitorResID) != nullptr;
+    findAttachedMonitors(*set);
     const std::size_t count = std::min(set->monitorArray.size(), displayArray.size());
     for (std::size_t i = 0; i < count; ++i) {
       const std::ptrdiff_t j = set->indexOfMonitorWithID(displayArray[i]->monitorResID);

@@ -36,6 +36,8 @@ void VLMGlobals::forget() {
   cutChains();
   displayArray.clear();
   extraDisplayArray.clear();
+  applicationSetsArray.clear();
+  eventsArray.clear();
   displaySetsArray.clear();
   // Its count of users goes with the set.
   startupSet_.reset();

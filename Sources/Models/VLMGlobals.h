@@ -4,12 +4,15 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "Models/VLMApplicationSet.h"
 #include "Models/VLMDisplay.h"
 #include "Models/VLMDisplayContainer.h"
 #include "Models/VLMDisplaySet.h"
+#include "Models/VLMEvent.h"
 #include "Platform/Geometry.h"
 #include "Platform/Notifications.h"
 #include "Platform/PropertyList.h"
@@ -87,6 +90,8 @@ class VLMGlobals final : public VLMDisplayContainer {
   std::vector<std::shared_ptr<VLMDisplay>> displayArray;       ///< attached now, in display-number order
   std::vector<std::shared_ptr<VLMDisplay>> extraDisplayArray;  ///< every record known
   DisplaySets displaySetsArray;                                ///< in menu order
+  ApplicationSets applicationSetsArray;                        ///< the first is the rule for all applications
+  Events eventsArray;
 
   // --- The run ---
 
@@ -145,12 +150,16 @@ class VLMGlobals final : public VLMDisplayContainer {
   bool haveAllDisplaySameDepth() const;
   bool isGrayEnabled() const override;
   bool canDisableDisplay(const VLMDisplay& display) const override;
+  /// The one that is shown when all are mirrored.
+  bool isFirstActive(const VLMDisplay& display) const;
+  /// Whether that one shows its own picture.
+  bool isFirstActiveShown() const;
   bool showEnableDisableOption(const VLMDisplay& display) const;
   /// The mark beside a set: 0 none, 1 check (in force), 2 dash (in force as far as displays are there), 3 diamond (in
   /// force, but says nothing about some display). `hasOneMonitorSetting`: whether it enforces anything at all.
   std::int16_t checkMarkForSet(const VLMDisplaySet& set, bool* hasOneMonitorSetting);
-  /// Finds every display's current mode again, for whoever must not judge by what the last tick saw: a mode may have
-  /// changed since, by this daemon or by others.
+  /// Finds every display's current mode and rotation again, for whoever must not judge by what the last tick saw: a
+  /// mode may have changed since, by this daemon or by others.
   void updateCurrentModes();
   std::int64_t findNextSetUniqueID() const;
   void resortDisplaySetsMenuOrder();
@@ -167,19 +176,23 @@ class VLMGlobals final : public VLMDisplayContainer {
 
   // --- Changing the displays ---
 
-  /// Brings a set about, or nothing when it was applied less than a second ago.
+  /// Brings a set about, or nothing when it was applied less than a second ago. Asked for while another one is being
+  /// applied, it waits for its end.
   void applyDisplaySet(const std::shared_ptr<VLMDisplaySet>& set, bool save);
   /// The same `delay` seconds later, on the run loop; 0 is its next turn.
   void applyDisplaySetAfterDelay(double delay, const std::shared_ptr<VLMDisplaySet>& set, bool save);
+  /// Brings a rule about: its set, the volume, the Dock, the other applications.
+  void applyApplicationSet(const std::shared_ptr<VLMApplicationSet>& rule);
+  /// Puts back how things stood when an application started, when its rule says so.
+  void applyOldApplicationSet(const std::shared_ptr<VLMLaunchedApplication>& application);
   bool willChangeGraysInto(bool gray) const { return gray != isGrayEnabled(); }
   void setIsGrayEnabled(bool gray) override;
   bool willChangeMirrorInto(bool on) const { return on != isMirroringEnabled(); }
   void setIsMirroringEnabled(bool on, DisplayTransaction* transaction, bool touch);
   bool willChangeMainDisplayInto(const VLMDisplay& display) const;
   void setMainDisplay(VLMDisplay& display, DisplayTransaction* transaction);
-  void relaunchDock() override;
-  /// A second later, when the displays have settled.
-  void relaunchDockLater();
+  void relaunchDock();
+  void relaunchDockLater() override;
 
   // --- Messages with the control application ---
 
@@ -209,15 +222,22 @@ class VLMGlobals final : public VLMDisplayContainer {
   void decodeDisplayRecords(const plist::Dictionary& dict);
   void decodeAttachedDisplays(const plist::Dictionary& dict);
   void decodeDisplaySets(const plist::Dictionary& dict);
+  void decodeApplicationSets(const plist::Dictionary& dict);
+  void decodeEvents(const plist::Dictionary& dict);
   void encodeGeneral(plist::Dictionary& dict) const;
   void encodeMenus(plist::Dictionary& dict, int flags) const;
   void encodeDesktop(plist::Dictionary& dict) const;
   void encodeDisplays(plist::Dictionary& dict, int flags) const;
   void encodeDisplaySets(plist::Dictionary& dict) const;
+  void encodeApplicationSets(plist::Dictionary& dict) const;
+  void encodeEvents(plist::Dictionary& dict) const;
 
   std::shared_ptr<VLMDisplay> newAttachedDisplay(CGDirectDisplayID cgID);
   void matchAttachedDisplays();
   void numberDisplays();
+  /// Renews what a set's monitors know of being attached.
+  void findAttachedMonitors(VLMDisplaySet& set) const;
+  void followTheSetsMadeAnew();
   /// Puts each set's monitors in the order of the attached displays and renews what they know of being attached.
   void alignDisplaySets();
   /// Keeps what the file held when the daemon started, once.
@@ -227,6 +247,16 @@ class VLMGlobals final : public VLMDisplayContainer {
   void mirrorActiveDisplays(DisplayTransaction& transaction) const;
   void turnOnInactiveDisplays(DisplayTransaction& transaction);
   void cutChains();
+  /// A set that was asked for while another one was applied.
+  struct WaitingSet {
+    std::shared_ptr<VLMDisplaySet> set;
+    bool save = false;
+  };
+  void applyWaitingSets();
+  /// Identifiers of the sets that a chain has applied so far.
+  using ChainOfSets = std::set<std::int64_t>;
+  void applyDisplaySetOfChain(const std::shared_ptr<VLMDisplaySet>& requested, bool save, ChainOfSets chain);
+  void applyLater(double delay, const std::shared_ptr<VLMDisplaySet>& set, bool save, ChainOfSets chain);
   /// Keeps when the set was applied, over every reload.
   void rememberExecution(const VLMDisplaySet& set);
 
@@ -249,6 +279,7 @@ class VLMGlobals final : public VLMDisplayContainer {
   void fastUserSwitch(const Notification& notification);
 
   std::shared_ptr<VLMDisplaySet> startupSet_;
+  std::vector<WaitingSet> waitingSets_;
   std::map<CGDirectDisplayID, IOObject> ioServicesCached_;
   /// Groups that were decoded since the start or forget(): of all others memory knows less than the file.
   int loadedGroups_ = 0;

@@ -4,6 +4,7 @@
 
 #include "Models/VLMDisplay.h"
 #include "Platform/Numbers.h"
+#include "Shared/FileURL.h"
 #include "Shared/Format.h"
 
 namespace vlm {
@@ -47,7 +48,8 @@ std::shared_ptr<VLMMonitorInSet> VLMMonitorInSet::initAndDecodeReadableWith(cons
   monitor->orientation = dict.sInt16("orientation");
   monitor->underscan = dict.real32("underscan");
   monitor->colorPreset = dict.string("colorPreset");
-  monitor->colorProfile = dict.string("colorProfile");
+  if (const auto path = dict.string("colorProfile"); path && path->starts_with('/'))
+    monitor->colorProfile = fileURLWithPath(*path);
   return monitor;
 }
 
@@ -61,7 +63,7 @@ plist::Dictionary VLMMonitorInSet::encodeReadable() const {
   dict.set("orientation", static_cast<int>(orientation));
   dict.set("underscan", underscan);
   if (colorPreset) dict.set("colorPreset", *colorPreset);
-  if (colorProfile) dict.set("colorProfile", *colorProfile);
+  if (colorProfile) dict.set("colorProfile", pathOfFileURL(*colorProfile).value_or(*colorProfile));
   return dict;
 }
 

@@ -39,7 +39,7 @@ class VLMMonitorInSet {
   bool isActive = true, hasActivity = false;
   std::int16_t orientation = 0;  ///< degrees, or -1 to -4
   bool hasOrientation = false;
-  std::optional<std::string> colorProfile;  ///< path of the profile file
+  std::optional<std::string> colorProfile;  ///< file URL; stored as a path
   std::optional<std::string> colorPreset;   ///< identifier
   bool hasColorProfile = false;
   bool isInHDR = false, hasHDR = false;

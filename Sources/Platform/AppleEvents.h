@@ -17,6 +17,8 @@ class AppleEvents {
   virtual void setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) = 0;
   /// Compiles and runs a script's text; false when it fails.
   virtual bool executeAppleScript(const std::string& source) = 0;
+  /// Runs a script file, compiled or text; false when it cannot be read or fails.
+  virtual bool executeAppleScriptAtURL(const std::string& path) = 0;
 };
 
 }  // namespace vlm

@@ -24,6 +24,8 @@ class Files {
   /// A bookmark for the file that an alias record of an older system names (CFURLCreateBookmarkDataFromAliasRecord);
   /// absent when the data is no alias record.
   virtual std::optional<plist::Data> CFURLCreateBookmarkDataFromAliasRecord(const plist::Data& aliasRecord) = 0;
+  /// The path that a bookmark leads to now, also when the file was moved since; absent when it leads nowhere.
+  virtual std::optional<std::string> URLByResolvingBookmarkData(const plist::Data& bookmark) = 0;
   /// Writes an XML property list, or nothing at all: whoever reads meanwhile sees the old file or the new one, whole.
   /// Makes no folders. Answers the reason of a failure ("No space left on device"), or nothing.
   virtual std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,

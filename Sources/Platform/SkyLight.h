@@ -26,6 +26,13 @@ class SkyLight {
   virtual std::optional<std::uint32_t> SLSIsDisplayModeVRR(CGDirectDisplayID display, std::int32_t modeNumber) = 0;
   virtual std::optional<bool> SLSDisplaySupportsHDRMode(CGDirectDisplayID display) = 0;
   virtual std::optional<bool> SLSDisplayIsHDRModeEnabled(CGDirectDisplayID display) = 0;
+  /// 0, or why not.
+  virtual std::optional<std::int32_t> SLSDisplaySetHDRModeEnabled(CGDirectDisplayID display, bool enabled) = 0;
+  /// Turns the picture at once, outside of any transaction: 0, 90, 180 or 270 degrees. The four numbers behind are 0.
+  /// Answers 0, or why not.
+  virtual std::optional<std::int32_t> SLSSetDisplayRotation(CGDirectDisplayID display, std::int32_t angle,
+                                                            std::int32_t reserved1, std::int32_t reserved2,
+                                                            std::int32_t reserved3, std::int32_t reserved4) = 0;
 
   virtual std::optional<bool> DisplayServicesCanChangeBrightness(CGDirectDisplayID display) = 0;
   /// 0 to 1.
@@ -43,6 +50,8 @@ class SkyLight {
                                                                               std::int32_t index) = 0;
   /// The index of the preset in use.
   virtual std::optional<std::int32_t> SLSDisplayGetActivePresetIndex(CGDirectDisplayID display) = 0;
+  /// 0, or why not.
+  virtual std::optional<std::int32_t> SLSDisplaySetActivePresetIndex(CGDirectDisplayID display, std::int32_t index) = 0;
 
   /// The displays as Core Animation lists them, by numbers that mean something to the next two alone; absent where it
   /// does not list them.

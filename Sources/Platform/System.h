@@ -12,7 +12,7 @@ struct OperatingSystemVersion {
   std::int64_t patchVersion = 0;
 };
 
-/// The system at large: version, kernel, log, clock, locale, grey scale.
+/// The system at large: version, kernel, log, clock, locale, grey scale, Dock, volume.
 class System {
  public:
   virtual ~System() = default;
@@ -32,6 +32,18 @@ class System {
   /// Whether the picture is forced to grey: the older switch, and that of Universal Access.
   virtual bool CGDisplayUsesForceToGray() = 0;
   virtual bool UAGrayscaleIsEnabled() = 0;
+  /// Switch it. Each changes its own switch alone: from 10.15 on the older one is not heeded.
+  virtual void CGDisplayForceToGray(bool forceToGray) = 0;
+  virtual void UAGrayscaleSetEnabled(bool enabled) = 0;
+
+  /// Whether the Dock hides itself while nobody uses it.
+  virtual bool CoreDockGetAutoHideEnabled() = 0;
+  virtual void CoreDockSetAutoHideEnabled(bool enabled) = 0;
+
+  /// Volume of the output device in use, 0 to 1; absent when there is none, or none that can be set.
+  virtual std::optional<float> CoreAudio_GetVolume() = 0;
+  /// False when it was refused.
+  virtual bool CoreAudio_SetVolume(float volume) = 0;
 };
 
 }  // namespace vlm

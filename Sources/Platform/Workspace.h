@@ -7,11 +7,15 @@
 
 namespace vlm {
 
+/// Whether an application stands in the Dock, has a face at all, or neither.
+enum class ActivationPolicy { regular = 0, accessory = 1, prohibited = 2 };
+
 struct RunningApplication {
   std::int32_t processIdentifier = 0;
   std::string bundleIdentifier;
   std::string localizedName;
   std::string bundlePath;
+  ActivationPolicy activationPolicy = ActivationPolicy::regular;
   friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
 };
 
@@ -34,6 +38,12 @@ class Workspace {
   virtual bool forceTerminate(std::int32_t processIdentifier) = 0;
   /// Absent when there is no such process, or it is no application.
   virtual std::optional<RunningApplication> runningApplicationWithProcessIdentifier(std::int32_t processIdentifier) = 0;
+  /// Every application of the user's session, in the order of their start.
+  virtual std::vector<RunningApplication> runningApplications() = 0;
+  /// The one that the keyboard goes to; absent when there is none.
+  virtual std::optional<RunningApplication> frontmostApplication() = 0;
+  /// Hides an application's windows; false when it is hidden already or cannot be hidden.
+  virtual bool hide(std::int32_t processIdentifier) = 0;
   virtual bool activateWithOptions(std::int32_t processIdentifier, std::uint32_t options) = 0;
 
   /// False when nothing opens it.

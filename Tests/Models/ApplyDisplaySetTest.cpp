@@ -1,11 +1,20 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "Models/VLMDisplaySet.h"
+#include "Simulator/Mac/MachineEvents.h"
 #include "Tests/Support/DaemonOnMac.h"
 #include "Tests/Support/Machines.h"
 
 namespace vlm {
 namespace {
+
+sim::MachineDescription machineWithEverything() {
+  auto machine = test::laptopWith({"Left", "Right"});
+  machine.displays[1].canOverscan = machine.displays[1].canUnderscan = machine.displays[1].supportsHDR = true;
+  return machine;
+}
 
 /// A built-in panel, "Left" and "Right", and a set recorded from them; the journal begins empty.
 class ApplyDisplaySet : public ::testing::Test {
@@ -75,6 +84,17 @@ TEST_F(ApplyDisplaySet, MovesAllDisplaysWithTheNewMainOneButThoseWithAnOrigin) {
                            "CGSConfigureDisplayOrigin(Left, -2560, 10)", "CGSConfigureDisplayOrigin(Right, 0, 0)"}) {
     EXPECT_EQ(on_.journalCount(line), 1) << line;
   }
+}
+
+TEST_F(ApplyDisplaySet, PlacesThoseThatStandWellWhenOthersMoveIntoTheirWay) {
+  for (const auto& monitor : set_->monitorArray) monitor->hasOrigin = true;
+  monitorOf("Built-in").isMainDisplay = false;
+  monitorOf("Left").isMainDisplay = true;
+  monitorOf("Left").origin = 0;
+  monitorOf("Built-in").origin = DisplayPosition{.v = 0, .h = 2560}.packed();
+  apply(set_);
+  EXPECT_EQ(server().bounds(on_.mac.display("Right")).origin, (Point{.x = 4000, .y = 0}));
+  EXPECT_EQ(server().bounds(on_.mac.display("Built-in")).origin, (Point{.x = 2560, .y = 0}));
 }
 
 TEST_F(ApplyDisplaySet, TakesItsStepsInTheirOrder) {
@@ -173,22 +193,64 @@ TEST_F(ApplyDisplaySet, MirrorsByPairsAndAllTogether) {
   EXPECT_TRUE(newSet()->inMirroring);
 }
 
-TEST_F(ApplyDisplaySet, EndsMirroringBeforeTurningADisplayOff) {
-  sim::SimulatedDisplay &left = on_.mac.display("Left"), &right = on_.mac.display("Right");
-  ASSERT_EQ(
-      server().changeByAnother({{.kind = sim::DisplayChange::Kind::mirror, .display = right.id, .master = left.id}}),
-      std::nullopt);
-  tick();
-  monitorOf("Right").hasActivity = true, monitorOf("Right").isActive = false;
-  on_.mac.journal().clear();
-  apply(set_);
-  EXPECT_FALSE(right.isActive());
-  EXPECT_EQ(right.mirrors, kCGNullDirectDisplay);
-  const auto& lines = on_.mac.journal().lines();
-  const auto indexOf = [&](const std::string& text) {
-    return std::find_if(lines.begin(), lines.end(), [&](const auto& line) { return line.find(text) != line.npos; });
+TEST_F(ApplyDisplaySet, TakesTheTransactionsThatItsAspectsAskFor) {
+  struct Desk {
+    test::DaemonOnMac& mac;
+    VLMDisplaySet& set;
+    VLMMonitorInSet &panel, &left, &right;
   };
-  EXPECT_LT(indexOf("CGConfigureDisplayMirrorOfDisplay(Right"), indexOf("CGSConfigureDisplayEnabled(Right"));
+  const auto mirrorRight = [](Desk& desk) {
+    EXPECT_EQ(desk.mac.mac.events().mirror("Right", &desk.mac.mac.display("Built-in")), std::nullopt);
+  };
+  const struct {
+    const char* name;
+    void (*before)(Desk&);
+    void (*ask)(Desk&);
+    int transactions;
+  } rows[] = {
+      {"a mode", [](Desk& d) { EXPECT_EQ(d.mac.mac.setMode("Left", 1280, 720), std::nullopt); }, [](Desk&) {}, 1},
+      {"another main display", nullptr, [](Desk& d) { d.panel.isMainDisplay = false, d.right.isMainDisplay = true; },
+       1},
+      {"places", nullptr,
+       [](Desk& d) {
+         d.left.hasOrigin = d.right.hasOrigin = true;
+         d.left.origin = DisplayPosition{.v = -1440, .h = 0}.packed();
+         d.right.origin = DisplayPosition{.v = 0, .h = 1440}.packed();
+       },
+       1},
+      {"rotation", nullptr, [](Desk& d) { d.left.hasOrientation = true, d.left.orientation = 90; }, 1},
+      {"a display on", [](Desk& d) { EXPECT_EQ(d.mac.mac.setEnabled("Left", false), std::nullopt); },
+       [](Desk& d) { d.left.hasActivity = true; }, 2},
+      {"a display off", nullptr, [](Desk& d) { d.left.hasActivity = true, d.left.isActive = false; }, 2},
+      {"a mirrored display off", mirrorRight,
+       [](Desk& d) { d.panel.isMainDisplay = false, d.right.hasActivity = true, d.right.isActive = false; }, 3},
+      {"mirroring", nullptr, [](Desk& d) { d.set.hasMirroring = d.set.inMirroring = true; }, 1},
+      {"no mirroring, and who is main", mirrorRight, [](Desk& d) { d.set.hasMirroring = true; }, 3},
+      {"picture and grey scale", nullptr,
+       [](Desk& d) {
+         d.set.hasGray = d.set.inGray = true;
+         d.left.hasOverscan = d.left.inOverscan = d.left.hasHDR = d.left.isInHDR = true;
+         d.left.hasUnderscan = true, d.left.underscan = 0.5F;
+       },
+       1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    test::DaemonOnMac on(machineWithEverything());
+    on.launch();
+    on.mac.advance(2);
+    const auto set = on.inside(
+        [](VLMGlobals& document) { return VLMDisplaySet::initWithDisplays(document.displayArray, document); });
+    Desk desk{on, *set, *set->monitorArray[0], *set->monitorArray[1], *set->monitorArray[2]};
+    if (row.before != nullptr) row.before(desk);
+    on.mac.advance(2);
+    row.ask(desk);
+    on.mac.journal().clear();
+    on.inside([&](VLMGlobals& document) { document.applyDisplaySet(set, true); });
+    EXPECT_EQ(on.journalCount("CGCompleteDisplayConfiguration(2) = 0"), row.transactions);
+    on.mac.advance(2);
+    on.inside([&](VLMGlobals& document) { EXPECT_EQ(document.checkMarkForSet(*set, nullptr), 1); });
+  }
 }
 
 TEST_F(ApplyDisplaySet, DropsTheRequestWithWhichAChainComesBack) {
@@ -223,14 +285,45 @@ TEST_F(ApplyDisplaySet, JudgesAChainedSetByWhatTheFirstOneLeft) {
   EXPECT_EQ(on_.mac.display("Right").mode().width, 1920U);
 }
 
-TEST_F(ApplyDisplaySet, LetsTheOtherDisplaysHaveTheirsWhenOneIsGone) {
-  ASSERT_EQ(on_.mac.unplug("Left"), std::nullopt);
+TEST_F(ApplyDisplaySet, GoesOnWithTheOthersWhenOneIsPulledOutInTheMiddle) {
   const auto wanted = on_.mac.display("Right").modeNumber;
   ASSERT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
+  ASSERT_EQ(on_.mac.setEnabled("Left", false), std::nullopt);
   tick();
-  tick();
+  monitorOf("Left").hasActivity = true;
+  monitorOf("Left").modeUniqueID = 1;
+  // Turning one on calls back, and that is when its cable goes.
+  bool isPulled = false;
+  on_.inside([&](VLMGlobals&) {
+    os().quartz.CGDisplayRegisterReconfigurationCallback([&](CGDirectDisplayID, CGDisplayChangeSummaryFlags flags) {
+      if (std::exchange(isPulled, true)) return;
+      EXPECT_EQ(on_.mac.unplug("Left"), std::nullopt) << flags;
+    });
+  });
   apply(set_);
+  EXPECT_TRUE(isPulled);
   EXPECT_EQ(on_.mac.display("Right").modeNumber, wanted);
+}
+
+TEST_F(ApplyDisplaySet, WaitsForTheEndOfTheOneUnderWay) {
+  const auto other = newSet();
+  ASSERT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
+  tick();
+  on_.mac.journal().clear();
+  bool isAsked = false;
+  on_.inside([&](VLMGlobals& document) {
+    os().quartz.CGDisplayRegisterReconfigurationCallback([&](CGDirectDisplayID, CGDisplayChangeSummaryFlags) {
+      if (std::exchange(isAsked, true)) return;
+      for (const auto& set : {other, set_}) document.applyDisplaySet(set, false);
+      EXPECT_FALSE(other->lastExecutedDate);
+    });
+  });
+  apply(set_);
+  ASSERT_TRUE(isAsked);
+  EXPECT_EQ(transactions(), 1);
+  on_.mac.turn();
+  EXPECT_TRUE(other->lastExecutedDate);
+  EXPECT_EQ(transactions(), 1);
 }
 
 }  // namespace

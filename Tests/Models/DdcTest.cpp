@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <set>
 
 #include "Models/DDC.h"
 #include "Platform/MonitorBus.h"
-#include "Platform/Process.h"
+#include "Simulator/Mac/SimulatedMonitorBus.h"
 #include "Tests/Support/DisplaysOnMac.h"
 
 /// What goes over the wires to a monitor, and what comes back.
@@ -20,96 +21,142 @@ sim::MachineDescription siliconLaptop() {
   return machine;
 }
 
-TEST(DdcOnIntel, SetsAFeatureAndRests) {
-  DisplaysOnMac displays(sim::laptopWith({"Left"}));
-  const auto left = displays["Left"];
-  displays.process.newJournalLines();
-  EXPECT_TRUE(left->writeDDCCommand({0x10, 50, 0, 0}));
-  EXPECT_EQ(displays.process.newJournalLines(),
-            (Lines{"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 32 9a)", "daemon: sleep(0.1)"}));
-  EXPECT_EQ(displays.mac().display("Left").ddcCurrent, 50);
-}
-
-TEST(DdcOnIntel, ReadsAFeature) {
-  DisplaysOnMac displays(sim::laptopWith({"Left", "Right"}));
-  displays.mac().display("Left").ddcCurrent = 33;
-  VLMDisplay::DDCCommand command{0x10, 0, 0x64, 0};
-  EXPECT_TRUE(displays["Left"]->readDDCCommand(command));
-  EXPECT_EQ(command, (VLMDisplay::DDCCommand{0x10, 1, 100, 33}));
-  // The machine's wires could reach a silent one, so the monitor has to be asked.
-  EXPECT_TRUE(displays["Right"]->canUseDDC());
-  float maximum = 1;
-  EXPECT_EQ(displays["Right"]->brightnessViaDDCWithMaxValue(maximum), 0.5F);
-  EXPECT_EQ(maximum, 0.0F);
-  EXPECT_FALSE(displays["Right"]->directEdid().has_value());
-  // A display that is gone has no wires.
-  IOI2CRequest request;
-  EXPECT_FALSE(DisplayRequest_Intel(0xDEAD, request));
-}
-
-/// Frame buffers' wires on which a monitor answers the n-th question.
-class LateBus : public MonitorBus {
- public:
-  LateBus(MonitorBus& bus, std::size_t answeredQuestion) : bus_(bus), answeredQuestion_(answeredQuestion) {}
-
-  std::uint32_t IOFBGetI2CInterfaceCount(io_service_t) override { return 1; }
-  IOObject IOFBCopyI2CInterfaceForBus(io_service_t frameBuffer, std::uint32_t bus) override {
-    return bus_.IOFBCopyI2CInterfaceForBus(frameBuffer, bus);
-  }
-  IOReturn IOI2CInterfaceOpen(io_service_t, IOOptionBits, IOI2CConnectRef&) override { return kIOReturnSuccess; }
-  IOReturn IOI2CInterfaceClose(IOI2CConnectRef, IOOptionBits) override { return kIOReturnSuccess; }
-  IOReturn IOI2CSendRequest(IOI2CConnectRef, IOOptionBits, IOI2CRequest& request) override {
-    EXPECT_EQ(request.replyTransactionType, 2U);
-    millisecondsGiven.push_back(request.minReplyDelay / 1'000'000);
-    if (millisecondsGiven.size() == answeredQuestion_) {
-      request.replyBuffer = {0x6E, 0x88, 0x02, 0x00, 0x10, 0x00, 0x00, 0x64, 0x00, 0x21, 0x00};
-      for (const std::uint8_t byte : request.replyBuffer) checksum_ ^= byte;
-      request.replyBuffer.back() = checksum_;
-    }
-    return kIOReturnSuccess;
-  }
-  std::optional<AVService> IOAVServiceCreateWithService(io_service_t) override { return std::nullopt; }
-  void IOAVServiceRelease(IOAVServiceRef) override {}
-  IOReturn IOAVServiceWriteI2C(IOAVServiceRef, std::uint32_t, std::uint32_t, std::span<const std::uint8_t>) override {
-    return -1;
-  }
-  IOReturn IOAVServiceReadI2C(IOAVServiceRef, std::uint32_t, std::uint32_t, std::span<std::uint8_t>) override {
-    return -1;
-  }
-  std::optional<plist::Data> IOAVServiceCopyEDID(IOAVServiceRef) override { return std::nullopt; }
-
-  std::vector<std::uint64_t> millisecondsGiven;
-
- private:
-  MonitorBus& bus_;
-  std::size_t answeredQuestion_;
-  std::uint8_t checksum_ = 0x50;
+/// What a monitor's behaviour makes of a read and a write over one transport; the value that it has before is 33.
+struct Exchange {
+  const char* name;
+  sim::MachineDescription machine;
+  sim::DdcBehaviour behaviour;
+  /// Absent: nothing was read.
+  std::optional<std::array<std::uint8_t, 2>> maximumAndCurrent;
+  double readSeconds;
+  /// Frames that were acknowledged.
+  std::size_t framesOfRead;
+  bool isWriteDone;
+  std::size_t framesOfWrite;
+  int valueAfterWrite;
 };
 
-TEST(DdcOnIntel, AsksTenTimesWithEverMoreTimeForTheReply) {
-  const struct {
-    std::size_t answered, asked;
-  } rows[] = {{.answered = 1, .asked = 1},
-              {.answered = 4, .asked = 4},
-              {.answered = 10, .asked = 10},
-              {.answered = 11, .asked = 10}};
-  for (const auto& row : rows) {
-    DisplaysOnMac displays(sim::laptopWith({"Left"}));
-    const auto left = displays["Left"];
-    LateBus bus(os().monitorBus, row.answered);
-    const Ports& real = os();
-    const Process::Scope staysCurrent(Process::current());
-    const Process process({real.appleEvents, real.application, real.bundle, real.colorSync, real.files, real.input,
-                           real.registry, bus, real.notifications, real.powerSources, real.preferences, real.quartz,
-                           real.runLoop, real.skyLight, real.system, real.userInterface, real.workspace});
+/// How many frames were acknowledged since the last question, all of them by "Left".
+std::size_t framesOfLeft(DisplaysOnMac& displays) {
+  Lines lines = displays.process.newJournalLines();
+  std::erase_if(lines, [](const std::string& line) { return line.find("I2C") == std::string::npos; });
+  for (const std::string& line : lines) EXPECT_NE(line.find("(Left, "), std::string::npos) << line;
+  return lines.size();
+}
+
+TEST(Ddc, BearsEveryMonitor) {
+  using enum sim::DdcBehaviour;
+  const sim::MachineDescription intel = sim::laptopWith({"Left", "Right"}), silicon = siliconLaptop();
+  const auto answer = std::array<std::uint8_t, 2>{100, 33}, ofContrast = std::array<std::uint8_t, 2>{90, 45};
+  // A silent monitor takes 20 + 40 + … + 200 ms on Intel, and each one 4 x (2 x 10 + 50 + 20) ms on Apple silicon.
+  const Exchange rows[] = {
+      {"healthy", intel, healthy, answer, 0.020, 1, true, 1, 50},
+      {"slow: the sixth question waits 120 ms", intel, slow, answer, 0.420, 6, true, 1, 50},
+      {"deaf", intel, deaf, {}, 1.1, 10, true, 1, 33},
+      {"garbled", intel, garbled, {}, 1.1, 10, true, 1, 50},
+      {"wrong code", intel, wrongCode, {}, 1.1, 10, true, 1, 50},
+      {"intermittent: awake for the third question", intel, intermittent, answer, 0.060, 1, false, 0, 33},
+      {"none: nothing acknowledges, so nothing waits", intel, none, {}, 0, 0, false, 0, 33},
+      {"healthy service", silicon, healthy, answer, 0.360, 8, true, 8, 50},
+      {"slow service", silicon, slow, {}, 0.360, 8, true, 8, 50},
+      {"deaf service", silicon, deaf, {}, 0.360, 8, true, 8, 33},
+      {"garbled service", silicon, garbled, {}, 0.360, 8, true, 8, 50},
+      {"wrong code, which nobody looks at", silicon, wrongCode, ofContrast, 0.360, 8, true, 8, 50},
+      {"intermittent service: the third round is answered", silicon, intermittent, answer, 0.360, 2, true, 2, 50},
+      {"no service speaks, yet a write counts as done", silicon, none, {}, 0.360, 0, true, 0, 33},
+  };
+  for (const Exchange& row : rows) {
+    SCOPED_TRACE(row.name);
+    const bool isIntel = row.machine.processor == sim::Processor::intel;
+    DisplaysOnMac displays(row.machine);
+    sim::setDdcBehaviour(displays.mac(), displays.mac().display("Right"), healthy);
+    sim::SimulatedDisplay& monitor = displays.mac().display("Left");
+    monitor.ddcCurrent = 33;
+    sim::setDdcBehaviour(displays.mac(), monitor, row.behaviour);
     VLMDisplay::DDCCommand command{0x10, 7, 7, 7};
-    const bool isAnswered = row.answered <= 10;
-    EXPECT_EQ(left->readDDCCommand(command), isAnswered) << row.answered;
-    EXPECT_EQ(command,
-              isAnswered ? (VLMDisplay::DDCCommand{0x10, 1, 100, 33}) : (VLMDisplay::DDCCommand{0x10, 0, 0, 0}));
-    std::vector<std::uint64_t> expected;
-    while (expected.size() < row.asked) expected.push_back(20 * (expected.size() + 1));
-    EXPECT_EQ(bus.millisecondsGiven, expected) << row.answered;
+    double start = displays.mac().now();
+    EXPECT_EQ(displays["Left"]->readDDCCommand(command), row.maximumAndCurrent.has_value());
+    EXPECT_NEAR(displays.mac().now() - start, row.readSeconds, 1e-6);
+    EXPECT_EQ(framesOfLeft(displays), row.framesOfRead);
+    // Apple silicon leaves the caller's values alone when nothing comes.
+    const std::uint8_t nothing = isIntel ? 0 : 7;
+    const auto values = row.maximumAndCurrent.value_or(std::array{nothing, nothing});
+    EXPECT_EQ(command, (VLMDisplay::DDCCommand{0x10, row.maximumAndCurrent.has_value(), values[0], values[1]}));
+
+    sim::setDdcBehaviour(displays.mac(), monitor, row.behaviour);
+    float maximum = 7;
+    EXPECT_EQ(displays["Left"]->brightnessViaDDCWithMaxValue(maximum), row.maximumAndCurrent ? values[1] : 0.5F);
+    EXPECT_EQ(maximum, row.maximumAndCurrent ? values[0] : 0.0F);
+
+    sim::setDdcBehaviour(displays.mac(), monitor, row.behaviour);
+    framesOfLeft(displays);
+    start = displays.mac().now();
+    EXPECT_EQ(displays["Left"]->writeDDCCommand({0x10, 50, 0, 0}), row.isWriteDone);
+    EXPECT_NEAR(displays.mac().now() - start, isIntel ? 0.1 : 0.16, 1e-6);
+    EXPECT_EQ(framesOfLeft(displays), row.framesOfWrite);
+    EXPECT_EQ(monitor.ddcCurrent, row.valueAfterWrite);
+
+    EXPECT_EQ(displays["Right"]->brightnessViaDDCWithMaxValue(maximum), 75.0F);
+  }
+}
+
+TEST(DdcOnIntel, SpeaksToMoreThanFiftyDisplaysInOneRun) {
+  DisplaysOnMac displays(sim::laptopWith({"Left"}));
+  std::set<CGDirectDisplayID> spokenTo;
+  IOI2CRequest request;
+  for (int i = 0; i < 120; ++i) {
+    const CGDirectDisplayID display = displays.mac().display("Left").id;
+    EXPECT_TRUE(DisplayRequest_Intel(display, request)) << display;
+    EXPECT_TRUE(spokenTo.insert(display).second) << "each time under another number";
+    EXPECT_EQ(displays.mac().unplug("Left"), std::nullopt);
+    EXPECT_EQ(displays.mac().plug("Left"), std::nullopt);
+  }
+  EXPECT_FALSE(DisplayRequest_Intel(*spokenTo.begin(), request)) << "a display that is gone has no wires";
+}
+
+TEST(DdcOnIntel, TakesTheFirstBusThatSendsAndMultipliesTheDelayOnEachOneTried) {
+  using enum sim::I2CBus;
+  const struct {
+    const char* name;
+    std::vector<sim::I2CBus> buses;
+    bool isInMilliseconds;
+    double seconds;
+    bool isRead = true;
+  } rows[] = {{"in nanoseconds", {working, working}, false, 0.02},
+              {"in milliseconds", {failing, working}, true, 0.02},
+              {"not to be opened", {closed, working}, false, 20'000},
+              {"not to be sent on", {failing, working, working}, false, 20'000},
+              {"dead, all", {closed, failing}, false, 0, false}};
+  for (const auto& row : rows) {
+    sim::MachineDescription machine = sim::laptopWith({"Left"});
+    machine.displays[1].i2cBuses = row.buses;
+    machine.displays[1].i2cDelayInMilliseconds = row.isInMilliseconds;
+    DisplaysOnMac displays(machine);
+    VLMDisplay::DDCCommand command{0x10};
+    const double start = displays.mac().now();
+    EXPECT_EQ(displays["Left"]->readDDCCommand(command), row.isRead) << row.name;
+    EXPECT_NEAR(displays.mac().now() - start, row.seconds, 1e-6) << row.name;
+    EXPECT_EQ(framesOfLeft(displays), row.isRead ? 1U : 0U) << row.name;
+  }
+}
+
+TEST(DdcOnIntel, TakesRepliesInTheWayOfTheFirstInterfaceThatHasOne) {
+  const struct {
+    std::uint32_t left, right, type;
+    bool isLeftRead, isRightRead;
+  } rows[] = {{0x2, 0x4, 1, true, false}, {0x4, 0x2, 2, true, false}, {0x6, 0x2, 2, true, false},
+              {0x9, 0x4, 2, false, true}, {0x0, 0x2, 1, false, true}, {0x1, 0x8, 0, false, false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.left);
+    sim::MachineDescription machine = sim::laptopWith({"Left", "Right"});
+    machine.displays[1].i2cTransactionTypes = row.left;
+    machine.displays[2].i2cTransactionTypes = row.right;
+    machine.displays[2].ddc = sim::DdcBehaviour::healthy;
+    DisplaysOnMac displays(machine);
+    VLMDisplay::DDCCommand command{0x10};
+    EXPECT_EQ(SupportedTransactionType(), row.type);
+    EXPECT_EQ(displays["Left"]->readDDCCommand(command), row.isLeftRead);
+    EXPECT_EQ(displays["Right"]->readDDCCommand(command), row.isRightRead);
   }
 }
 
@@ -121,8 +168,15 @@ TEST(DdcOnIntel, ReadsTheEdidFromTheMonitor) {
 }
 
 TEST(Ddc, IsNotForBuiltInPanels) {
-  EXPECT_FALSE(DisplaysOnMac(sim::laptopWith({"Left"}))["Built-in"]->canUseDDC());
-  EXPECT_FALSE(DisplaysOnMac(siliconLaptop())["Built-in"]->canUseDDC());
+  for (sim::MachineDescription machine : {sim::laptopWith({"Left"}), siliconLaptop()}) {
+    machine.displays[0].systemBrightness = false;
+    DisplaysOnMac displays(machine);
+    EXPECT_FALSE(displays["Built-in"]->canUseDDC());
+    EXPECT_EQ(displays["Built-in"]->canBrightness, 0);
+    // Apple silicon has no frame buffer to ask; the way is there all the same.
+    EXPECT_EQ(displays["Left"]->canUseDDC(), machine.processor == sim::Processor::intel);
+    EXPECT_EQ(displays["Left"]->canBrightness, 1);
+  }
 }
 
 TEST(DdcOnAppleSilicon, SetsAFeatureOften) {
@@ -138,29 +192,31 @@ TEST(DdcOnAppleSilicon, SetsAFeatureOften) {
     expected.push_back("daemon: sleep(0.02)");
   }
   EXPECT_EQ(displays.process.newJournalLines(), expected);
+  // A question, unlike a command, is signed without the address 0x51.
+  VLMDisplay::DDCCommand command{0x10};
+  EXPECT_TRUE(left->readDDCCommand(command));
+  EXPECT_EQ(displays.process.newJournalLines("IOAVServiceWriteI2C"),
+            Lines(8, "daemon: IOAVServiceWriteI2C(Left, 82 01 10 fd)"));
 }
 
-TEST(DdcOnAppleSilicon, ReadsInFourRounds) {
+TEST(DdcOnAppleSilicon, IsAnsweredWithAnErrorForAControlThatTheMonitorLacks) {
   DisplaysOnMac displays(siliconLaptop());
-  const auto left = displays["Left"];
-  VLMDisplay::DDCCommand command{0x10, 0, 0x64, 0};
-  displays.process.newJournalLines();
-  EXPECT_TRUE(left->readDDCCommand(command));
-  EXPECT_EQ(command, (VLMDisplay::DDCCommand{0x10, 1, 100, 75}));
-  EXPECT_EQ(displays.process.newJournalLines("sleep").size(), 16U);
-  // A control that the monitor does not have is answered with an error.
-  command = {0x62, 1, 0x64, 0};
-  EXPECT_FALSE(left->readDDCCommand(command));
+  VLMDisplay::DDCCommand command{0x62, 1, 0x64, 0};
+  EXPECT_FALSE(displays["Left"]->readDDCCommand(command));
   EXPECT_EQ(command[1], 0);
 }
 
 TEST(DdcOnAppleSilicon, WritesIntoTheVoidAsWell) {
-  DisplaysOnMac displays(siliconLaptop());
+  // A desktop: with its only monitor all of its services go, and it stays what it is.
+  sim::MachineDescription machine = sim::desktopWith({"Left"});
+  machine.processor = sim::Processor::appleSilicon;
+  DisplaysOnMac displays(machine);
   const auto left = displays["Left"];
   EXPECT_EQ(displays.mac().unplug("Left"), std::nullopt);
-  VLMDisplay::DDCCommand command{0x10, 1, 0, 0};
-  EXPECT_TRUE(!left->canUseDDC() && left->writeDDCCommand(command) && !left->readDDCCommand(command));
-  EXPECT_EQ(displays.process.newJournalLines("IOAVServiceWriteI2C"), Lines{});
+  VLMDisplay::DDCCommand command{0x10, 1, 7, 7};
+  EXPECT_TRUE(left->writeDDCCommand(command) && !left->readDDCCommand(command));
+  EXPECT_EQ(command, (VLMDisplay::DDCCommand{0x10, 0, 7, 7}));
+  EXPECT_EQ(displays.process.newJournalLines("sleep"), Lines{});
 }
 
 TEST(DdcOnAppleSilicon, FindsEachMonitorsServiceAgainAfterTheyChangedPlaces) {
@@ -169,6 +225,9 @@ TEST(DdcOnAppleSilicon, FindsEachMonitorsServiceAgainAfterTheyChangedPlaces) {
   sim::DisplayDescription twin = machine.displays[1];
   twin.name = "Twin";
   sim::addDisplay(machine, twin);
+  // The serial number alone tells Right; and the checksum.
+  plist::Data& right = machine.displays[2].edid = twin.edid;
+  ++right[12], --right[127];
   DisplaysOnMac displays(machine);
   auto& cache = displays.document().ioServicesCached();
   const auto serviceOf = [&](const std::string& name) {
@@ -177,13 +236,38 @@ TEST(DdcOnAppleSilicon, FindsEachMonitorsServiceAgainAfterTheyChangedPlaces) {
     EXPECT_EQ(edid, displays.mac().display(name).description.edid) << name;
     return cache[displays.mac().display(name).id].get();
   };
-  const auto services = [&] { return std::set{serviceOf("Left"), serviceOf("Right"), serviceOf("Twin")}; };
+  const auto services = [&] { return std::set{serviceOf("Right"), serviceOf("Left"), serviceOf("Twin")}; };
+  cache.clear();
   EXPECT_EQ(services().size(), 3U);
   EXPECT_EQ(displays.mac().unplug("Left"), std::nullopt);
   EXPECT_EQ(displays.mac().plug("Left"), std::nullopt);
   EXPECT_EQ(services().size(), 3U);
+  // As when two exchange their cables: each one's service is cached for the other.
+  std::swap(cache[displays.mac().display("Left").id], cache[displays.mac().display("Right").id]);
+  EXPECT_EQ(services().size(), 3U);
+  // A service ended and came again: who asks for it does not get the one that the twin has.
+  const auto ofLeft = serviceOf("Left");
+  IOObject gone = std::move(cache[displays.mac().display("Right").id]);
+  EXPECT_EQ(displays.mac().unplug("Right"), std::nullopt);
+  cache[displays.mac().display("Twin").id] = std::move(gone);
+  EXPECT_NE(serviceOf("Twin"), ofLeft);
+  EXPECT_EQ(serviceOf("Left"), ofLeft);
   // Behind the entries of others nothing is left for a display that has no service.
   EXPECT_FALSE(IOCreateAVServiceRef(0xDEAD, nullptr, cache));
+}
+
+TEST(DdcOnAppleSilicon, TellsNoMonitorsApartBeforeTheSystemCopiesTheirEdid) {
+  for (const std::int64_t minor : {2, 3}) {
+    sim::MachineDescription machine = siliconLaptop();
+    machine.systemVersion = {.majorVersion = 11, .minorVersion = minor, .patchVersion = 0};
+    DisplaysOnMac displays(machine);
+    auto& cache = displays.document().ioServicesCached();
+    plist::Data edid;
+    EXPECT_TRUE(IOCreateAVServiceRef(displays["Built-in"]->cgID, &edid, cache));
+    EXPECT_EQ(edid.empty(), minor < 3);
+    EXPECT_EQ(static_cast<bool>(IOCreateAVServiceRef(displays["Left"]->cgID, nullptr, cache)), minor >= 3);
+    EXPECT_EQ(displays["Left"]->canBrightness, minor >= 3 ? 1 : 0);
+  }
 }
 
 }  // namespace

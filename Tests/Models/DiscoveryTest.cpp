@@ -296,23 +296,6 @@ TEST(Discovery, FindsTheWaysToTheBrightness) {
   EXPECT_EQ(displays["Right"]->brightness, 0.0F);
 }
 
-TEST(Discovery, TellsEveryRotation) {
-  DisplaysOnMac displays(sim::desktopWith({"Left"}));
-  const std::int16_t codes[] = {0, 6, 4, 1, 5, 3, 2, 7};
-  const std::int32_t angles[] = {0, -3, -1, 90, -2, 270, 180, -4};
-  const auto left = displays["Left"];
-  for (int bits = 0; bits < 8; ++bits) {
-    for (const int shift : {0, 4}) {
-      displays.setProperty("Left", "IOFBTransform", bits << shift);
-      left->transfType = left->getDisplayTansfType();
-      EXPECT_EQ(left->transfType, codes[bits]) << bits;
-      EXPECT_EQ(left->orientation(), angles[bits]) << bits;
-    }
-  }
-  left->canRotate = false;
-  EXPECT_EQ(left->orientation(), 0);
-}
-
 /// An application that only takes down what is posted through it.
 class PostingApplication : public VLMApplicationObject {
  public:

@@ -304,7 +304,7 @@ TEST(SetBrightness, SendsWhatTheWayToItTakes) {
       {"negative", "Built-in", 0, -0.5F, {}, false},
       {"as it is", "Built-in", 0, 0.25F, {}, false},
       {"monitor", "Left", 1, 0.5F, {"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 32 9a)"}},
-      {"maximum never told", "Left", 0, 0.2F, {"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 14 bc)"}},
+      {"maximum never told", "Left", 0, 0.209F, {"daemon: IOI2CSendRequest(Left, 51 84 03 10 00 14 bc)"}},
       {"monitor that is silent", "Right", 0, 0.3F, {}},
   };
   test::BrightnessRecorder recorder;
@@ -315,14 +315,40 @@ TEST(SetBrightness, SendsWhatTheWayToItTakes) {
     recorder.recorded.clear();
     display->setBrightness(row.value);
     Lines sent = displays.process.newJournalLines();
-    std::erase_if(sent, [](const std::string& line) { return line.find("sleep(") != std::string::npos; });
+    // The questions what the brightness is do not count.
+    std::erase_if(sent, [](const std::string& line) {
+      return line.find("sleep(") != std::string::npos || line.find("51 82 01") != std::string::npos;
+    });
     EXPECT_EQ(sent, row.sent) << row.name;
     EXPECT_EQ(recorder.recorded.size(), row.isDone ? 1U : 0U) << row.name;
     // What is no number is as good as any other value.
     const float expected = row.isDone ? row.value : 0.125F;
     EXPECT_TRUE(std::isnan(expected) ? std::isnan(display->brightness) : display->brightness == expected) << row.name;
   }
-  EXPECT_EQ(displays["Left"]->savedLastSetBrightness, 0.2F);
+  EXPECT_EQ(displays["Left"]->savedLastSetBrightness, 0.209F);
+}
+
+TEST(SetToggleMirroring, MakesAndEndsACopy) {
+  DisplaysOnMac displays(sim::laptopWith({"Left", "Right"}));
+  const auto left = displays["Left"], right = displays["Right"];
+  const sim::SimulatedDisplay& copy = displays.mac().display("Right");
+  left->setToggleMirroringWith(*right, nullptr);
+  EXPECT_EQ(copy.mirrors, displays.mac().display("Left").id);
+  left->setToggleMirroringWith(*right, nullptr);
+  EXPECT_EQ(copy.mirrors, kCGNullDirectDisplay);
+}
+
+TEST(SetIsMirroringEnabled, TurnsOnWhatIsOffWhenToldTo) {
+  DisplaysOnMac displays(sim::laptopWith({"Left", "Right"}));
+  ASSERT_EQ(displays.mac().setEnabled("Right", false), std::nullopt);
+  displays.document().quitDockAfterEnabling = true;
+  displays.process.newJournalLines();
+  displays.document().setIsMirroringEnabled(true, nullptr, true);
+  EXPECT_EQ(displays.process.newJournalLines("CGSConfigureDisplayEnabled").size(), 1U);
+  EXPECT_TRUE(displays.mac().display("Right").isActive());
+  EXPECT_EQ(displays.mac().display("Left").mirrors, displays.mac().display("Built-in").id);
+  displays.mac().advance(1.5);
+  EXPECT_EQ(displays.process.newJournalLines("executeAppleScript").size(), 1U);
 }
 
 TEST(DisplayTransactions, EndOnceAndKnowOfAllThatAreOpen) {

@@ -73,7 +73,10 @@ class DocumentFile : public ::testing::Test {
       {"desktopFlags", Dictionary{{"startDelay", 9}}},
       {"allDisplays", Dictionary{{"1001", Dictionary{{"monitorResID", 1001}, {"sysMonitorName", "M"}}}}},
       {"volatileDisplays", Array{1001}},
-      {"displaySetsArray", Array{Dictionary{{"name", "S"}, {"uniqueID", 1}}}}};
+      {"displaySetsArray", Array{Dictionary{{"name", "S"}, {"uniqueID", 1}}}},
+      {"checkApplics", true},
+      {"applicationSetsArray", Array{Dictionary{{"soundLevel", 0.5}}}},
+      {"eventsArray", Array{Dictionary{{"type", 2}}}}};
 
   sim::SimulatedMac mac_;
   Process::Scope scope_;
@@ -94,7 +97,7 @@ TEST_F(DocumentFile, WritesAndReadsTheGroupsThatItsBitsName) {
                      "startRestoreDelay"};
   const Keys startupSet{"startupSet"}, attached{"volatileDisplays"}, records{"allDisplays"}, sets{"displaySetsArray"},
       statusMenu{"sysMenuFlags"}, contextMenu{"cmMenuFlags", "contextualMenuModifier"}, desktop{"desktopFlags"},
-      shortCut{"launchShortCut"};
+      rules{"checkApplics", "applicationSetsArray"}, events{"eventsArray"}, shortCut{"launchShortCut"};
   const struct {
     int flags;
     Keys written;
@@ -107,6 +110,8 @@ TEST_F(DocumentFile, WritesAndReadsTheGroupsThatItsBitsName) {
       {.flags = 0x4, .written = contextMenu, .changed = contextMenu},
       {.flags = 0x8, .written = statusMenu, .changed = statusMenu},
       {.flags = 0x10, .written = sets, .changed = sets},
+      {.flags = 0x20, .written = rules, .changed = rules},
+      {.flags = 0x400, .written = events, .changed = events},
       {.flags = 0x80, .written = attached, .changed = {}},
       {.flags = 0x100, .written = desktop, .changed = desktop},
       {.flags = 0x200, .written = records, .changed = records},

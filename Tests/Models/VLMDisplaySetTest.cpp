@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Models/VLMDisplay.h"
+#include "Simulator/Mac/MachineEvents.h"
 #include "Tests/Support/DaemonOnMac.h"
 #include "Tests/Support/Machines.h"
 #include "Tests/Support/TestProcess.h"
@@ -142,6 +143,49 @@ TEST(DisplaySet, RecordsWhatIsAndEnforcesNothingButModeAndMainDisplay) {
       EXPECT_FALSE(monitor.hasOrigin || monitor.hasActivity || monitor.hasOverscan || monitor.hasHDR);
     }
   });
+}
+
+TEST(DisplaySet, IsCopiedWithMonitorsOfItsOwnAndUsersOfNone) {
+  const auto chained = VLMDisplaySet::initAndDecodeReadableWith({{"uniqueID", 2}});
+  const auto set = VLMDisplaySet::initAndDecodeReadableWith(
+      {{"uniqueID", 1}, {"keyCode", 5}, {"monitorArray", Array{Dictionary{{"monitorResID", 1001}}}}});
+  set->setChainedDisplaySet(chained);
+  set->nbUsers = 3;
+  {
+    const auto copy = set->deepCopy();
+    EXPECT_EQ(copy->encodeReadable(), set->encodeReadable());
+    EXPECT_EQ(copy->nbUsers, 0);
+    EXPECT_EQ(chained->nbUsers, 2);
+    EXPECT_NE(copy->monitorArray[0], set->monitorArray[0]);
+    EXPECT_EQ(copy->monitorArray[0]->container, copy.get());
+  }
+  EXPECT_EQ(chained->nbUsers, 1);
+  EXPECT_FALSE(set->duplicate()->uniqueID);
+  EXPECT_EQ(set->duplicate()->keyCode, -1);
+}
+
+TEST(DisplaySet, OfWhatAnApplicationFoundBringsMirroringAndWhoIsShownBack) {
+  auto machine = test::laptopWith({"Left", "Right"});
+  test::DaemonOnMac on(machine);
+  on.launch();
+  for (const char* copy : {"Built-in", "Right"}) {
+    ASSERT_EQ(on.mac.events().mirror(copy, &on.mac.display("Left")), std::nullopt);
+  }
+  on.mac.advance(2);
+  const auto isAsFound = [&] {
+    const CGDirectDisplayID left = on.mac.display("Left").id;
+    return on.mac.display("Right").mirrors == left && on.mac.display("Built-in").mirrors == left;
+  };
+  const auto set = on.inside([](VLMGlobals& document) {
+    return VLMDisplaySet::initForApplicSaving("com.example", document.displayArray, document);
+  });
+  ASSERT_TRUE(isAsFound());
+  const auto& monitors = set->monitorArray;
+  EXPECT_EQ(std::count_if(monitors.begin(), monitors.end(), [](const auto& m) { return m->isMainDisplay; }), 1);
+  ASSERT_EQ(on.mac.events().mirror("Right", nullptr), std::nullopt);
+  on.mac.advance(2);
+  on.inside([&](VLMGlobals& document) { document.applyDisplaySet(set, false); });
+  EXPECT_TRUE(isAsFound());
 }
 
 }  // namespace

@@ -52,6 +52,15 @@ TEST_F(Document, TakesEveryDefaultFromAnEmptyFile) {
                            {"iconsGridV", 64},       {"startDelay", 5},           {"saveAllAppWindows", false},
                            {"saveIcons", true},      {"saveWindows", true},       {"saveDesktopBySet", false},
                            {"iconsRelative", false}, {"saveAutoDesktop", false},  {"autoCreateSets", false}};
+  const Dictionary allApplications{{"appName", "All Applications"},
+                                   {"signature", 1447841107},
+                                   {"soundLevel", 0.0F},
+                                   {"changeRes", 0},
+                                   {"soundLevelIsSet", false},
+                                   {"notAtOSEvt", false},
+                                   {"restoreAtQuit", true},
+                                   {"hideDock", false},
+                                   {"hideOthers", false}};
   const Dictionary expected{{"Version", 4150101},
                             {"VLMDaemonRunOnce", true},
                             {"quitShortCut", 13580},
@@ -72,7 +81,10 @@ TEST_F(Document, TakesEveryDefaultFromAnEmptyFile) {
                             {"desktopFlags", desktop},
                             {"volatileDisplays", Array{}},
                             {"allDisplays", Dictionary{}},
-                            {"displaySetsArray", Array{}}};
+                            {"displaySetsArray", Array{}},
+                            {"checkApplics", false},
+                            {"applicationSetsArray", Array{allApplications}},
+                            {"eventsArray", Array{}}};
   EXPECT_EQ(document().encodeReadableInDict(nullptr, SettingsGroup::all), expected);
 }
 
@@ -109,7 +121,6 @@ TEST_F(Document, WritesBackWhatItReadAndKeepsWhatItDoesNotKnow) {
       {"startRestoreDelay", -3},
       {"someoneElses", Array{1, "two"}},
       {"checkApplics", true},
-      {"applicationSetsArray", Array{Dictionary{{"appName", "Paint"}}}},
       {"eventsArray", Array{Dictionary{{"type", 9}}}},
       {"desktopFlags", Dictionary{{"iconsGridH", 0}, {"snapToGrid", false}}},
       {"sysMenuFlags", Dictionary{{"sysShowRez", false}, {"unknownInside", 1}}},
@@ -123,8 +134,8 @@ TEST_F(Document, WritesBackWhatItReadAndKeepsWhatItDoesNotKnow) {
 
   EXPECT_EQ(written.sInt32("Version"), 5000000);  // only ever grows
   EXPECT_TRUE(written.boolean("VLMDaemonRunOnce"));
-  for (const char* untouched : {"quitShortCut", "startRestoreDelay", "someoneElses", "checkApplics",
-                                "applicationSetsArray", "eventsArray", "volatileDisplays"}) {
+  for (const char* untouched :
+       {"quitShortCut", "startRestoreDelay", "someoneElses", "checkApplics", "eventsArray", "volatileDisplays"}) {
     EXPECT_EQ(*written.find(untouched), *file.find(untouched)) << untouched;
   }
   EXPECT_EQ(written.dictionary("desktopFlags")->sInt32("iconsGridH"), 50);

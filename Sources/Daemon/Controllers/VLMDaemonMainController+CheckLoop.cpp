@@ -49,6 +49,7 @@ void VLMDaemonMainController::retreatWholeDisplays() {
     display->previousTransfType = display->transfType;
   }
   getCurrentLocalSettings();
+  for (const auto& display : prefs.displayArray) display->relightWhenActive();
   prefs.savePrefs(SettingsGroup::watched);
   sendThatMonitorsChanged(prefs);
   prefs.needsUpdatingDisplays = false;

@@ -101,15 +101,6 @@ TEST_F(CheckLoop, LeavesTheLastDisplayOnWhenOnlyTheDaemonMaySwitchOneOn) {
   EXPECT_TRUE(on_.mac.display("Built-in").isActive() || on_.mac.display("Right").isActive());
 }
 
-TEST_F(CheckLoop, FollowsAColourProfileWhenItIsTold) {
-  for (int i = 0; i < 2; ++i) {
-    on_.mac.log.clear();
-    ASSERT_EQ(on_.mac.events().chooseProfile("Left", "file:///tmp/Mine.icc"), std::nullopt);
-    on_.mac.turn();
-    EXPECT_EQ(on_.hasLogged("Colorsync profile Changed for disp 1002 to file:///tmp/Mine.icc"), i == 0);
-  }
-}
-
 TEST_F(CheckLoop, RecordsWhatHasNoCallbackOnce) {
   auto& left = on_.mac.display("Left");
   left.overscan = 1;

@@ -139,6 +139,8 @@ TEST_F(MainJob, TakesEverythingDownBeforeAReloadAndPutsItUpBehindIt) {
                                           "removeMonitor",
                                           "DisplayServicesUnregisterForBrightnessChangeNotifications",
                                           "CFRunLoopRemoveSource",
+                                          "IOI2CSendRequest",
+                                          "IOI2CSendRequest",
                                           "writeToURLAtomically",
                                           "RegisterEventHotKey",
                                           "RegisterEventHotKey",

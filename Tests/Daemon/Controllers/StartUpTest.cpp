@@ -46,6 +46,8 @@ TEST(StartUp, TakesItsStepsInTheirOrder) {
       "sharedApplication()",
       "setDelegate()",
       "run()",
+      "IOI2CSendRequest(Left, 51 82 01 10 ac)",
+      "IOI2CSendRequest(Left, 51 82 01 10 ac)",
       "writeToURLAtomically(~/Library/Preferences/org.kelvane.velmoratix.daemon.plist)",
       "statusItemWithLength(-1)",
       "setHighlightMode(yes)",
@@ -119,7 +121,6 @@ TEST(StartUp, ReadsAMachineWideFileAndWritesTheUsersOwn) {
   const Dictionary administrators{{"VLMDaemonRunOnce", true},
                                   {"launchShortCut", 99},
                                   {"checkApplics", true},
-                                  {"applicationSetsArray", Array{Dictionary{{"appName", "Paint"}}}},
                                   {"eventsArray", Array{Dictionary{{"type", 1}}}}};
   on.writeSettings(administrators);
   ASSERT_EQ(std::rename(on.settingsPath().c_str(), (on.mac.localFolder() + name).c_str()), 0);

@@ -303,5 +303,43 @@ TEST(Preferences, OthersSeeAChangeOnceItIsSynchronised) {
   EXPECT_EQ(os().files.dictionaryWithContentsOfURL(path), (Dictionary{{"b", "x"}}));
 }
 
+void append(Data& record, std::uint16_t tag, const std::string& text) {
+  for (const std::size_t word : {std::size_t{tag}, text.size()}) {
+    record.insert(record.end(), {std::uint8_t(word >> 8), std::uint8_t(word & 0xFF)});
+  }
+  record.insert(record.end(), text.begin(), text.end());
+  if (text.size() % 2 != 0) record.push_back(0);
+}
+
+/// An alias record with a file's name (which does not matter), its path, and where its volume is mounted.
+Data aliasRecord(std::uint8_t version, const std::string& path, const std::string& mountPoint) {
+  Data record(version == 2 ? 150 : 58);
+  append(record, 14, "odd");
+  append(record, 18, path);
+  append(record, 19, mountPoint);
+  append(record, 0xFFFF, "");
+  record[4] = std::uint8_t(record.size() >> 8);
+  record[5] = std::uint8_t(record.size() & 0xFF);
+  record[7] = version;
+  return record;
+}
+
+TEST(Bookmarks, LeadWhereAnAliasRecordSays) {
+  TestProcess process;
+  const std::string folder = process.mac().homeFolder();
+  const std::string path = folder + "/a";
+  put(path, "a");
+  const auto resolved = [](const Data& record) {
+    const auto bookmark = os().files.CFURLCreateBookmarkDataFromAliasRecord(record);
+    return bookmark ? os().files.URLByResolvingBookmarkData(*bookmark) : std::nullopt;
+  };
+  for (const std::uint8_t version : {std::uint8_t{2}, std::uint8_t{3}}) {
+    EXPECT_EQ(resolved(aliasRecord(version, path.substr(1), "/")), path);
+    EXPECT_EQ(resolved(aliasRecord(version, "a", folder)), path);
+    EXPECT_EQ(resolved(aliasRecord(version, "b", folder)), std::nullopt);
+  }
+  EXPECT_EQ(resolved(aliasRecord(4, "a", folder)), std::nullopt);
+}
+
 }  // namespace
 }  // namespace vlm::sim

@@ -48,5 +48,38 @@ TEST(AVServiceBus, TalksInTheFramesOfItsClients) {
   EXPECT_EQ(session.heldObjects(), 0U);
 }
 
+TEST(FrameBufferBus, ObeysNoFrameThatIsDamaged) {
+  const struct {
+    const char* name;
+    Bytes frame;
+    bool isObeyed = false;
+    std::uint32_t address = 0x6e;
+  } rows[] = {{"right", {0x51, 0x84, 0x03, 0x10, 0x00, 0x32, 0x9a}, true},
+              {"checksum", {0x51, 0x84, 0x03, 0x10, 0x00, 0x32, 0x9b}},
+              {"checksum without the host, as a service's questions have it", {0x51, 0x84, 0x03, 0x10, 0, 0x32, 0xcb}},
+              {"host address", {0x50, 0x84, 0x03, 0x10, 0x00, 0x32, 0x9b}},
+              {"length", {0x51, 0x83, 0x03, 0x10, 0x00, 0x32, 0x9d}},
+              {"mark of the length", {0x51, 0x04, 0x03, 0x10, 0x00, 0x32, 0x1a}},
+              {"cut off", {0x51, 0x84, 0x03, 0x10, 0x00, 0x9a ^ 0x32}},
+              {"opcode", {0x51, 0x84, 0x04, 0x10, 0x00, 0x32, 0x9d}},
+              {"code", {0x51, 0x84, 0x03, 0x12, 0x00, 0x32, 0x98}},
+              {"monitor address", {0x51, 0x84, 0x03, 0x10, 0x00, 0x32, 0x9a}, false, 0x6c}};
+  for (const auto& row : rows) {
+    SimulatedMac mac(talkingMachine(Processor::intel));
+    MonitorBus& bus = addProcess(mac, "test").ports().monitorBus;
+    IOI2CConnectRef connect = 0;
+    const IOObject interface = bus.IOFBCopyI2CInterfaceForBus(mac.display("A").frameBuffer, 0);
+    EXPECT_EQ(bus.IOI2CInterfaceOpen(interface.get(), 0, connect), kIOReturnSuccess);
+    IOI2CRequest request;
+    request.sendTransactionType = 1;
+    request.sendAddress = row.address;
+    request.sendBuffer = row.frame;
+    EXPECT_EQ(bus.IOI2CSendRequest(connect, 0, request), kIOReturnSuccess);
+    EXPECT_EQ(request.result == kIOReturnSuccess, row.address == 0x6e) << row.name;
+    EXPECT_EQ(mac.display("A").ddcCurrent, row.isObeyed ? 50 : 75) << row.name;
+    bus.IOI2CInterfaceClose(connect, 0);
+  }
+}
+
 }  // namespace
 }  // namespace vlm::sim

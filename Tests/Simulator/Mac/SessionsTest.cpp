@@ -135,5 +135,37 @@ TEST(RunLoop, EndsTimersAndPerformsByTheirOwnKindOnly) {
   EXPECT_EQ(called, (Lines{"timer", "perform", "timer"}));
 }
 
+TEST(Applications, OfThoseInTheDockTheLastActivatedIsInFront) {
+  MachineDescription machine = laptopWith({"Left"});
+  machine.processes = {{.bundleIdentifier = "a", .name = "A"},
+                       {.bundleIdentifier = "b", .name = "B"},
+                       {.name = "helper"},
+                       {.bundleIdentifier = "c", .name = "C", .activationPolicy = ActivationPolicy::accessory},
+                       {.bundleIdentifier = "d", .name = "D", .activationPolicy = ActivationPolicy::prohibited}};
+  ProcessDescription daemon = daemonDescription();
+  daemon.activationPolicy = ActivationPolicy::accessory;
+  TestProcess process(machine, {}, daemon);
+  Workspace& workspace = os().workspace;
+  const auto inFront = [&] {
+    const auto application = workspace.frontmostApplication();
+    return application ? application->localizedName : "nobody";
+  };
+  const auto applications = workspace.runningApplications();
+  ASSERT_EQ(applications.size(), 5U);  // the helper is none
+  const std::int32_t a = applications[0].processIdentifier, b = applications[1].processIdentifier;
+  EXPECT_EQ(inFront(), "B");
+  workspace.activateWithOptions(a, 0);
+  workspace.activateWithOptions(applications[2].processIdentifier, 0);
+  EXPECT_EQ(inFront(), "A");
+  EXPECT_TRUE(workspace.hide(a));
+  EXPECT_FALSE(workspace.hide(a));
+  EXPECT_FALSE(workspace.hide(applications[3].processIdentifier));  // prohibited: no face to hide
+  EXPECT_EQ(inFront(), "B");
+  EXPECT_TRUE(workspace.hide(b));
+  EXPECT_EQ(inFront(), "nobody");
+  EXPECT_TRUE(workspace.activateWithOptions(a, 0));
+  EXPECT_EQ(inFront(), "A");
+}
+
 }  // namespace
 }  // namespace vlm::sim

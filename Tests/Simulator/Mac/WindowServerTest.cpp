@@ -148,7 +148,7 @@ TEST(Arrangement, GoesDarkOnlyWithTheLastCableAndTurnsBoundsWithTheDisplay) {
   mac.plug("Panel");
   EXPECT_EQ(arrangementOf(mac), "Panel 0,0");
   mac.plug("A");
-  mac.display("Panel").rotation = 90;
+  mac.display("Panel").turn.degrees = 90;
   mac.setMode("Panel", 1200, 900);
   EXPECT_EQ(arrangementOf(mac), "Panel 0,0 900x1200; A 900,0");
 }

@@ -27,7 +27,9 @@ TEST(Commands, RefuseWhatTheyDoNotUnderstandAndSayWhy) {
       {"exepct records 3", "there is no command \"exepct\"; did you mean \"expect\"? help lists them"},
       {"drug", "there is no command \"drug\"; help lists them"},
       {"\x1b[2J", "there is no command \"\\x1b[2J\"; help lists them"},
-      {"show cats", "show: there is no \"cats\" (displays, picture, modes, sets, settings, journal, log)"},
+      {"show cats",
+       "show: there is no \"cats\" (displays, display, machine, picture, modes, profiles, presets, sets, settings, "
+       "journal, log)"},
       {"remember", "too few arguments: remember KEYPATH"},
       {"show log --xml", "too many arguments: show log [--json]"},
       {"expect records many", "\"many\" is no count"},

@@ -35,7 +35,7 @@ TEST(Completion, OffersWhatMayStandThere) {
       {"show modes Left --", {"--json"}},
       {"show modes --json L", {"Left"}},
       {"mode Left 2560", {"2560x1440@60"}},
-      {"expect display Left ", {"gone", "off", "on"}},
+      {"expect display Left o", {"off", "on", "overscan"}},
       {"expect set \"as", {"As found at first start"}},
       {"expect set \"As found at first start\" mark d", {"dash", "diamond"}},
       {"expect setting displaySetsArray.0.na", {"displaySetsArray.0.name"}},

@@ -159,5 +159,51 @@ TEST(Json, KeepsNumbersAndReplacesWhatItCannotSay) {
                                                            {"data", "00ab"}})));
 }
 
+TEST(SetEditing, RefusesWithTheReasonAndWritesNothing) {
+  struct Row {
+    const char* line;
+    const char* reason;  ///< a part of it
+  };
+  constexpr Row kRows[] = {
+      {"set add \"as found at first start\" empty", "already"},
+      {"set Work key none", "there is no set \"Work\"; there are \"As found at first start\""},
+      {"set As Left enforce color red",
+       "(mode, depth, origin, orientation, activity, overscan, underscan, hdr, preset"},
+      {"set As Left enforce mode 123x456", "has no mode 123x456"},
+      {"set As Left enforce origin 40000,0", "no point"},
+      {"set As Left enforce preset Nonsense", "no colour preset"},
+      {"set As Left enforce hdr yes", "neither on nor off"},
+      {"set As Left paint red", "set SET DISPLAY enforce"},
+      {"set As enforce mirroring Left>Left", "one display"},
+      {"set As key cmd+opt", "no hot key"},
+      {"set As chain on off", "set SET chain"},
+      {"file remove ~/../a", "no path"},
+  };
+  Desk desk;
+  const auto before = desk.simulator.settings();
+  for (const Row& row : kRows) {
+    const Outcome outcome = desk.play({row.line});
+    EXPECT_EQ(outcome.status, Outcome::Status::refused) << row.line;
+    EXPECT_NE(outcome.reason.find(row.reason), std::string::npos) << row.line << ": " << outcome.reason;
+  }
+  EXPECT_EQ(desk.simulator.settings(), before);
+}
+
+TEST(SetEditing, OfPresetAndProfileEnforcesTheOneThatWasAskedFor) {
+  Desk desk;
+  const auto monitor = [&] {
+    return *valueAt(*desk.simulator.settings(), "displaySetsArray.0.monitorArray.2")->dictionary();
+  };
+  ASSERT_TRUE(monitor().contains("colorProfile"));  // recorded
+  ASSERT_TRUE(desk.play({"unplug Right", "advance 2", "set As Right enforce preset SOME-IDENTIFIER"}).held());
+  EXPECT_TRUE(monitor().boolean("hasColorProfile"));
+  EXPECT_FALSE(monitor().contains("colorProfile"));
+  ASSERT_TRUE(desk.play({"set As Right enforce profile /a.icc", "set As Right ignore preset"}).held());
+  EXPECT_TRUE(monitor().boolean("hasColorProfile"));
+  EXPECT_FALSE(monitor().contains("colorPreset"));
+  ASSERT_TRUE(desk.play({"set As Right ignore profile"}).held());
+  EXPECT_FALSE(monitor().boolean("hasColorProfile"));
+}
+
 }  // namespace
 }  // namespace vlm::sim

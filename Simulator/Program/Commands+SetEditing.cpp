@@ -1,0 +1,300 @@
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "Models/VLMGlobals.h"
+#include "Platform/Numbers.h"
+#include "Platform/Process.h"
+#include "Shared/Shortcuts.h"
+#include "Simulator/Mac/AtomicFile.h"
+#include "Simulator/Mac/Bookmark.h"
+#include "Simulator/Mac/IccFolders.h"
+#include "Simulator/Mac/PropertyListFile.h"
+#include "Simulator/Program/Arguments.h"
+#include "Simulator/Program/Commands.h"
+#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/SetEditing.h"
+#include "Simulator/Program/Simulator.h"
+
+/// The control application's window of display sets: each command saves the settings and tells the daemon.
+namespace vlm::sim {
+
+namespace {
+
+constexpr const char* kSets = "displaySetsArray";
+
+/// Reads the settings, lets `edit` change them, writes them back whole, and tells the daemon.
+template <class Edit>
+Outcome edited(Simulator& simulator, Edit edit) {
+  auto settings = simulator.settings();
+  if (!settings) return Outcome::refused("there is no settings file that can be read: " + simulator.settingsPath());
+  if (const Refusal reason = edit(*settings)) return Outcome::refused(*reason);
+  const auto failure = replaceFile(simulator.settingsPath(), composePropertyList(*settings), simulator.mac().diskFault);
+  if (failure) return Outcome::notHeld("the control application cannot write: " + *failure);
+  simulator.post("reloadPreferences", {});
+  simulator.mac().turn();
+  return {};
+}
+
+/// The same for one set's record.
+template <class Edit>
+Outcome editedSet(Simulator& simulator, const std::string& name, Edit edit) {
+  return edited(simulator, [&](plist::Dictionary& settings) -> Refusal {
+    const auto found = setRecordNamed(settings, name);
+    if (const auto* reason = std::get_if<std::string>(&found)) return *reason;
+    return edit(settings, *std::get<plist::Dictionary*>(found));
+  });
+}
+
+/// Does something with the running daemon's document, within its process.
+template <class Action>
+Refusal withDocument(Simulator& simulator, Action action) {
+  Session* const session = simulator.daemon();
+  if (session == nullptr) return "no daemon runs; launch-daemon starts one";
+  const Process::Scope inDaemon(session->process());
+  return action(VLMGlobals::sharedInstance());
+}
+
+/// One that is not plugged in is known by what the daemon remembers of it.
+std::variant<EditedDisplay, std::string> displayIn(const VLMGlobals& document, Simulator& simulator,
+                                                   const std::string& text) {
+  const auto found = simulator.displayNamed(text);
+  if (const auto* reason = std::get_if<std::string>(&found)) return *reason;
+  const SimulatedDisplay& display = *std::get<SimulatedDisplay*>(found);
+  std::shared_ptr<VLMDisplay> record = display.id == 0 ? nullptr : document.displayWithcgID(display.id);
+  for (const auto& known : document.extraDisplayArray) {
+    if (!record && display.id == 0 && known->displayUUIDString == display.uuid) record = known;
+  }
+  const std::string& name = display.description.name;
+  if (!record || !record->monitorResID) return "the daemon does not know " + quoted(name);
+  return EditedDisplay{.name = name, .monitorResID = *record->monitorResID, .record = record};
+}
+
+// --- Making and removing ---
+
+bool hasSet(const plist::Dictionary& settings, const std::string& name) {
+  const plist::Array* const sets = settings.array(kSets);
+  for (const plist::Value& value : sets == nullptr ? plist::Array() : *sets) {
+    const auto other = value.dictionary() == nullptr ? std::nullopt : value.dictionary()->string("name");
+    if (other && isSameName(name, *other)) return true;
+  }
+  return false;
+}
+
+Refusal unusableName(const plist::Dictionary& settings, const std::string& name) {
+  if (name.empty()) return "a set needs a name";
+  if (hasSet(settings, name)) return "there is a set " + quoted(name) + " already";
+  return std::nullopt;
+}
+
+void enforceNothing(VLMDisplaySet& set) {
+  set.hasMirroring = false;
+  set.complexMirroringSet.clear();
+  for (const auto& monitor : set.monitorArray) {
+    monitor->modeUniqueID = monitor->selDepth = VLMMonitorInSet::kNoSetting;
+    monitor->isMainDisplay = false;
+  }
+}
+
+/// Unique among the sets of the file, too: the daemon may not have read what was written last.
+std::int64_t nextUniqueID(const VLMGlobals& document, const plist::Array& sets) {
+  std::int64_t next = document.findNextSetUniqueID();
+  for (const plist::Value& value : sets) {
+    const auto other = value.dictionary() == nullptr ? std::nullopt : value.dictionary()->number("uniqueID");
+    if (other && *other >= next) next = *other + 1;
+  }
+  return next;
+}
+
+Outcome add(Simulator& simulator, Arguments arguments) {
+  if (arguments[1] != "from-current" && arguments[1] != "empty") {
+    return Outcome::refused(quoted(arguments[1]) + " is neither from-current nor empty");
+  }
+  return edited(simulator, [&](plist::Dictionary& settings) -> Refusal {
+    if (const Refusal reason = unusableName(settings, arguments[0])) return reason;
+    return withDocument(simulator, [&](VLMGlobals& document) -> Refusal {
+      // As things are now, not as the daemon's last look at them found them.
+      document.updateCurrentModes();
+      const auto set = VLMDisplaySet::initWithDisplays(document.displayArray, document);
+      plist::Array sets = settings.array(kSets) == nullptr ? plist::Array() : *settings.array(kSets);
+      set->uniqueID = nextUniqueID(document, sets);
+      set->name = arguments[0];
+      if (arguments[1] == "empty") enforceNothing(*set);
+      sets.emplace_back(set->encodeReadable());
+      settings.set(kSets, std::move(sets));
+      return std::nullopt;
+    });
+  });
+}
+
+Outcome remove(Simulator& simulator, Arguments arguments) {
+  return editedSet(simulator, arguments[0], [&](plist::Dictionary& settings, plist::Dictionary& record) -> Refusal {
+    const auto identifier = record.number("uniqueID");
+    plist::Array& sets = *settings.find(kSets)->array();
+    sets.erase(std::find_if(sets.begin(), sets.end(), [&](auto& value) { return value.dictionary() == &record; }));
+    for (plist::Value& value : sets) {
+      plist::Dictionary* const other = value.dictionary();
+      if (other != nullptr && other->number("chainedSetUID") == identifier) other->remove("chainedSetUID");
+    }
+    return std::nullopt;
+  });
+}
+
+// --- What a set says ---
+
+/// What is said of a set's record: the words behind its name.
+struct Saying {
+  Simulator& simulator;
+  plist::Dictionary& settings;
+  plist::Dictionary& set;
+  Arguments words;
+};
+
+Refusal sayKey(const Saying& saying) {
+  const std::string& text = saying.words[0];
+  constexpr std::int64_t kHighestCode = 0xFFFF;
+  const auto code = parseInteger(text);
+  const bool isCode = code && *code >= 0 && *code <= kHighestCode;
+  const auto shortcut = isCode ? truncateTo<std::int32_t>(*code) : shortcutFromText(text).value_or(kNoShortcut);
+  if (text != "none" && shortcut == kNoShortcut) {
+    return quoted(text) + " is no hot key such as cmd+opt+f10 or 0x6D0D, nor none";
+  }
+  saying.set.set("keyCode", shortcut);
+  return std::nullopt;
+}
+
+Refusal sayChain(const Saying& saying) {
+  if (saying.words[0] == "none") {
+    saying.set.remove("chainedSetUID");
+    return std::nullopt;
+  }
+  const auto next = setRecordNamed(saying.settings, saying.words[0]);
+  if (const auto* reason = std::get_if<std::string>(&next)) return *reason;
+  saying.set.set("chainedSetUID", std::get<plist::Dictionary*>(next)->sInt64("uniqueID"));
+  return std::nullopt;
+}
+
+Refusal sayMenu(const Saying& saying) {
+  const auto isOn = parseSwitch(saying.words[0]);
+  if (!isOn) return notASwitch(saying.words[0]);
+  saying.set.set("isInMenu", *isOn);
+  return std::nullopt;
+}
+
+Refusal sayScript(const Saying& saying) {
+  const std::string& text = saying.words[0];
+  saying.set.remove("theScriptAlias");
+  if (text == "none") {
+    saying.set.remove("scriptBookmark");
+    return std::nullopt;
+  }
+  const auto bookmark = bookmarkOf(parsePath(text, saying.simulator.mac().homeFolder()));
+  if (!bookmark) return "there is no file " + quoted(text);
+  saying.set.set("scriptBookmark", *bookmark);
+  return std::nullopt;
+}
+
+Refusal sayRename(const Saying& saying) {
+  if (const Refusal reason = unusableName(saying.settings, saying.words[0])) return reason;
+  saying.set.set("name", saying.words[0]);
+  return std::nullopt;
+}
+
+/// "Left>Right,Left>Old": the right one of each pair shows the picture of the left one.
+Refusal sayPairs(const Saying& saying, const std::string& text) {
+  return withDocument(saying.simulator, [&](const VLMGlobals& document) -> Refusal {
+    enforceMirroring(saying.set, false);
+    for (std::size_t begin = 0; begin <= text.size();) {
+      const std::size_t end = std::min(text.find(',', begin), text.size());
+      const std::string pair = text.substr(begin, end - begin);
+      const std::size_t arrow = pair.find('>');
+      if (arrow == std::string::npos) return quoted(pair) + " is neither on nor off, nor a pair such as Left>Right";
+      const auto shown = displayIn(document, saying.simulator, pair.substr(0, arrow));
+      const auto shows = displayIn(document, saying.simulator, pair.substr(arrow + 1));
+      for (const auto* found : {&shown, &shows}) {
+        if (const auto* reason = std::get_if<std::string>(found)) return *reason;
+      }
+      const auto& from = std::get<EditedDisplay>(shown);
+      const auto& to = std::get<EditedDisplay>(shows);
+      if (from.monitorResID == to.monitorResID) return quoted(pair) + " is one display, not two";
+      addMirroringPair(saying.set, from, to);
+      begin = end + 1;
+    }
+    return std::nullopt;
+  });
+}
+
+Refusal sayEnforce(const Saying& saying) {
+  const std::string& aspect = saying.words[0];
+  const std::string& value = saying.words[1];
+  if (aspect == "gray") return enforceGray(saying.set, value);
+  if (aspect != "mirroring") return quoted(aspect) + " is nothing that a set says of all displays (gray, mirroring)";
+  const auto isOn = parseSwitch(value);
+  if (!isOn) return sayPairs(saying, value);
+  enforceMirroring(saying.set, *isOn);
+  return std::nullopt;
+}
+
+Refusal sayIgnore(const Saying& saying) { return ignoreOfDesk(saying.set, saying.words[0]); }
+
+struct Verb {
+  std::string_view name;
+  std::size_t words;
+  const char* usage;
+  Refusal (*say)(const Saying& saying);
+};
+constexpr std::array kVerbs{
+    Verb{"enforce", 2, "enforce mirroring|gray VALUE", sayEnforce},
+    Verb{"ignore", 1, "ignore mirroring|gray", sayIgnore},
+    Verb{"key", 1, "key SHORTCUT|none", sayKey},
+    Verb{"chain", 1, "chain OTHER|none", sayChain},
+    Verb{"menu", 1, "menu on|off", sayMenu},
+    Verb{"script", 1, "script FILE|none", sayScript},
+    Verb{"rename", 1, "rename NAME", sayRename},
+};
+
+/// "set Work Left enforce mode 1024x768", "set Work Left ignore mode": the words from the display on.
+Refusal sayOfDisplay(const Saying& saying) {
+  const Arguments words = saying.words;
+  const bool enforces = words.size() == 4 && words[1] == "enforce";
+  if (!enforces && !(words.size() == 3 && words[1] == "ignore")) {
+    return "set SET DISPLAY enforce ASPECT VALUE, or set SET DISPLAY ignore ASPECT";
+  }
+  return withDocument(saying.simulator, [&](const VLMGlobals& document) -> Refusal {
+    const auto found = displayIn(document, saying.simulator, words[0]);
+    if (const auto* reason = std::get_if<std::string>(&found)) return *reason;
+    const auto& display = std::get<EditedDisplay>(found);
+    if (!enforces) return ignore(saying.set, display, words[2]);
+    const bool isProfile = words[2] == "profile";
+    const std::string value = isProfile ? profilePath(saying.simulator.mac(), words[3]) : words[3];
+    return enforce(saying.set, display, words[2], value);
+  });
+}
+
+Outcome say(Simulator& simulator, Arguments arguments) {
+  return editedSet(simulator, arguments[0], [&](plist::Dictionary& settings, plist::Dictionary& set) -> Refusal {
+    const Arguments words = arguments.subspan(1);
+    for (const Verb& verb : kVerbs) {
+      if (words[0] != verb.name) continue;
+      if (words.size() != verb.words + 1) return std::string("set SET ") + verb.usage;
+      return verb.say({simulator, settings, set, words.subspan(1)});
+    }
+    return sayOfDisplay({simulator, settings, set, words});
+  });
+}
+
+constexpr std::array kCommands{
+    Command{"set add", "NAME from-current|empty", 2, 2,
+            "the control application saves a new set: modes and depths as they are, or nothing enforced",
+            "set add Work from-current", add},
+    Command{"set remove", "SET", 1, 1, "it removes a set", "set remove Work", remove},
+    Command{"set", "SET [DISPLAY] enforce|ignore|key|chain|menu|script|rename VALUE...", 3, 5,
+            "it changes what a set says of a display, of all, or of itself", "set Work Left enforce origin -1920,0",
+            say},
+};
+
+}  // namespace
+
+std::span<const Command> setEditingCommands() { return kCommands; }
+
+}  // namespace vlm::sim
