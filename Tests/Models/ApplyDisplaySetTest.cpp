@@ -253,21 +253,29 @@ TEST_F(ApplyDisplaySet, TakesTheTransactionsThatItsAspectsAskFor) {
   }
 }
 
-TEST_F(ApplyDisplaySet, DropsTheRequestWithWhichAChainComesBack) {
+TEST_F(ApplyDisplaySet, DropsTheRequestWithWhichAChainComesBackAlsoOverReloads) {
   const auto other = newSet();
   set_->setChainedDisplaySet(other);
   other->setChainedDisplaySet(set_);
+  // Every reload makes the sets anew; when they were applied is known all the same.
+  const auto reload = [&] {
+    on_.inside([](VLMGlobals& document) {
+      document.savePrefs(SettingsGroup::displaySets);
+      document.loadPrefs(SettingsGroup::all);
+    });
+  };
   apply(set_);
+  reload();
   on_.mac.turn();
-  EXPECT_TRUE(other->lastExecutedDate);
+  reload();
+  on_.mac.turn();
+  on_.inside([&](VLMGlobals& document) {
+    for (const auto& set : {set_, other}) {
+      EXPECT_TRUE(findSetByUniqueID(document.displaySetsArray, set->uniqueID)->lastExecutedDate);
+    }
+  });
   // Each asked for the next one once; the third request was dropped.
   EXPECT_EQ(on_.journalCount("performAfterDelay(0)"), 2);
-  // A reload makes the sets anew; when they were applied is known all the same.
-  on_.inside([&](VLMGlobals& document) {
-    document.savePrefs(SettingsGroup::displaySets);
-    document.loadPrefs(SettingsGroup::all);
-    EXPECT_TRUE(findSetByUniqueID(document.displaySetsArray, set_->uniqueID)->lastExecutedDate);
-  });
 }
 
 TEST_F(ApplyDisplaySet, JudgesAChainedSetByWhatTheFirstOneLeft) {
