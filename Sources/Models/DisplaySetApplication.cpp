@@ -1,6 +1,7 @@
 #include "Models/DisplaySetApplication.h"
 
 #include <algorithm>
+#include <map>
 
 #include "Colour/VLMColorPreset.h"
 #include "Models/VLMGlobals.h"
@@ -8,6 +9,7 @@
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
 #include "Platform/RunLoop.h"
+#include "Shared/FileURL.h"
 
 namespace vlm {
 
@@ -18,6 +20,12 @@ constexpr const char* kDisplayWranglerPath = "IOService:/IOResources/IODisplayWr
 void wakeDisplaySystem() {
   const IOObject wrangler = os().registry.IORegistryEntryFromPath(kDisplayWranglerPath);
   if (wrangler) os().registry.IORegistryEntrySetCFProperty(wrangler.get(), "IORequestIdle", false);
+}
+
+/// One file has several URLs.
+bool isInUse(const std::string& profile, const VLMDisplay& display) {
+  const auto current = display.currentColorProfileURL();
+  return current && pathOfFileURL(*current) == pathOfFileURL(profile);
 }
 
 }  // namespace
@@ -58,7 +66,21 @@ void DisplaySetApplication::run() {
     setPositions();
   }
   setPictureOptions();
+  if (!transaction_.complete()) goOnOneByOne();
+}
+
+/// One change that is refused takes with it all others that wait for the same completion.
+void DisplaySetApplication::goOnOneByOne() {
+  isOneByOne_ = true;
+  transaction_.restart();
+  setMirroring();
+  setModesAndDepths();
+  if (!(set_.hasMirroring && set_.inMirroring)) setPositions();
   transaction_.complete();
+}
+
+void DisplaySetApplication::completeWhenOneByOne() {
+  if (isOneByOne_) transaction_.restart();
 }
 
 void DisplaySetApplication::turnDisplaysOn() {
@@ -84,13 +106,18 @@ void DisplaySetApplication::turnDisplaysOff() {
     if (display.willChangeActiveIn(false) && display.setIsActive(false, &transaction_)) turnedOff.push_back(&display);
   });
   if (turnedOff.empty()) return;
-  const bool isDone = transaction_.restart();
+  bool isAnyOff = transaction_.restart();
   // One that cannot be turned off takes the others with it: each by itself then.
-  if (!isDone && turnedOff.size() > 1) {
+  if (!isAnyOff && turnedOff.size() > 1) {
     for (VLMDisplay* const display : turnedOff) {
-      if (display->setIsActive(false, &transaction_)) transaction_.restart();
+      if (display->setIsActive(false, &transaction_)) isAnyOff = transaction_.restart() || isAnyOff;
     }
   }
+  if (!isAnyOff) return;
+  // The brightness to come back to; whoever quits the daemon now must not lose it.
+  const bool isAnyDimmed =
+      std::any_of(turnedOff.begin(), turnedOff.end(), [](auto* off) { return off->useBrightness; });
+  if (isAnyDimmed) document_.savePrefs(SettingsGroup::watched);
   if (document_.quitDockAfterDisabling) document_.relaunchDockLater();
 }
 
@@ -111,6 +138,8 @@ void DisplaySetApplication::setMirroring() {
     const auto b = displayOf(shows);
     if (a && b) a->setMirroringWith(*b, true, &transaction_);
   }
+  changesShape_ = changesShape_ || mirroringWasOn_ || set_.usesMirroring();
+  completeWhenOneByOne();
 }
 
 void DisplaySetApplication::setOrientations() {
@@ -120,7 +149,7 @@ void DisplaySetApplication::setOrientations() {
 }
 
 bool DisplaySetApplication::isCopy(const VLMDisplay& display) const {
-  if (!set_.usesMirroring()) return false;
+  if (!set_.usesMirroring()) return os().quartz.CGDisplayMirrorsDisplay(display.cgID) != kCGNullDirectDisplay;
   if (set_.inMirroring) return !document_.isFirstActive(display);
   return std::any_of(set_.complexMirroringSet.begin(), set_.complexMirroringSet.end(),
                      [&](const auto& pair) { return pair.second == display.monitorResID; });
@@ -131,14 +160,33 @@ void DisplaySetApplication::setModesAndDepths() {
   document_.updateCurrentModes();
   // A display that shows another one's picture becomes the one that is shown for as long as its mode is set. Those that
   // are to be shown come last, and stay it.
-  for (const bool copies : {true, false}) {
+  std::map<CGDirectDisplayID, bool> copies;
+  forEachPresentAndOn([&](const VLMMonitorInSet&, VLMDisplay& display) { copies[display.cgID] = isCopy(display); });
+  std::set<CGDirectDisplayID> shown;
+  for (const auto& display : document_.displayArray) {
+    const CGDirectDisplayID master = os().quartz.CGDisplayMirrorsDisplay(display->cgID);
+    if (master != kCGNullDirectDisplay) shown.insert(master);
+  }
+  for (const bool isOfCopies : {true, false}) {
     forEachPresentAndOn([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
-      if (isCopy(display) == copies) setModeAndDepth(monitor, display);
+      if (copies[display.cgID] == isOfCopies) setModeAndDepth(monitor, display);
     });
   }
-  // One that is to be shown, but has no mode of its own in the set, has not become it again.
-  const bool isShown = !set_.hasMirroring || !set_.inMirroring || document_.isFirstActiveShown();
-  if (!isShown) document_.setIsMirroringEnabled(true, &transaction_, false);
+  showAgain(shown);
+}
+
+/// Those that are to be shown, but have no mode of their own in the set, have not become it again.
+void DisplaySetApplication::showAgain(const std::set<CGDirectDisplayID>& shownBefore) {
+  if (set_.hasMirroring && set_.inMirroring && !document_.isFirstActiveShown()) {
+    document_.setIsMirroringEnabled(true, &transaction_, false);
+  }
+  // A set that says nothing of mirroring leaves it as it was.
+  if (set_.hasMirroring) return;
+  for (const CGDirectDisplayID display : shownBefore) {
+    const CGDirectDisplayID shownNow = os().quartz.CGDisplayMirrorsDisplay(display);
+    if (shownNow == kCGNullDirectDisplay) continue;
+    os().quartz.CGConfigureDisplayMirrorOfDisplay(transaction_.config(), shownNow, display);
+  }
 }
 
 void DisplaySetApplication::setModeAndDepth(const VLMMonitorInSet& monitor, VLMDisplay& display) {
@@ -149,7 +197,10 @@ void DisplaySetApplication::setModeAndDepth(const VLMMonitorInSet& monitor, VLMD
   }
   std::optional<std::int64_t> depth;
   if (monitor.hasDepthSetting()) depth = static_cast<std::int64_t>(monitor.selDepth);
-  if (mode || depth) display.setDisplayMode(mode, depth, set_.hasMirroring, false, &transaction_, true);
+  if (!mode && !depth) return;
+  changesShape_ = changesShape_ || display.willChangeModeAndDepth(mode, depth.value_or(0));
+  display.setDisplayMode(mode, depth, set_.hasMirroring, false, &transaction_, true);
+  completeWhenOneByOne();
 }
 
 void DisplaySetApplication::findMainMonitor() {
@@ -160,7 +211,7 @@ void DisplaySetApplication::findMainMonitor() {
 
 void DisplaySetApplication::endMirroringForPositions() {
   // The pairs that were just made stay: mirroring of before is over already.
-  if (set_.inMirroring || set_.usesMirroring()) return;
+  if (set_.usesMirroring()) return;
   bool needsPositions = mainMonitor_ != nullptr;
   forEachPresent([&](const VLMMonitorInSet& monitor, VLMDisplay& /*display*/) {
     needsPositions = needsPositions || monitor.hasOrigin;
@@ -201,7 +252,7 @@ void DisplaySetApplication::setPositions() {
   forEachPlaced([&](VLMDisplay& display, const Place& place) {
     isAnyMoved = isAnyMoved || display.willChangePosition(place.position);
   });
-  if (!isAnyMoved) return;
+  if (!isAnyMoved && !changesShape_) return;
   forEachPlaced([&](VLMDisplay& display, const Place& place) {
     if (display.willChangePosition(place.position)) {
       display.setDisplayPositionTo(place.position, &transaction_);
@@ -237,7 +288,8 @@ void DisplaySetApplication::setPictureOptions() {
       if (preset) display.setDisplayPreset(preset->index);
     }
     // One that is in use already may be the factory's, which is not to become the user's choice.
-    if (!display.willSetDisplayProfile(monitor.colorProfile)) display.setDisplayProfile(monitor.colorProfile);
+    if (monitor.colorProfile && !isInUse(*monitor.colorProfile, display))
+      display.setDisplayProfile(monitor.colorProfile);
   });
   if (set_.hasGray) document_.setIsGrayEnabled(set_.inGray);
 }

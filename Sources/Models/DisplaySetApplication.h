@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "Models/DisplayTransaction.h"
@@ -46,6 +47,9 @@ class DisplaySetApplication {
   void setModeAndDepth(const VLMMonitorInSet& monitor, VLMDisplay& display);
   /// Whether the set makes the display show another one's picture.
   bool isCopy(const VLMDisplay& display) const;
+  void showAgain(const std::set<CGDirectDisplayID>& shownBefore);
+  void goOnOneByOne();
+  void completeWhenOneByOne();
   void findMainMonitor();
   void endMirroringForPositions();
   void readPositions();
@@ -61,6 +65,8 @@ class DisplaySetApplication {
   const VLMDisplaySet& set_;
   bool mirroringWasOn_;
   bool hasEndedMirroring_ = false;
+  bool changesShape_ = false;  ///< a mode or mirroring changes, so that the system may move displays
+  bool isOneByOne_ = false;    ///< every change completes by itself
   DisplayTransaction transaction_;
   std::shared_ptr<VLMMonitorInSet> mainMonitor_;
   std::vector<Place> places_;

@@ -30,10 +30,14 @@ struct PendingDarkenings {
   std::map<CGDirectDisplayID, RunLoopToken> performs;
 };
 
-/// Displays, by `monitorResID`, that were made dark when they were turned off.
+/// Displays, by `monitorResID`, that were made dark when they were turned off: by their brightness, by their gamma.
 struct DarkDisplays {
-  std::set<std::int64_t> monitors;
+  std::set<std::int64_t> dimmed, darkened;
 };
+
+bool isLit(CGDirectDisplayID display) {
+  return os().quartz.CGDisplayIsActive(display) || os().quartz.CGDisplayIsInMirrorSet(display);
+}
 
 void keepGammaOf(CGDirectDisplayID display) {
   const auto formula = os().quartz.CGGetDisplayTransferByFormula(display);
@@ -58,15 +62,16 @@ void cancelDarkening(CGDirectDisplayID display) {
   performs.erase(pending);
 }
 
-/// The display's record may be another one by then, so only its identifier is kept.
-void darkenAfterDelay(CGDirectDisplayID display, double delay) {
+/// The display's record may be another one by then, so only its identifiers are kept.
+void darkenAfterDelay(CGDirectDisplayID display, std::int64_t monitorResID, double delay) {
   cancelDarkening(display);
-  const RunLoopToken perform = os().runLoop.performAfterDelay(delay, [display] {
+  const RunLoopToken perform = os().runLoop.performAfterDelay(delay, [display, monitorResID] {
     Process::current().state<PendingDarkenings>().performs.erase(display);
     // Somebody has lit it meanwhile; it may be the only one that its user has.
-    if (os().quartz.CGDisplayIsActive(display) || os().quartz.CGDisplayIsInMirrorSet(display)) return;
+    if (isLit(display)) return;
     keepGammaOf(display);
     setGammaOf(display, 0);
+    Process::current().state<DarkDisplays>().darkened.insert(monitorResID);
   });
   Process::current().state<PendingDarkenings>().performs[display] = perform;
 }
@@ -120,37 +125,46 @@ void VLMDisplay::turnOffIn(DisplayTransaction& transaction) {
   });
   // Takes the cursor off the display that goes.
   os().quartz.CGDisplayShowCursor(kCGNullDirectDisplay);
-  auto& dark = Process::current().state<DarkDisplays>().monitors;
-  if (useBrightness || useGamma) dark.insert(monitorResID.value_or(kUnmatchedResID));
   if (useBrightness) turnBrightnessDown();
-  if (useGamma) darkenAfterDelay(cgID, static_cast<double>(gammaDelay));
+  if (useGamma) darkenAfterDelay(cgID, identity(), static_cast<double>(gammaDelay));
   if (systemVersion() >= kSystem10_9 && !os().quartz.CGDisplayIsBuiltin(cgID) && container->forcesSleepAfterDisable()) {
     requestIdle();
   }
 }
 
 void VLMDisplay::turnBrightnessDown() {
+  auto& dimmed = Process::current().state<DarkDisplays>().dimmed;
   const float now = readBrightness();
-  // One that cannot be read could not be brought back; of one that is dark already the brightness of before counts.
-  if (now < 0 || (now == 0 && savedBrightness != 0)) return;
+  // One that cannot be read could not be brought back; of one that is dimmed already the brightness of before counts.
+  if (now < 0 || (now == 0 && dimmed.contains(identity()))) return;
   savedBrightness = now + kSavedBrightnessOffset;
   setBrightness(0);
+  dimmed.insert(identity());
+}
+
+void VLMDisplay::rememberThatItIsDimmed() const {
+  if (!isEnabled && useBrightness && savedBrightness != 0) {
+    Process::current().state<DarkDisplays>().dimmed.insert(identity());
+  }
 }
 
 void VLMDisplay::turnOnIn(DisplayTransaction& transaction) {
   os().quartz.CGSConfigureDisplayEnabled(transaction.config(), cgID, true);
   transaction.willTurnOn(cgID);
-  Process::current().state<DarkDisplays>().monitors.erase(monitorResID.value_or(kUnmatchedResID));
+  auto& dark = Process::current().state<DarkDisplays>();
+  dark.dimmed.erase(identity());
+  dark.darkened.erase(identity());
   if (savedBrightness != 0 && useBrightness) setBrightness(savedBrightness - kSavedBrightnessOffset);
   if (useGamma) setGamma(1.0F, &transaction);
 }
 
 void VLMDisplay::relightWhenActive() {
-  auto& dark = Process::current().state<DarkDisplays>().monitors;
-  if (!os().quartz.CGDisplayIsActive(cgID) || dark.erase(monitorResID.value_or(kUnmatchedResID)) == 0) return;
+  if (!isLit(cgID)) return;
   cancelDarkening(cgID);
-  if (savedBrightness != 0 && useBrightness) setBrightness(savedBrightness - kSavedBrightnessOffset);
-  if (useGamma) setGammaOf(cgID, 1.0F);
+  auto& dark = Process::current().state<DarkDisplays>();
+  if (dark.dimmed.erase(identity()) != 0 && savedBrightness != 0)
+    setBrightness(savedBrightness - kSavedBrightnessOffset);
+  if (dark.darkened.erase(identity()) != 0) setGammaOf(cgID, 1.0F);
 }
 
 void VLMDisplay::keepGamma() { keepGammaOf(cgID); }

@@ -260,6 +260,8 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   /// Brings back the brightness and gamma of a display that was made dark as it was turned off, and that is on:
   /// somebody else has lit it, or turning it off was refused.
   void relightWhenActive();
+  /// Of a record that a start finds: the daemon that turned it off has gone since.
+  void rememberThatItIsDimmed() const;
   void setDisplayPositionTo(DisplayPosition position, DisplayTransaction* transaction);
   /// No mode: keeps the mode. No depth: nothing but the mode's own rule for depth 0. Nothing at all without both.
   void setDisplayMode(const std::shared_ptr<VLMMode>& mode, std::optional<std::int64_t> depth, bool force, bool warning,
@@ -320,6 +322,8 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   void turnOnIn(DisplayTransaction& transaction);
   void turnOffIn(DisplayTransaction& transaction);
   void turnBrightnessDown();
+  /// What it is known by as long as the process lives, over rebuilds and reconnections.
+  std::int64_t identity() const { return monitorResID.value_or(kUnmatchedResID); }
 
   bool isDirty_ = false;
   bool isDirtyStandardMenu_ = false;

@@ -32,12 +32,13 @@ void VLMGlobals::applyDisplaySetOfChain(const std::shared_ptr<VLMDisplaySet>& re
   const bool isRepeated =
       set->lastExecutedDate && now >= *set->lastExecutedDate && now - *set->lastExecutedDate < kRepeatedRequest;
   // A chain that comes back has taken longer than that when monitors or scripts are slow.
-  if (isRepeated || (set->uniqueID && !chain.insert(*set->uniqueID).second)) return;
+  if (isRepeated || (set->uniqueID && chain.contains(*set->uniqueID))) return;
   // A script that runs, or a callback, lets requests in; the steps of two sets must not mix.
   if (isSetExecuted) {
-    waitingSets_.push_back({.set = set, .save = save});
+    waitingSets_.push_back({.set = set, .save = save, .chain = std::move(chain)});
     return;
   }
+  if (set->uniqueID) chain.insert(*set->uniqueID);
   const bool mirroringWasOn = isMirroringEnabled();
   isSetRecorded = true;
   isSetExecuted = true;
@@ -61,7 +62,7 @@ void VLMGlobals::applyDisplaySetOfChain(const std::shared_ptr<VLMDisplaySet>& re
 
 void VLMGlobals::applyWaitingSets() {
   for (const WaitingSet& waiting : std::exchange(waitingSets_, {})) {
-    applyDisplaySetAfterDelay(0.0, waiting.set, waiting.save);
+    applyLater(0.0, waiting.set, waiting.save, waiting.chain);
   }
 }
 

@@ -230,6 +230,7 @@ void VLMGlobals::rememberSettingsFileState() {
   states.hasSettingsFileState = true;
   for (const auto& saved : extraDisplayArray) {
     if (saved->monitorResID) states.shutdown.emplace(*saved->monitorResID, stateOf(*saved, saved->isEnabled));
+    saved->rememberThatItIsDimmed();
   }
 }
 

@@ -247,14 +247,15 @@ class VLMGlobals final : public VLMDisplayContainer {
   void mirrorActiveDisplays(DisplayTransaction& transaction) const;
   void turnOnInactiveDisplays(DisplayTransaction& transaction);
   void cutChains();
+  /// Identifiers of the sets that a chain has applied so far.
+  using ChainOfSets = std::set<std::int64_t>;
   /// A set that was asked for while another one was applied.
   struct WaitingSet {
     std::shared_ptr<VLMDisplaySet> set;
     bool save = false;
+    ChainOfSets chain = {};
   };
   void applyWaitingSets();
-  /// Identifiers of the sets that a chain has applied so far.
-  using ChainOfSets = std::set<std::int64_t>;
   void applyDisplaySetOfChain(const std::shared_ptr<VLMDisplaySet>& requested, bool save, ChainOfSets chain);
   void applyLater(double delay, const std::shared_ptr<VLMDisplaySet>& set, bool save, ChainOfSets chain);
   /// Keeps when the set was applied, over every reload.

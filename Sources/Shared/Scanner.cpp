@@ -3,8 +3,6 @@
 #include <limits>
 #include <string_view>
 
-#include "Platform/Numbers.h"
-
 namespace vlm {
 
 namespace {
@@ -41,18 +39,5 @@ bool Scanner::scanInteger(std::int64_t& destination) {
   location_ = place;
   return true;
 }
-
-template <class Number>
-bool Scanner::scan(Number& destination) {
-  std::int64_t scanned = 0;
-  const bool found = scanInteger(scanned);
-  destination = truncateTo<Number>(scanned);
-  return found;
-}
-
-template bool Scanner::scan(std::int16_t&);
-template bool Scanner::scan(std::uint16_t&);
-template bool Scanner::scan(std::int32_t&);
-template bool Scanner::scan(std::uint32_t&);
 
 }  // namespace vlm

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "Platform/Numbers.h"
+
 namespace vlm {
 
 /// Reads decimal integers out of a text, from left to right.
@@ -29,7 +31,12 @@ class Scanner {
 
  private:
   template <class Number>
-  bool scan(Number& destination);
+  bool scan(Number& destination) {
+    std::int64_t scanned = 0;
+    const bool found = scanInteger(scanned);
+    destination = truncateTo<Number>(scanned);
+    return found;
+  }
 
   std::string text_;
   std::size_t location_ = 0;

@@ -52,12 +52,6 @@ class ApplyDisplaySet : public ::testing::Test {
   std::shared_ptr<VLMDisplaySet> set_;
 };
 
-TEST_F(ApplyDisplaySet, DoesNothingToTheDisplaysWhenItIsInForce) {
-  apply(set_);
-  EXPECT_EQ(transactions(), 0);
-  EXPECT_TRUE(set_->lastExecutedDate);
-}
-
 TEST_F(ApplyDisplaySet, BringsAModeBackOnceASecond) {
   const auto wanted = on_.mac.display("Right").modeNumber;
   const auto spoilAndApplyAfter = [&](double seconds) {
@@ -145,26 +139,6 @@ TEST_F(ApplyDisplaySet, TakesItsStepsInTheirOrder) {
   };
   EXPECT_EQ(calls, expected);
   EXPECT_TRUE(left.isActive() && !right.isActive());
-}
-
-TEST_F(ApplyDisplaySet, TurnsDisplaysOffAndOnAgain) {
-  monitorOf("Left").hasActivity = true, monitorOf("Left").isActive = false;
-  apply(set_);
-  EXPECT_FALSE(on_.mac.display("Left").isActive());
-  EXPECT_TRUE(on_.mac.display("Right").isActive());
-  tick();
-  monitorOf("Left").isActive = true;
-  apply(set_);
-  EXPECT_TRUE(on_.mac.display("Left").isActive());
-  EXPECT_EQ(on_.journalCount("IORequestIdle"), 1);
-}
-
-TEST_F(ApplyDisplaySet, LeavesOneDisplayOn) {
-  for (const auto& monitor : set_->monitorArray) monitor->hasActivity = true, monitor->isActive = false;
-  apply(set_);
-  const auto& displays = server().displays();
-  EXPECT_EQ(std::count_if(displays.begin(), displays.end(), [](const auto& display) { return display->isActive(); }),
-            1);
 }
 
 TEST_F(ApplyDisplaySet, MirrorsByPairsAndAllTogether) {
@@ -311,6 +285,36 @@ TEST_F(ApplyDisplaySet, GoesOnWithTheOthersWhenOneIsPulledOutInTheMiddle) {
   apply(set_);
   EXPECT_TRUE(isPulled);
   EXPECT_EQ(on_.mac.display("Right").modeNumber, wanted);
+}
+
+TEST_F(ApplyDisplaySet, LosesOnlyWhatIsRefused) {
+  const auto wanted = on_.mac.display("Left").modeNumber;
+  server().refuseMode(on_.mac.display("Right"), on_.mac.display("Right").modeNumber);
+  for (const char* name : {"Left", "Right"}) ASSERT_EQ(on_.mac.setMode(name, 1280, 720), std::nullopt);
+  monitorOf("Built-in").isMainDisplay = false;
+  monitorOf("Right").isMainDisplay = true;
+  tick();
+  apply(set_);
+  EXPECT_EQ(on_.mac.display("Right").mode().width, 1280U);
+  EXPECT_EQ(on_.mac.display("Left").modeNumber, wanted);
+  EXPECT_EQ(server().mainDisplay(), &on_.mac.display("Right"));
+}
+
+TEST_F(ApplyDisplaySet, OfModesAloneLeavesMirroringAsItWas) {
+  for (const char* name : {"Left", "Right"}) {
+    ASSERT_EQ(on_.mac.events().mirror(name, &on_.mac.display("Built-in")), std::nullopt);
+  }
+  tick();
+  const auto recorded = newSet();
+  recorded->hasMirroring = false;
+  // A main display asks for places, and those for the end of mirroring.
+  recorded->monitorArray[0]->isMainDisplay = false;
+  recorded->monitorArray[0]->modeUniqueID = recorded->monitorArray[0]->selDepth = VLMMonitorInSet::kNoSetting;
+  ASSERT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
+  tick();
+  apply(recorded);
+  EXPECT_EQ(on_.mac.display("Right").mode().width, 1920U);
+  for (const char* name : {"Left", "Right"}) EXPECT_EQ(on_.mac.display(name).mirrors, on_.mac.display("Built-in").id);
 }
 
 TEST_F(ApplyDisplaySet, WaitsForTheEndOfTheOneUnderWay) {

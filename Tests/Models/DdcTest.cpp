@@ -5,7 +5,7 @@
 
 #include "Models/DDC.h"
 #include "Platform/MonitorBus.h"
-#include "Simulator/Mac/SimulatedMonitorBus.h"
+#include "Simulator/Mac/MachineEvents.h"
 #include "Tests/Support/DisplaysOnMac.h"
 
 /// What goes over the wires to a monitor, and what comes back.
@@ -69,10 +69,10 @@ TEST(Ddc, BearsEveryMonitor) {
     SCOPED_TRACE(row.name);
     const bool isIntel = row.machine.processor == sim::Processor::intel;
     DisplaysOnMac displays(row.machine);
-    sim::setDdcBehaviour(displays.mac(), displays.mac().display("Right"), healthy);
+    displays.mac().events().setDdcBehaviour("Right", healthy);
     sim::SimulatedDisplay& monitor = displays.mac().display("Left");
     monitor.ddcCurrent = 33;
-    sim::setDdcBehaviour(displays.mac(), monitor, row.behaviour);
+    displays.mac().events().setDdcBehaviour("Left", row.behaviour);
     VLMDisplay::DDCCommand command{0x10, 7, 7, 7};
     double start = displays.mac().now();
     EXPECT_EQ(displays["Left"]->readDDCCommand(command), row.maximumAndCurrent.has_value());
@@ -83,12 +83,12 @@ TEST(Ddc, BearsEveryMonitor) {
     const auto values = row.maximumAndCurrent.value_or(std::array{nothing, nothing});
     EXPECT_EQ(command, (VLMDisplay::DDCCommand{0x10, row.maximumAndCurrent.has_value(), values[0], values[1]}));
 
-    sim::setDdcBehaviour(displays.mac(), monitor, row.behaviour);
+    displays.mac().events().setDdcBehaviour("Left", row.behaviour);
     float maximum = 7;
     EXPECT_EQ(displays["Left"]->brightnessViaDDCWithMaxValue(maximum), row.maximumAndCurrent ? values[1] : 0.5F);
     EXPECT_EQ(maximum, row.maximumAndCurrent ? values[0] : 0.0F);
 
-    sim::setDdcBehaviour(displays.mac(), monitor, row.behaviour);
+    displays.mac().events().setDdcBehaviour("Left", row.behaviour);
     framesOfLeft(displays);
     start = displays.mac().now();
     EXPECT_EQ(displays["Left"]->writeDDCCommand({0x10, 50, 0, 0}), row.isWriteDone);

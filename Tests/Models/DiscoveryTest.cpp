@@ -284,18 +284,6 @@ TEST(Discovery, KnowsDisplaysOfAMachineWithoutFrameBuffers) {
   EXPECT_EQ(left->initializeRegistryData(), -1);
 }
 
-TEST(Discovery, FindsTheWaysToTheBrightness) {
-  DisplaysOnMac displays(sim::laptopWith({"Left", "Right"}));
-  EXPECT_EQ(displays["Built-in"]->canBrightness, 2);
-  EXPECT_EQ(displays["Left"]->canBrightness, 1);
-  EXPECT_EQ(displays["Left"]->maxBrightness, 100.0F);
-  EXPECT_EQ(displays["Left"]->brightness, 0.75F);
-  // Silent at this moment, but the machine's wires could reach it.
-  EXPECT_EQ(displays["Right"]->canBrightness, 1);
-  EXPECT_EQ(displays["Right"]->maxBrightness, 0.0F);
-  EXPECT_EQ(displays["Right"]->brightness, 0.0F);
-}
-
 /// An application that only takes down what is posted through it.
 class PostingApplication : public VLMApplicationObject {
  public:

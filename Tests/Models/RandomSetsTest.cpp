@@ -123,6 +123,7 @@ class RandomSets : public ::testing::Test {
 
 TEST_F(RandomSets, LeaveAnIntactDeskAndTheSameOneWhenAppliedAgain) {
   for (std::size_t i = sets_.size() - 1; i > 0; --i) std::swap(sets_[i], sets_[below(static_cast<unsigned>(i) + 1)]);
+  int changed = 0, inForce = 0;
   for (const auto& set : sets_) {
     SCOPED_TRACE(plist::describe(set->encodeReadable()));
     const std::string before = state();
@@ -130,12 +131,16 @@ TEST_F(RandomSets, LeaveAnIntactDeskAndTheSameOneWhenAppliedAgain) {
     expectAnIntactDesk();
     on_.mac.advance(2);
     const std::string once = state();
+    changed += once != before ? 1 : 0;
+    inForce += on_.inside([&](VLMGlobals& document) { return document.checkMarkForSet(*set, nullptr); }) != 0 ? 1 : 0;
     apply(set);
     expectAnIntactDesk();
     on_.mac.advance(2);
     EXPECT_EQ(state(), once) << "before:\n" << before;
     if (HasFailure()) return;
   }
+  EXPECT_GT(changed, 150) << "too few sets did anything";
+  EXPECT_GT(inForce, 80) << "too few sets came into force";
 }
 
 }  // namespace

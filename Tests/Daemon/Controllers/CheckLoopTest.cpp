@@ -141,25 +141,5 @@ TEST_F(CheckLoop, NoticesADisplayThatCameOrWentByCoreAnimationAlone) {
   EXPECT_FALSE(needsUpdate());
 }
 
-TEST_F(CheckLoop, FollowsThePowerOnlyAfterAReload) {
-  on_.mac.setPowerSource("Battery Power");
-  EXPECT_EQ(savesAfter(2), 0);
-  EXPECT_FALSE(on_.hasLogged("VelmoratixPower"));
-  // Reloaded twice: one source, put in again.
-  const std::pair<const char*, std::string> rows[] = {{"Off Line", "UPS"}, {"AC Power", "AC"}};
-  for (const auto& [source, event] : rows) {
-    on_.inside([](VLMGlobals& document) { document.applicationObject->reloadPrefsFromFile(); });
-    on_.mac.log.clear();
-    on_.mac.setPowerSource(source);
-    on_.mac.advance(0.4);
-    EXPECT_FALSE(on_.hasLogged("VelmoratixPower"));
-    on_.mac.advance(0.2);
-    const std::string line = "[VLM4] Posting notification VelmoratixPowerOn" + event + "Changed";
-    EXPECT_EQ(std::count_if(on_.mac.log.begin(), on_.mac.log.end(),
-                            [&](const std::string& logged) { return logged.find(line) != logged.npos; }),
-              1);
-  }
-}
-
 }  // namespace
 }  // namespace vlm

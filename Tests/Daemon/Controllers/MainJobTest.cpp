@@ -40,24 +40,6 @@ class MainJob : public ::testing::Test {
   test::DaemonOnMac on_;
 };
 
-TEST_F(MainJob, BringsThePictureBackWhenTheHotKeyIsPressed) {
-  const auto wanted = on_.mac.display("Left").modeNumber;
-  // At once too, before the daemon has looked.
-  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
-  EXPECT_TRUE(press());
-  EXPECT_EQ(on_.mac.display("Left").modeNumber, wanted);
-  on_.mac.advance(2);
-  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
-  on_.mac.advance(2);
-  ASSERT_NE(on_.mac.display("Left").modeNumber, wanted);
-  const std::size_t postsBefore = on_.mac.distributedPosts().size();
-  EXPECT_TRUE(press());
-  EXPECT_EQ(on_.mac.display("Left").modeNumber, wanted);
-  on_.mac.advance(2);
-  EXPECT_EQ(postsSince(postsBefore), (std::vector<std::string>{"kVLMModeChanged", "reloadPreferences"}));
-  EXPECT_TRUE(on_.hasLogged("[Velmoratix4] Applying display set from hotkey"));
-}
-
 TEST_F(MainJob, RecordsWhatAnotherProgramChangedWithoutFightingIt) {
   ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
   on_.mac.advance(5);
@@ -70,55 +52,6 @@ TEST_F(MainJob, RecordsWhatAnotherProgramChangedWithoutFightingIt) {
     EXPECT_EQ(record->uInt32("currentMode"), left->currentMode.get()->modeUniqueID);
   });
   EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
-}
-
-TEST_F(MainJob, StepsThroughSetsThatShareAHotKey) {
-  on_.inside([&](VLMGlobals& document) {
-    const auto first = document.displaySetsArray.front();
-    const auto second = VLMDisplaySet::initAndDecodeReadableWith(first->encodeReadable());
-    second->uniqueID = document.findNextSetUniqueID();
-    second->container = &document;
-    const auto left = document.displayWithcgID(on_.mac.display("Left").id);
-    for (const auto& mode : left->validDisplayModes) {
-      if (mode->Nx == 1280 && mode->Ny == 720)
-        second->monitorWithID(left->monitorResID)->modeUniqueID = mode->modeUniqueID;
-    }
-    for (const auto& monitor : second->monitorArray) monitor->dispIsPresent = true;
-    document.displaySetsArray.push_back(second);
-  });
-  press();
-  EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
-  on_.mac.advance(2);
-  press();
-  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
-}
-
-TEST_F(MainJob, FollowsADisplayThatGoesAndComesBack) {
-  ASSERT_EQ(on_.mac.unplug("Left"), std::nullopt);
-  on_.mac.advance(3);
-  on_.inside([](VLMGlobals& document) { EXPECT_EQ(document.displayArray.size(), 2U); });
-  EXPECT_EQ(on_.settings().array("volatileDisplays")->size(), 2U);
-  EXPECT_EQ(on_.settings().dictionary("allDisplays")->count(), 3U);
-  ASSERT_EQ(on_.mac.plug("Left"), std::nullopt);
-  on_.mac.advance(3);
-  EXPECT_EQ(on_.settings().dictionary("allDisplays")->count(), 3U);
-  const auto& posts = on_.mac.distributedPosts();
-  EXPECT_GE(
-      std::count_if(posts.begin(), posts.end(), [](const auto& post) { return post.object == "monitorsChanged"; }), 2);
-  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
-  on_.mac.advance(2);
-  press();
-  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
-}
-
-TEST_F(MainJob, ReloadsWhenTheControlApplicationSaysSo) {
-  Dictionary settings = on_.settings();
-  settings.set("displaySetsArray", Array{});
-  on_.writeSettings(settings);
-  on_.mac.postDistributed({.name = test::kDaemonIdentifier, .object = "reloadPreferences", .userInfo = {}});
-  on_.mac.turn();
-  on_.inside([](VLMGlobals& document) { EXPECT_TRUE(document.displaySetsArray.empty()); });
-  EXPECT_FALSE(on_.mac.pressKey(kFirstSetKey, kFirstSetModifiers));
 }
 
 TEST_F(MainJob, TakesEverythingDownBeforeAReloadAndPutsItUpBehindIt) {
@@ -298,21 +231,6 @@ TEST_F(MainJob, WaitsWithARebuildWhileASetIsApplied) {
   on_.inside([](VLMGlobals& document) { document.isSetExecuted = false; });
   on_.mac.advance(1);
   EXPECT_TRUE(on_.hasLogged("loadPrefsFromFile"));
-}
-
-TEST_F(MainJob, AppliesTheStartUpSetASecondAfterItsUserIsBack) {
-  on_.inside([](VLMGlobals& document) { document.setStartupDisplaySet(document.displaySetsArray.front()); });
-  on_.mac.postDistributed({.name = "unrelated", .object = {}, .userInfo = {}});
-  on_.mac.postWorkspace({.name = "NSWorkspaceSessionDidBecomeActiveNotification", .object = {}, .userInfo = {}});
-  ASSERT_EQ(on_.mac.setMode("Left", 1280, 720), std::nullopt);
-  on_.inside([](VLMGlobals& document) { document.needsUpdatingDisplays = true; });
-  on_.mac.advance(1);
-  EXPECT_TRUE(
-      on_.hasLogged("[Velmoratix4] Applying startup display set As found at first start after fast user switch"));
-  EXPECT_EQ(on_.mac.display("Left").mode().width, 1280U);
-  on_.mac.advance(1.5);
-  EXPECT_EQ(on_.mac.display("Left").mode().width, 2560U);
-  on_.inside([](VLMGlobals& document) { EXPECT_FALSE(document.hasFastUserSwitchOccurred); });
 }
 
 TEST_F(MainJob, ForgetsCurrentModesOnWakeAndFindsThemAgain) {

@@ -58,16 +58,6 @@ TEST_F(DaemonsMouse, OpensTheMenuOnTheDesktopWithAllModifiersAndKeepsTheClickWhe
   }
 }
 
-TEST_F(DaemonsMouse, SwitchesATapOnAgainAndHasOneAfterEveryReload) {
-  start(true);
-  on_->inside([](VLMGlobals& document) { document.applicationObject->reloadPrefsFromFile(); });
-  on_->mac.mouse().switchOffTaps();
-  on_->mac.turn();
-  bool wasKept = false;
-  EXPECT_TRUE(opensMenu(kOnTheDesktop, cmdKey | optionKey, wasKept));
-  EXPECT_TRUE(wasKept);
-}
-
 TEST_F(DaemonsMouse, HoldsTheCursorAtTheEdgeOfTheDisplayItCameFrom) {
   start(false);
   struct Row {

@@ -142,20 +142,5 @@ TEST_F(SavedSettings, OfADisplayThatWentWhileTheMachineSleptAreKept) {
   EXPECT_EQ(widthOfLeft(), 1280U);
 }
 
-TEST_F(SavedSettings, AreFollowedByTheFoundStateAtTheEndOnlyWhileControlIsHeld) {
-  for (const bool isHeld : {false, true}) {
-    run();
-    ASSERT_EQ(on_.mac.setMode("Right", 1280, 720), std::nullopt);
-    on_.mac.advance(2);
-    on_.mac.journal().clear();
-    on_.mac.modifiersHeld = isHeld ? controlKey : 0;
-    quit();
-    EXPECT_EQ(transactions(), isHeld ? 1 : 0);
-    EXPECT_EQ(on_.mac.display("Right").mode().width, isHeld ? 1920U : 1280U);
-    on_.mac.modifiersHeld = 0;
-    ASSERT_EQ(on_.mac.setMode("Right", 1920, 1080), std::nullopt);
-  }
-}
-
 }  // namespace
 }  // namespace vlm

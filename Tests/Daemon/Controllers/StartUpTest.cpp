@@ -13,24 +13,6 @@ namespace {
 using plist::Array;
 using plist::Dictionary;
 
-TEST(StartUp, LeavesOneSetWithAHotKeyOnTheFirstRunAlone) {
-  test::DaemonOnMac on(test::laptopWith({"Left"}));
-  on.launch();
-  const Dictionary first = on.settings();
-  ASSERT_EQ(first.array("displaySetsArray")->size(), 1U);
-  const Dictionary& set = *first.array("displaySetsArray")->front().dictionary();
-  EXPECT_EQ(set.sInt32("keyCode"), 26381);
-  EXPECT_EQ(set.sInt32("uniqueID"), 1);
-  EXPECT_EQ(set.string("name"), "As found at first start");
-  EXPECT_TRUE(first.boolean("VLMDaemonRunOnce"));
-  EXPECT_EQ(first.dictionary("allDisplays")->count(), 2U);
-
-  on.inside([](VLMGlobals& document) { document.quitDaemon({}); });
-  on.mac.turn();
-  on.launch();
-  EXPECT_EQ(on.settings().array("displaySetsArray")->size(), 1U);
-}
-
 TEST(StartUp, TakesItsStepsInTheirOrder) {
   test::DaemonOnMac on(sim::desktopWith({"Left"}));
   on.writeSettings({{"VLMDaemonRunOnce", true}, {"startRestoreDelay", -3}, {"launchShortCut", -1}});
@@ -113,36 +95,6 @@ TEST(StartUp, LeavesAtOnceWhenTranslated) {
   on.launch();
   EXPECT_TRUE(on.mac.log.empty());
   EXPECT_TRUE(on.settings().empty());
-}
-
-TEST(StartUp, ReadsAMachineWideFileAndWritesTheUsersOwn) {
-  test::DaemonOnMac on(test::laptopWith({}));
-  const std::string name = std::string("/Library/Preferences/") + test::kDaemonIdentifier + ".plist";
-  const Dictionary administrators{{"VLMDaemonRunOnce", true},
-                                  {"launchShortCut", 99},
-                                  {"checkApplics", true},
-                                  {"eventsArray", Array{Dictionary{{"type", 1}}}}};
-  on.writeSettings(administrators);
-  ASSERT_EQ(std::rename(on.settingsPath().c_str(), (on.mac.localFolder() + name).c_str()), 0);
-  on.launch();
-  const Dictionary own = on.settings();
-  for (const plist::Entry& entry : administrators) EXPECT_EQ(*own.find(entry.key), entry.value) << entry.key;
-  EXPECT_TRUE(on.settings().array("displaySetsArray")->empty());
-}
-
-TEST(StartUp, NeverMultipliesRecordsModesOrSets) {
-  test::DaemonOnMac on(test::laptopWith({"Left", "Right"}));
-  on.launch();
-  on.inside([](VLMGlobals& document) { document.quitDaemon({}); });
-  on.mac.turn();
-  const Dictionary before = on.settings();
-  for (int i = 0; i < 10; ++i) {
-    on.launch();
-    on.mac.advance(3);
-    on.inside([](VLMGlobals& document) { document.quitDaemon({}); });
-    on.mac.turn();
-  }
-  EXPECT_EQ(on.settings(), before);
 }
 
 TEST(Quitting, AnnouncesItselfOnEveryWayOut) {
