@@ -86,14 +86,16 @@ std::optional<DdcBehaviour> ddcBehaviourNamed(std::string_view name) {
   return found->behaviour;
 }
 
+std::string nameOfDdcBehaviour(DdcBehaviour behaviour) {
+  const auto found =
+      std::find_if(kBehaviours.begin(), kBehaviours.end(), [&](auto& one) { return one.behaviour == behaviour; });
+  return std::string(found->name);
+}
+
 std::string namesOfDdcBehaviours() {
   std::string names;
   for (const auto& one : kBehaviours) names += (names.empty() ? "" : ", ") + std::string(one.name);
   return names;
-}
-
-std::uint32_t i2cTransactionTypes(const DisplayDescription& display) {
-  return display.ddc == DdcBehaviour::none ? 0 : display.i2cTransactionTypes;
 }
 
 DdcMonitor::DdcMonitor(DdcBehaviour behaviour, plist::Data edid, std::uint16_t maximum, std::uint16_t& current)

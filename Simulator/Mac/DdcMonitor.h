@@ -13,11 +13,9 @@ namespace vlm::sim {
 
 /// By the word that machine files and commands have for it ("wrong-code").
 std::optional<DdcBehaviour> ddcBehaviourNamed(std::string_view name);
+std::string nameOfDdcBehaviour(DdcBehaviour behaviour);
 /// All of them, parted by commas.
 std::string namesOfDdcBehaviours();
-
-/// "IOI2CTransactionTypes" of the interfaces with such a monitor behind them: bits for what they can transfer.
-std::uint32_t i2cTransactionTypes(const DisplayDescription& display);
 
 /// The far end of a display cable's I²C wire: the EDID memory, and a monitor's controls by DDC/CI 1.1 with the
 /// brightness of MCCS (VCP code 0x10). It answers byte by byte what a monitor would: a frame with a wrong source,

@@ -14,9 +14,6 @@ namespace vlm::sim {
 /// What a display takes up of the desktop in one of its modes: points, turned with the picture, at least 1 x 1.
 Size sizeOnDesktop(const SimulatedDisplay& display, std::uint32_t modeNumber, Turn turn);
 
-/// The turn that a frame buffer's transform stands for; absent when it is none of the eight.
-std::optional<Turn> turnOfTransform(std::uint32_t transform);
-
 struct DisplayState {
   SimulatedDisplay* display = nullptr;
   CGDirectDisplayID id = 0;

@@ -115,12 +115,6 @@ std::variant<IccProfile, std::string> profileInFile(SimulatedMac& mac, const std
   return IccProfile::read(plist::Data(content->begin(), content->end()));
 }
 
-std::string profilePath(SimulatedMac& mac, const std::string& text) {
-  if (text.starts_with("~/")) return mac.homeFolder() + text.substr(1);
-  const bool isMachines = text.starts_with("/Library/ColorSync/") || text.starts_with("/System/Library/ColorSync/");
-  return isMachines ? inMachine(mac, text.c_str()) : fs::absolute(text).lexically_normal().string();
-}
-
 std::string factoryProfile(SimulatedMac& mac, const SimulatedDisplay& display) {
   std::string name = display.description.name;
   std::replace(name.begin(), name.end(), '/', ':');
@@ -128,6 +122,7 @@ std::string factoryProfile(SimulatedMac& mac, const SimulatedDisplay& display) {
 }
 
 void useProfile(SimulatedMac& mac, SimulatedDisplay& display, const std::optional<std::string>& location) {
+  if (display.customProfile == location) return;
   display.customProfile = location;
   for (Session* const session : mac.sessions()) {
     mac.scheduler().onNextTurn(session, [&mac, session] {

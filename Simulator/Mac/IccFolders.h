@@ -20,13 +20,10 @@ enum class ProfilesOf { everybody, machine };
 std::vector<std::string> installedProfiles(SimulatedMac& mac, ProfilesOf whom);
 /// The profile in a file, or why there is none.
 std::variant<IccProfile, std::string> profileInFile(SimulatedMac& mac, const std::string& path);
-/// The path that people mean: "~" is the home, and where a Mac has its profiles the machine has its own
-/// ("/Library/ColorSync/…", "/System/Library/ColorSync/…").
-std::string profilePath(SimulatedMac& mac, const std::string& text);
 /// Where the profile lies that a display came with.
 std::string factoryProfile(SimulatedMac& mac, const SimulatedDisplay& display);
-/// The display has this profile (a file URL that holds one) from now on, or the factory's; every process is told on its
-/// next turn.
+/// The display has this profile (a file URL that holds one) from now on, or the factory's. When it is another one than
+/// before, every process is told on its next turn.
 void useProfile(SimulatedMac& mac, SimulatedDisplay& display, const std::optional<std::string>& location);
 
 }  // namespace vlm::sim

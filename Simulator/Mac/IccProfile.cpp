@@ -12,6 +12,8 @@ using Bytes = std::span<const std::uint8_t>;
 /// Places in the header and behind it (ICC.1:2022, 7.2 and 7.3).
 constexpr std::size_t kSizeAt = 0, kSignatureAt = 36, kTagCountAt = IccProfile::kHeaderSize;
 constexpr std::size_t kTagTableAt = kTagCountAt + 4, kTagEntrySize = 12;
+/// Profiles have some dozens.
+constexpr std::size_t kMostTags = 1000;
 /// Types of texts (10.15, and 6.5.17 of ICC.1:2001): the type, four zeros, and then what follows.
 constexpr std::size_t kContentAt = 8;
 
@@ -111,6 +113,9 @@ std::variant<IccProfile, std::string> IccProfile::read(plist::Data bytes) {
   const std::size_t count = wordAt(bytes, kTagCountAt);
   if (count > (size - kTagTableAt) / kTagEntrySize) {
     return "its table of " + std::to_string(count) + " tags reaches beyond its end";
+  }
+  if (count > kMostTags) {
+    return "it has " + std::to_string(count) + " tags, a colour profile " + std::to_string(kMostTags) + " at most";
   }
   IccProfile profile;
   for (std::size_t i = 0; i < count; ++i) {

@@ -30,6 +30,8 @@ class IccProfile {
   std::optional<std::string> description() const;
 
  private:
+  IccProfile() = default;
+
   struct Tag {
     std::string signature;
     std::size_t offset = 0, size = 0;

@@ -67,6 +67,9 @@ struct DisplayDescription {
   /// The display with which it is one panel at the end of two cables: whenever both are there it shows that one's
   /// picture. Empty: it stands for itself.
   std::string hardwareMirrorOf;
+
+  /// "IOI2CTransactionTypes" as its buses publish it: 0 where there is nothing to talk to.
+  std::uint32_t publishedTransactionTypes() const { return ddc == DdcBehaviour::none ? 0 : i2cTransactionTypes; }
 };
 
 /// A window that a process has open as long as it runs.

@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include "Platform/Numbers.h"
+#include "Simulator/Mac/DdcMonitor.h"
 #include "Simulator/Mac/Journal.h"
 #include "Simulator/Mac/JournalText.h"
 #include "Simulator/Mac/MachineEvents.h"
@@ -67,10 +68,18 @@ MachineEvents::Refusal MachineEvents::setBrightness(const std::string& display, 
   });
 }
 
+MachineEvents::Refusal MachineEvents::setDdcBehaviour(const std::string& display, DdcBehaviour behaviour) {
+  return onDisplay(display, [&](SimulatedDisplay& found) -> Refusal {
+    mac_.journal().add("user: ddc(" + display + ", " + nameOfDdcBehaviour(behaviour) + ")");
+    mac_.windowServer().setDdcBehaviour(found, behaviour);
+    return std::nullopt;
+  });
+}
+
 MachineEvents::Refusal MachineEvents::setHDR(const std::string& display, bool on) {
   return onDisplay(display, [&](SimulatedDisplay& found) -> Refusal {
     if (mac_.machine().systemVersion.majorVersion < 11) return "this system has no HDR; macOS 11 has it";
-    if (!found.plugged) return display + " is not plugged in";
+    if (auto reason = found.whyInactive()) return reason;
     if (!found.description.supportsHDR) return display + " does not support HDR";
     note("hdr(" + display + ", " + switchText(on) + ")");
     found.hdr = on;

@@ -178,7 +178,7 @@ MachineEvents::Refusal MachineEvents::choosePreset(const std::string& display, c
   return onDisplay(display, [&](SimulatedDisplay& found) -> Refusal {
     const auto& presets = found.description.presets;
     const auto chosen = std::find(presets.begin(), presets.end(), preset);
-    if (chosen == presets.end()) return display + " has no preset " + quoted(preset);
+    if (preset.empty() || chosen == presets.end()) return display + " has no preset " + quoted(preset);
     found.activePreset = static_cast<std::uint32_t>(chosen - presets.begin());
     mac_.journal().add("user: preset(" + display + ", " + preset + ")");
     return std::nullopt;
@@ -190,8 +190,10 @@ MachineEvents::Refusal MachineEvents::chooseProfile(const std::string& display,
   return onDisplay(display, [&](SimulatedDisplay& found) -> Refusal {
     const auto path = location ? pathAtLocation(*location) : std::nullopt;
     if (location && !path) return quoted(*location) + " is no file URL";
-    const auto read = path ? profileInFile(mac_, *path) : std::variant<IccProfile, std::string>();
-    if (const auto* reason = std::get_if<std::string>(&read)) return *path + ": " + *reason;
+    if (path) {
+      const auto read = profileInFile(mac_, *path);
+      if (const auto* reason = std::get_if<std::string>(&read)) return *path + ": " + *reason;
+    }
     mac_.journal().add("user: profile(" + display + ", " + (path ? mac_.shortPath(*path) : "factory") + ")");
     useProfile(mac_, found, location);
     return std::nullopt;

@@ -8,6 +8,7 @@
 
 #include "Platform/PropertyList.h"
 #include "Platform/Quartz.h"
+#include "Simulator/Mac/Machine.h"
 
 namespace vlm::sim {
 
@@ -57,12 +58,15 @@ class MachineEvents {
   Refusal choosePreset(const std::string& display, const std::string& preset);
   /// The location (a file URL) of a profile; absent: the factory's profile again.
   Refusal chooseProfile(const std::string& display, const std::optional<std::string>& location);
-  /// By an angle that settings know: see turnOfAngle.
+  /// By an angle that settings know (see turnOfAngle), of a display that is active.
   Refusal rotate(const std::string& display, std::int64_t angle);
   /// A null `master`: it shows its own picture again.
   Refusal mirror(const std::string& display, const SimulatedDisplay* master);
   /// 0 to 1, of a built-in panel by the system, or by the knob of a monitor that has DDC/CI.
   Refusal setBrightness(const std::string& display, float brightness);
+  /// How its monitor answers on the wire, also when it is plugged in later.
+  Refusal setDdcBehaviour(const std::string& display, DdcBehaviour behaviour);
+  /// Of a display that is active.
   Refusal setHDR(const std::string& display, bool on);
   Refusal setOverscan(const std::string& display, bool on);
   /// 0 to 1.

@@ -2,11 +2,26 @@
 
 #include <unistd.h>
 
+#include <filesystem>
+#include <system_error>
+
 #include "Simulator/Mac/JournalText.h"
 #include "Simulator/Mac/Session.h"
 #include "Simulator/Mac/SimulatedMac.h"
 
 namespace vlm::sim {
+
+namespace {
+
+/// A file, or the folder that a script and its resources are bundled in.
+bool isScript(const std::filesystem::path& path) {
+  std::error_code ignored;
+  const auto kind = std::filesystem::status(path, ignored).type();
+  if (kind == std::filesystem::file_type::directory) return path.extension() == ".scptd";
+  return kind == std::filesystem::file_type::regular;
+}
+
+}  // namespace
 
 void SimulatedAppleEvents::setEventHandler(std::uint32_t eventClass, std::uint32_t eventID, Handler handler) {
   session_.record("setEventHandler(" + fourCharText(eventClass) + ", " + fourCharText(eventID) + ")");
@@ -20,7 +35,7 @@ bool SimulatedAppleEvents::executeAppleScript(const std::string& source) {
 
 bool SimulatedAppleEvents::executeAppleScriptAtURL(const std::string& path) {
   session_.record("executeAppleScriptAtURL(" + mac_.shortPath(path) + ")");
-  return mac_.scriptsSucceed && access(path.c_str(), R_OK) == 0;
+  return mac_.scriptsSucceed && isScript(path) && access(path.c_str(), R_OK) == 0;
 }
 
 void SimulatedAppleEvents::deliver(std::uint32_t eventClass, std::uint32_t eventID) {

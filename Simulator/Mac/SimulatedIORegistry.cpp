@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "Simulator/Mac/DisplayConfiguration.h"
 #include "Simulator/Mac/JournalText.h"
+#include "Simulator/Mac/Turn.h"
 
 namespace vlm::sim {
 namespace {

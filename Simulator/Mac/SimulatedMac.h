@@ -140,7 +140,7 @@ class SimulatedMac {
   /// The switch that counts on this system: what the picture shows.
   bool grayscale = false;
   /// The other one, which is remembered and shows nothing.
-  bool idleGraySwitch = false;
+  bool unheededGraySwitch = false;
   bool dockAutoHides = false;
   /// Of the output device, 0 to 1; absent: there is none.
   std::optional<float> volume;

@@ -119,7 +119,7 @@ IOReturn SimulatedMonitorBus::IOI2CSendRequest(IOI2CConnectRef connect, IOOption
   if (display == nullptr) return kIOReturnNoDevice;
   if (stateOf(connections_.at(connect)) != I2CBus::working) return kIOReturnError;
   const std::uint32_t reply = request.replyTransactionType;
-  const std::uint32_t types = i2cTransactionTypes(display->description);
+  const std::uint32_t types = display->description.publishedTransactionTypes();
   const bool sendKnown = request.sendTransactionType <= kSimpleTransaction;
   const bool replyKnown = reply == kNoTransaction || (reply <= kDdcReplyTransaction && (types >> reply & 1) != 0);
   request.result = sendKnown && replyKnown ? transfer(*display, request) : kIOReturnUnsupported;
@@ -192,16 +192,6 @@ std::optional<plist::Data> SimulatedMonitorBus::IOAVServiceCopyEDID(IOAVServiceR
   const SimulatedDisplay* display = displayBehind(service);
   if (!hasCall || display == nullptr) return std::nullopt;
   return display->description.edid;
-}
-
-void setDdcBehaviour(SimulatedMac& mac, SimulatedDisplay& display, DdcBehaviour behaviour) {
-  display.description.ddc = behaviour;
-  display.monitor->behave(behaviour);
-  Registry& registry = mac.windowServer().registry();
-  for (const io_service_t child : registry.below(display.frameBuffer, false)) {
-    if (!registry.find(child)->conformsTo(kI2CInterface)) continue;
-    registry.setProperty(child, "IOI2CTransactionTypes", i2cTransactionTypes(display.description));
-  }
 }
 
 }  // namespace vlm::sim

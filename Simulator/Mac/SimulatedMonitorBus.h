@@ -51,8 +51,4 @@ class SimulatedMonitorBus final : public MonitorBus {
   std::uint64_t nextConnection_ = 1;
 };
 
-/// The monitor behaves so from now on, also when it is plugged in anew; its frame buffer says whether there is anything
-/// to talk to.
-void setDdcBehaviour(SimulatedMac& mac, SimulatedDisplay& display, DdcBehaviour behaviour);
-
 }  // namespace vlm::sim

@@ -85,6 +85,7 @@ std::optional<std::int32_t> SimulatedSkyLight::SLSDisplaySetHDRModeEnabled(CGDir
   const std::string call =
       "SLSDisplaySetHDRModeEnabled(" + calledDisplay(found, display) + (enabled ? ", true)" : ", false)");
   if (found == nullptr) return answer(call, noDisplay(display));
+  if (const auto reason = found->whyInactive()) return answer(call, reason);
   if (!found->description.supportsHDR) return answer(call, found->description.name + " does not support HDR");
   found->hdr = enabled;
   return answer(call, std::nullopt);
@@ -100,6 +101,7 @@ std::optional<std::int32_t> SimulatedSkyLight::SLSSetDisplayRotation(CGDirectDis
   const std::string call =
       "SLSSetDisplayRotation(" + calledDisplay(found, display) + ", " + std::to_string(angle) + ")";
   if (found == nullptr) return answer(call, noDisplay(display));
+  if (const auto reason = found->whyInactive()) return answer(call, reason);
   if (angle % 90 != 0 || angle < 0 || angle > 270) return answer(call, "no picture can be turned by that");
   if (!found->description.canRotate) return answer(call, found->description.name + " cannot be turned");
   session_.record(call);
@@ -177,7 +179,9 @@ std::optional<std::int32_t> SimulatedSkyLight::SLSDisplaySetActivePresetIndex(CG
   const std::string call =
       "SLSDisplaySetActivePresetIndex(" + calledDisplay(found, display) + ", " + std::to_string(index) + ")";
   if (found == nullptr) return answer(call, noDisplay(display));
-  if (index < 0 || static_cast<std::size_t>(index) >= found->description.presets.size()) {
+  const auto& presets = found->description.presets;
+  const auto place = static_cast<std::size_t>(index);
+  if (index < 0 || place >= presets.size() || presets[place].empty()) {
     return answer(call, found->description.name + " has no such preset");
   }
   found->activePreset = truncateTo<std::uint32_t>(index);

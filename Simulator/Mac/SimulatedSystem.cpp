@@ -45,7 +45,7 @@ bool hasNewGrayscaleSwitch(const OperatingSystemVersion& version) {
 
 bool& SimulatedSystem::graySwitch(bool ofUniversalAccess) const {
   return hasNewGrayscaleSwitch(mac_.machine().systemVersion) == ofUniversalAccess ? mac_.grayscale
-                                                                                  : mac_.idleGraySwitch;
+                                                                                  : mac_.unheededGraySwitch;
 }
 
 bool SimulatedSystem::CGDisplayUsesForceToGray() { return graySwitch(false); }

@@ -32,7 +32,7 @@ std::string argumentsText(const std::vector<std::string>& arguments) {
 }  // namespace
 
 SimulatedWorkspace::SimulatedWorkspace(SimulatedMac& mac, Session& session) : mac_(mac), session_(session) {
-  comeToFront();
+  if (session.description().activationPolicy == ActivationPolicy::regular) comeToFront();
 }
 
 void SimulatedWorkspace::comeToFront() {
@@ -90,7 +90,7 @@ std::optional<RunningApplication> SimulatedWorkspace::frontmostApplication() {
     const SimulatedWorkspace& other = session->adapters().workspace;
     const ProcessDescription& description = session->description();
     const bool hasFace =
-        description.activationPolicy == ActivationPolicy::regular && !description.bundleIdentifier.empty();
+        description.activationPolicy != ActivationPolicy::prohibited && !description.bundleIdentifier.empty();
     if (!hasFace || other.isHidden_ || other.turnInFront_ <= frontTurn) continue;
     front = session;
     frontTurn = other.turnInFront_;
@@ -109,7 +109,7 @@ bool SimulatedWorkspace::hide(std::int32_t processIdentifier) {
 
 bool SimulatedWorkspace::activateWithOptions(std::int32_t processIdentifier, std::uint32_t options) {
   const auto application = runningApplicationWithProcessIdentifier(processIdentifier);
-  if (!application) return false;
+  if (!application || application->activationPolicy == ActivationPolicy::prohibited) return false;
   session_.record("activateWithOptions(" + application->localizedName + ", " + std::to_string(options) + ")");
   mac_.sessionWithProcessIdentifier(processIdentifier)->adapters().workspace.comeToFront();
   return true;

@@ -10,7 +10,7 @@ class SimulatedMac;
 /// The running applications: every process of the machine that has a bundle identifier.
 class SimulatedWorkspace : public Workspace {
  public:
-  /// A process that starts comes to the front.
+  /// An application that starts comes to the front when it stands in the Dock; others do when they are activated.
   SimulatedWorkspace(SimulatedMac& mac, Session& session);
 
   std::int32_t processIdentifier() override;
@@ -19,10 +19,10 @@ class SimulatedWorkspace : public Workspace {
   bool forceTerminate(std::int32_t processIdentifier) override;
   std::optional<RunningApplication> runningApplicationWithProcessIdentifier(std::int32_t processIdentifier) override;
   std::vector<RunningApplication> runningApplications() override;
-  /// Of those that stand in the Dock and are not hidden, the one that was brought to the front last.
+  /// Who has the keyboard: of those that are not hidden, the one that was brought to the front last.
   std::optional<RunningApplication> frontmostApplication() override;
   bool hide(std::int32_t processIdentifier) override;
-  /// Brings it to the front, and shows it again when it is hidden.
+  /// Brings it to the front, and shows it again when it is hidden. One that is prohibited cannot be activated.
   bool activateWithOptions(std::int32_t processIdentifier, std::uint32_t options) override;
   /// Whether this process's windows are hidden.
   bool isHidden() const { return isHidden_; }

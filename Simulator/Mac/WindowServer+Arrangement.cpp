@@ -276,8 +276,9 @@ bool isSameArrangement(const DisplayConfiguration& a, const DisplayConfiguration
 void settle(const DisplayConfiguration& before, DisplayConfiguration& after,
             const std::vector<OriginRequest>& requests) {
   settleOnce(before, after, requests);
-  // Who asks for the same again gets the same: what stands now may let somebody nearer to the place asked for. Few
-  // displays come to rest soon; two that push each other to and fro never would.
+  // Who asks for the same again gets the same: what stands now may let somebody nearer to the place asked for. That the
+  // platform brings an arrangement to rest within one request is assumed, not known. Few displays do so soon; two that
+  // push each other to and fro never would.
   constexpr int kMostRounds = 8;
   std::vector<OriginRequest> left = unmet(after, requests);
   for (int round = 0; round < kMostRounds && !left.empty(); ++round) {

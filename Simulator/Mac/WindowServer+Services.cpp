@@ -1,4 +1,3 @@
-#include <array>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -14,16 +13,8 @@ namespace {
 constexpr int kPanelConnection = 2, kVgaConnection = 10, kLcdConnection = 20;
 /// "IOI2CSupportedCommFlags": reply delays are in nanoseconds, or not.
 constexpr int kDelayInNanoseconds = 2, kDelayInMilliseconds = 0;
-
-/// "IOFBTransform" of an upright, right-turned, upside-down and left-turned picture: axes swapped 0x10, x inverted
-/// 0x20, y inverted 0x40.
-constexpr std::array<std::uint32_t, 4> kTransforms{0x00, 0x30, 0x60, 0x50};
-constexpr std::uint32_t kInvertX = 0x20;
-constexpr std::array<std::int32_t, 4> kFlippedAngles{-1, -3, -2, -4};
-constexpr std::array<Turn, 8> kTurns{
-    {{0, false}, {90, false}, {180, false}, {270, false}, {0, true}, {90, true}, {180, true}, {270, true}}};
-
-std::uint32_t transformOf(Turn turn) { return kTransforms[turn.degrees / 90 % 4] ^ (turn.flipped ? kInvertX : 0); }
+constexpr const char* kI2CInterface = "IOFramebufferI2CInterface";
+constexpr const char* kTransactionTypes = "IOI2CTransactionTypes";
 
 int connectionOf(const SimulatedDisplay& display) {
   if (display.description.builtIn) return kPanelConnection;
@@ -73,8 +64,8 @@ void publishFrameBuffer(Registry& registry, SimulatedDisplay& display) {
   const int unit = display.description.i2cDelayInMilliseconds ? kDelayInMilliseconds : kDelayInNanoseconds;
   for (std::size_t bus = 0; bus < display.description.i2cBuses.size(); ++bus) {
     registry.add(
-        display.frameBuffer, {"IOFramebufferI2CInterface", "IOI2CInterface", "IOService"}, "IOFramebufferI2CInterface",
-        {{"IOI2CTransactionTypes", i2cTransactionTypes(display.description)}, {"IOI2CSupportedCommFlags", unit}});
+        display.frameBuffer, {kI2CInterface, "IOI2CInterface", "IOService"}, kI2CInterface,
+        {{kTransactionTypes, display.description.publishedTransactionTypes()}, {"IOI2CSupportedCommFlags", unit}});
   }
   const io_service_t connection = registry.add(display.frameBuffer, {"IODisplayConnect", "IOService"}, "display0");
   const std::string className = display.description.builtIn ? "AppleBacklightDisplay" : "AppleDisplay";
@@ -95,28 +86,18 @@ void publishAVService(Registry& registry, SimulatedDisplay& display) {
 
 }  // namespace
 
-std::optional<Turn> turnOfAngle(std::int64_t angle) {
-  for (const Turn& turn : kTurns) {
-    if (angleOf(turn) == angle) return turn;
-  }
-  return std::nullopt;
-}
-
-std::int32_t angleOf(const Turn& turn) {
-  if (!turn.flipped) return static_cast<std::int32_t>(turn.degrees);
-  return kFlippedAngles[turn.degrees / 90 % 4];
-}
-
-std::optional<Turn> turnOfTransform(std::uint32_t transform) {
-  for (const Turn& turn : kTurns) {
-    if (transformOf(turn) == transform) return turn;
-  }
-  return std::nullopt;
-}
-
 void WindowServer::Implementation::publishTurn(const SimulatedDisplay& display) {
   if (!display.description.canRotate) return;
   registry.setProperty(display.frameBuffer, "IOFBTransform", transformOf(display.turn));
+}
+
+void WindowServer::setDdcBehaviour(SimulatedDisplay& display, DdcBehaviour behaviour) {
+  display.description.ddc = behaviour;
+  display.monitor->behave(behaviour);
+  for (const io_service_t child : registry().below(display.frameBuffer, false)) {
+    if (!registry().find(child)->conformsTo(kI2CInterface)) continue;
+    registry().setProperty(child, kTransactionTypes, display.description.publishedTransactionTypes());
+  }
 }
 
 void WindowServer::Implementation::publishServices(SimulatedDisplay& display) {

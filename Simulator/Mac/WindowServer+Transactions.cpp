@@ -186,8 +186,9 @@ std::optional<std::string> WindowServer::Implementation::refusalOfMirrors(const 
     if (change.kind != DisplayChange::Kind::mirror || change.master == kCGNullDirectDisplay) continue;
     const DisplayState& master = after.of(*server.displayWithID(change.master));
     if (!master.isArranged()) return nameOf(change.master) + " is off and cannot be mirrored";
-    // A panel with two cables may mirror another display, as a whole; one of its cables alone may not.
     const DisplayState& copy = after.of(*server.displayWithID(change.display));
+    if (!copy.isArranged()) return nameOf(change.display) + " is off and mirrors nothing";
+    // A panel with two cables may mirror another display, as a whole; one of its cables alone may not.
     const bool isWired = !copy.display->description.hardwareMirrorOf.empty() && copy.master != nullptr;
     if (isWired && copy.master != master.display && copy.master != master.master) {
       return nameOf(change.display) + " is wired to " + copy.display->description.hardwareMirrorOf +

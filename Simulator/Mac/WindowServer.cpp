@@ -52,6 +52,12 @@ std::string someModesOf(const SimulatedDisplay& display) {
 
 // --- A display ---
 
+std::optional<std::string> SimulatedDisplay::whyInactive() const {
+  if (!plugged) return description.name + " is not plugged in";
+  if (!enabled) return description.name + " is off";
+  return asleep ? std::optional(description.name + " is asleep") : std::nullopt;
+}
+
 const SimulatedMode* SimulatedDisplay::modeNumbered(std::int64_t number) const {
   const auto found = std::find_if(modes.modes.begin(), modes.modes.end(),
                                   [&](const SimulatedMode& mode) { return mode.number == number; });
@@ -210,7 +216,7 @@ std::optional<std::string> WindowServer::unplug(SimulatedDisplay& display) {
 
 std::optional<std::string> WindowServer::turn(SimulatedDisplay& display, Turn turn, const Session* by) {
   const std::string& name = display.description.name;
-  if (!display.plugged) return name + " is not plugged in";
+  if (auto reason = display.whyInactive()) return reason;
   if (!display.description.canRotate) return name + " cannot be turned";
   const DisplayConfiguration before = implementation_->configuration();
   DisplayConfiguration after = before;

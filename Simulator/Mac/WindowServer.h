@@ -13,6 +13,7 @@
 #include "Platform/Quartz.h"
 #include "Platform/SkyLight.h"
 #include "Simulator/Mac/Machine.h"
+#include "Simulator/Mac/Turn.h"
 
 namespace vlm::sim {
 
@@ -20,17 +21,6 @@ class DdcMonitor;
 class Journal;
 class Registry;
 class Session;
-
-/// How a picture is turned: clockwise by 0, 90, 180 or 270 degrees, then perhaps from left to right as in a mirror.
-struct Turn {
-  std::uint32_t degrees = 0;
-  bool flipped = false;
-  friend bool operator==(const Turn&, const Turn&) = default;
-};
-/// The angle by which settings and commands know a turn: its degrees, or -1, -2, -3, -4 for the flipped 0, 180, 90 and
-/// 270. Nothing for any other angle.
-std::optional<Turn> turnOfAngle(std::int64_t angle);
-std::int32_t angleOf(const Turn& turn);
 
 /// One display of the machine, plugged or not, as it is at the moment.
 struct SimulatedDisplay {
@@ -69,6 +59,8 @@ struct SimulatedDisplay {
   const SimulatedMode* modeNumbered(std::int64_t number) const;
   bool isOnline() const { return plugged; }
   bool isActive() const { return plugged && enabled && !asleep; }
+  /// Why it is not active ("Left is off"); absent when it is.
+  std::optional<std::string> whyInactive() const;
   /// Has a place on the desktop, its own or its master's, awake or not.
   bool isArranged() const { return plugged && enabled; }
 };
@@ -128,7 +120,8 @@ class WindowServer {
   /// Changes from outside of any process under test ("another program"): checked like a transaction's, the callbacks
   /// come on the next turn of the run loop. The error says why it is refused.
   std::optional<std::string> changeByAnother(const std::vector<DisplayChange>& changes);
-  /// At once, outside of any transaction. By a process, which is called back within the call; null: others turned it.
+  /// At once, outside of any transaction; a display that is off or asleep is not turned. By a process, which is called
+  /// back within the call; null: others turned it.
   std::optional<std::string> turn(SimulatedDisplay& display, Turn turn, const Session* by);
   std::optional<std::string> plug(SimulatedDisplay& display);
   /// The last one, too: then no display is there, and none is the main one.
@@ -138,6 +131,9 @@ class WindowServer {
   /// Of a panel that the system reaches. Every process but `by` is called back on its next turn; `by` is null when the
   /// user turned the brightness.
   void setBrightness(SimulatedDisplay& display, float brightness, const Session* by);
+  /// The monitor behaves so from now on, also when it is plugged in anew; its frame buffer says whether there is
+  /// anything to talk to.
+  void setDdcBehaviour(SimulatedDisplay& display, DdcBehaviour behaviour);
   void sleepDisplays();
   /// Wakes every display that sleeps.
   void wakeDisplays();

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+#include "Simulator/Mac/JournalText.h"
+
 namespace vlm::sim {
 
 namespace {
@@ -87,9 +89,12 @@ std::optional<PointArgument> parsePoint(std::string_view text) {
   return PointArgument{.x = *x, .y = *y};
 }
 
-std::string parsePath(std::string_view text, const std::string& homeFolder) {
-  const bool isBelowHome = text.starts_with("~/");
-  return isBelowHome ? homeFolder + std::string(text.substr(1)) : std::string(text);
+std::optional<bool> parseSwitch(std::string_view text, std::string_view on, std::string_view off) {
+  return text == on || text == off ? std::optional(text == on) : std::nullopt;
+}
+
+std::string notASwitch(const std::string& text, const std::string& on, const std::string& off) {
+  return quoted(text) + " is neither " + on + " nor " + off;
 }
 
 bool isBeginning(std::string_view text, std::string_view name) {

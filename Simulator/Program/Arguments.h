@@ -33,8 +33,10 @@ struct PointArgument {
 };
 std::optional<PointArgument> parsePoint(std::string_view text);
 
-/// A file's path: "~/lights.scpt" begins in the home folder.
-std::string parsePath(std::string_view text, const std::string& homeFolder);
+/// "on" or "off", or another pair of words.
+std::optional<bool> parseSwitch(std::string_view text, std::string_view on = "on", std::string_view off = "off");
+/// Why a text is no switch.
+std::string notASwitch(const std::string& text, const std::string& on = "on", const std::string& off = "off");
 
 /// Case and surroundings as people type them: whether `text` is `name` or its beginning, in any case of ASCII letters.
 bool isBeginning(std::string_view text, std::string_view name);

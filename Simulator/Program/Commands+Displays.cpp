@@ -1,41 +1,16 @@
 #include <array>
 
 #include "Platform/Numbers.h"
-#include "Simulator/Mac/MachineEvents.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/OnDisplay.h"
 #include "Simulator/Program/Simulator.h"
 
 /// What other programs do to a display beside its mode and place, and to volume and Dock.
 namespace vlm::sim {
 
 namespace {
-
-using Refusal = MachineEvents::Refusal;
-
-/// What a command brings about at this moment is played with it.
-Outcome settled(Simulator& simulator, const Refusal& refusal) {
-  if (refusal) return Outcome::refused(*refusal);
-  simulator.mac().turn();
-  return {};
-}
-
-/// Calls a function of the machine's events for a display that is named by its beginning.
-template <class Parameter, class Value>
-Outcome onDisplay(Simulator& simulator, const std::string& name,
-                  Refusal (MachineEvents::*function)(const std::string&, Parameter), const Value& value) {
-  const auto found = simulator.displayNamed(name);
-  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
-  const std::string& display = std::get<SimulatedDisplay*>(found)->description.name;
-  return settled(simulator, (simulator.mac().events().*function)(display, value));
-}
-
-std::optional<bool> parseSwitch(const std::string& text, const char* on = "on", const char* off = "off") {
-  return text == on || text == off ? std::optional(text == on) : std::nullopt;
-}
-
-Outcome noSwitch(const std::string& text) { return Outcome::refused(quoted(text) + " is neither on nor off"); }
 
 std::optional<float> parseShare(const std::string& text) {
   const auto number = parseReal(text);
@@ -58,21 +33,21 @@ Outcome mirror(Simulator& simulator, Arguments arguments) {
   return onDisplay(simulator, arguments[0], &MachineEvents::mirror, std::get<SimulatedDisplay*>(master));
 }
 
-template <Refusal (MachineEvents::*kFunction)(const std::string&, float)>
+template <MachineEvents::Refusal (MachineEvents::*kFunction)(const std::string&, float)>
 Outcome setShare(Simulator& simulator, Arguments arguments) {
   const auto share = parseShare(arguments[1]);
   return share ? onDisplay(simulator, arguments[0], kFunction, *share) : noShare(arguments[1]);
 }
 
-template <Refusal (MachineEvents::*kFunction)(const std::string&, bool)>
+template <MachineEvents::Refusal (MachineEvents::*kFunction)(const std::string&, bool)>
 Outcome setSwitch(Simulator& simulator, Arguments arguments) {
   const auto on = parseSwitch(arguments[1]);
-  return on ? onDisplay(simulator, arguments[0], kFunction, *on) : noSwitch(arguments[1]);
+  return on ? onDisplay(simulator, arguments[0], kFunction, *on) : Outcome::refused(notASwitch(arguments[1]));
 }
 
 Outcome gray(Simulator& simulator, Arguments arguments) {
   const auto on = parseSwitch(arguments[0]);
-  return on ? settled(simulator, simulator.mac().events().setGray(*on)) : noSwitch(arguments[0]);
+  return on ? settled(simulator, simulator.mac().events().setGray(*on)) : Outcome::refused(notASwitch(arguments[0]));
 }
 
 Outcome volume(Simulator& simulator, Arguments arguments) {
@@ -85,7 +60,7 @@ Outcome volume(Simulator& simulator, Arguments arguments) {
 
 Outcome dock(Simulator& simulator, Arguments arguments) {
   const auto hides = parseSwitch(arguments[0], "hide", "show");
-  if (!hides) return Outcome::refused(quoted(arguments[0]) + " is neither hide nor show");
+  if (!hides) return Outcome::refused(notASwitch(arguments[0], "hide", "show"));
   return settled(simulator, simulator.mac().events().setDockAutoHides(*hides));
 }
 

@@ -5,11 +5,11 @@
 
 #include "Platform/Numbers.h"
 #include "Simulator/Mac/FileLocation.h"
-#include "Simulator/Mac/IccFolders.h"
-#include "Simulator/Mac/MachineEvents.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/OnDisplay.h"
+#include "Simulator/Program/Paths.h"
 #include "Simulator/Program/Simulator.h"
 
 /// What befalls the machine as a whole, and what others do behind everybody's back: sleep, ports, monitors that are not
@@ -52,24 +52,6 @@ std::optional<std::int64_t> integerWithin(const std::string& text, std::int64_t 
 Outcome outOfRange(const std::string& text, std::int64_t lowest, std::int64_t highest) {
   return Outcome::refused(quoted(text) + " is no number from " + std::to_string(lowest) + " to " +
                           std::to_string(highest));
-}
-
-/// What a command brings about at this moment is played with it.
-Outcome settled(Simulator& simulator, const MachineEvents::Refusal& refusal) {
-  if (refusal) return Outcome::refused(*refusal);
-  simulator.mac().turn();
-  return {};
-}
-
-/// Calls a function of the machine's events for a display that is named by its beginning.
-template <class... Parameters, class... Values>
-Outcome onDisplay(Simulator& simulator, const std::string& name,
-                  MachineEvents::Refusal (MachineEvents::*function)(const std::string&, Parameters...),
-                  const Values&... values) {
-  const auto found = simulator.displayNamed(name);
-  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
-  const std::string& display = std::get<SimulatedDisplay*>(found)->description.name;
-  return settled(simulator, (simulator.mac().events().*function)(display, values...));
 }
 
 // --- Sleep ---
@@ -184,7 +166,11 @@ Outcome preset(Simulator& simulator, Arguments arguments) {
 
 Outcome profile(Simulator& simulator, Arguments arguments) {
   std::optional<std::string> location;
-  if (arguments[1] != "factory") location = locationOfPath(profilePath(simulator.mac(), arguments[1]));
+  if (arguments[1] != "factory") {
+    const auto path = readProfilePath(simulator.mac(), arguments[1]);
+    if (const auto* reason = std::get_if<std::string>(&path)) return Outcome::refused(*reason);
+    location = locationOfPath(std::get<std::filesystem::path>(path));
+  }
   return onDisplay(simulator, arguments[0], &MachineEvents::chooseProfile, location);
 }
 

@@ -2,25 +2,17 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
-#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Paths.h"
 #include "Simulator/Program/Simulator.h"
 
-/// What the user does with files of his own: scripts, profiles, whatever a setting leads to.
+/// What the user does with files of his own: scripts, profiles, whatever a setting leads to. A scenario has no business
+/// outside of the home folder.
 namespace vlm::sim {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-/// A path within the home folder; a scenario has no business elsewhere.
-std::variant<fs::path, std::string> pathAtHome(Simulator& simulator, const std::string& text) {
-  const fs::path relative = text.starts_with("~/") ? fs::path(text.substr(2)).lexically_normal() : fs::path();
-  const bool leads = !relative.empty() && !relative.is_absolute() && relative.has_filename();
-  if (!leads || *relative.begin() == "..") return quoted(text) + " is no path such as ~/Scripts/lights.scpt";
-  return fs::path(simulator.mac().homeFolder()) / relative;
-}
 
 Outcome done(Simulator& simulator, const std::error_code& error, const std::string& path, const std::string& call) {
   if (error) return Outcome::refused(path + ": " + error.message());
@@ -29,7 +21,7 @@ Outcome done(Simulator& simulator, const std::error_code& error, const std::stri
 }
 
 Outcome save(Simulator& simulator, Arguments arguments) {
-  const auto path = pathAtHome(simulator, arguments[0]);
+  const auto path = readPathAtHome(simulator.mac(), arguments[0]);
   if (const auto* reason = std::get_if<std::string>(&path)) return Outcome::refused(*reason);
   std::error_code error;
   fs::create_directories(std::get<fs::path>(path).parent_path(), error);
@@ -40,8 +32,8 @@ Outcome save(Simulator& simulator, Arguments arguments) {
 }
 
 Outcome move(Simulator& simulator, Arguments arguments) {
-  const auto from = pathAtHome(simulator, arguments[0]);
-  const auto to = pathAtHome(simulator, arguments[1]);
+  const auto from = readPathAtHome(simulator.mac(), arguments[0]);
+  const auto to = readPathAtHome(simulator.mac(), arguments[1]);
   for (const auto* path : {&from, &to}) {
     if (const auto* reason = std::get_if<std::string>(path)) return Outcome::refused(*reason);
   }
@@ -52,7 +44,7 @@ Outcome move(Simulator& simulator, Arguments arguments) {
 }
 
 Outcome remove(Simulator& simulator, Arguments arguments) {
-  const auto path = pathAtHome(simulator, arguments[0]);
+  const auto path = readPathAtHome(simulator.mac(), arguments[0]);
   if (const auto* reason = std::get_if<std::string>(&path)) return Outcome::refused(*reason);
   std::error_code error;
   if (!fs::remove(std::get<fs::path>(path), error) && !error) {

@@ -95,10 +95,9 @@ Outcome click(Simulator& simulator, Arguments arguments) {
 }
 
 Outcome trust(Simulator& simulator, Arguments arguments) {
-  if (arguments[0] != "on" && arguments[0] != "off") {
-    return Outcome::refused(quoted(arguments[0]) + " is neither on nor off");
-  }
-  simulator.mac().accessibilityTrusted = arguments[0] == "on";
+  const auto on = parseSwitch(arguments[0]);
+  if (!on) return Outcome::refused(notASwitch(arguments[0]));
+  simulator.mac().accessibilityTrusted = *on;
   return {};
 }
 

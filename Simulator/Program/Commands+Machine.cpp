@@ -4,6 +4,7 @@
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/OnDisplay.h"
 #include "Simulator/Program/Signals.h"
 #include "Simulator/Program/Simulator.h"
 
@@ -16,17 +17,6 @@ namespace {
 constexpr double kLongestAdvance = 7 * 86400.0;
 /// Whole seconds, so that nothing is rounded; short enough for whoever interrupts.
 constexpr double kAtOnce = 3600;
-
-/// Carries out something that may be refused, and what it brings about at this moment.
-template <class Action>
-Outcome onDisplay(Simulator& simulator, const std::string& name, Action action) {
-  const auto found = simulator.displayNamed(name);
-  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
-  const std::optional<std::string> refusal = action(std::get<SimulatedDisplay*>(found)->description.name);
-  if (refusal) return Outcome::refused(*refusal);
-  simulator.mac().turn();
-  return {};
-}
 
 Outcome advance(Simulator& simulator, Arguments arguments) {
   const auto seconds = parseReal(arguments[0]);

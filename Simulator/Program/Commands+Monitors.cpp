@@ -1,10 +1,9 @@
 #include <array>
 
 #include "Simulator/Mac/DdcMonitor.h"
-#include "Simulator/Mac/SimulatedMonitorBus.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
-#include "Simulator/Program/Simulator.h"
+#include "Simulator/Program/OnDisplay.h"
 
 /// How monitors answer on their wires.
 namespace vlm::sim {
@@ -12,14 +11,9 @@ namespace vlm::sim {
 namespace {
 
 Outcome ddc(Simulator& simulator, Arguments arguments) {
-  const auto found = simulator.displayNamed(arguments[0]);
-  if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
   const auto behaviour = ddcBehaviourNamed(arguments[1]);
   if (!behaviour) return Outcome::refused(quoted(arguments[1]) + " is not among " + namesOfDdcBehaviours());
-  SimulatedDisplay& display = *std::get<SimulatedDisplay*>(found);
-  simulator.mac().journal().add("user: ddc(" + display.description.name + ", " + arguments[1] + ")");
-  setDdcBehaviour(simulator.mac(), display, *behaviour);
-  return {};
+  return onDisplay(simulator, arguments[0], &MachineEvents::setDdcBehaviour, *behaviour);
 }
 
 constexpr std::array kCommands{

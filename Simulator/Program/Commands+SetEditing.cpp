@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <utility>
 
 #include "Models/VLMGlobals.h"
@@ -8,11 +9,11 @@
 #include "Shared/Shortcuts.h"
 #include "Simulator/Mac/AtomicFile.h"
 #include "Simulator/Mac/Bookmark.h"
-#include "Simulator/Mac/IccFolders.h"
 #include "Simulator/Mac/PropertyListFile.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Paths.h"
 #include "Simulator/Program/SetEditing.h"
 #include "Simulator/Program/Simulator.h"
 
@@ -96,12 +97,15 @@ void enforceNothing(VLMDisplaySet& set) {
   }
 }
 
-/// Unique among the sets of the file, too: the daemon may not have read what was written last.
-std::int64_t nextUniqueID(const VLMGlobals& document, const plist::Array& sets) {
+/// Unique among the sets of the file, too: the daemon may not have read what was written last. Absent when the file has
+/// the highest number there is.
+std::optional<std::int64_t> nextUniqueID(const VLMGlobals& document, const plist::Array& sets) {
   std::int64_t next = document.findNextSetUniqueID();
   for (const plist::Value& value : sets) {
     const auto other = value.dictionary() == nullptr ? std::nullopt : value.dictionary()->number("uniqueID");
-    if (other && *other >= next) next = *other + 1;
+    if (!other || *other < next) continue;
+    if (*other == std::numeric_limits<std::int64_t>::max()) return std::nullopt;
+    next = *other + 1;
   }
   return next;
 }
@@ -118,6 +122,7 @@ Outcome add(Simulator& simulator, Arguments arguments) {
       const auto set = VLMDisplaySet::initWithDisplays(document.displayArray, document);
       plist::Array sets = settings.array(kSets) == nullptr ? plist::Array() : *settings.array(kSets);
       set->uniqueID = nextUniqueID(document, sets);
+      if (!set->uniqueID) return "a set of the settings file has the highest uniqueID already: a new one gets none";
       set->name = arguments[0];
       if (arguments[1] == "empty") enforceNothing(*set);
       sets.emplace_back(set->encodeReadable());
@@ -142,16 +147,16 @@ Outcome remove(Simulator& simulator, Arguments arguments) {
 
 // --- What a set says ---
 
-/// What is said of a set's record: the words behind its name.
-struct Saying {
+/// A change of a set's record: the words behind its name.
+struct SetEdit {
   Simulator& simulator;
   plist::Dictionary& settings;
   plist::Dictionary& set;
   Arguments words;
 };
 
-Refusal sayKey(const Saying& saying) {
-  const std::string& text = saying.words[0];
+Refusal changeKey(const SetEdit& edit) {
+  const std::string& text = edit.words[0];
   constexpr std::int64_t kHighestCode = 0xFFFF;
   const auto code = parseInteger(text);
   const bool isCode = code && *code >= 0 && *code <= kHighestCode;
@@ -159,127 +164,130 @@ Refusal sayKey(const Saying& saying) {
   if (text != "none" && shortcut == kNoShortcut) {
     return quoted(text) + " is no hot key such as cmd+opt+f10 or 0x6D0D, nor none";
   }
-  saying.set.set("keyCode", shortcut);
+  edit.set.set("keyCode", shortcut);
   return std::nullopt;
 }
 
-Refusal sayChain(const Saying& saying) {
-  if (saying.words[0] == "none") {
-    saying.set.remove("chainedSetUID");
+Refusal changeChain(const SetEdit& edit) {
+  if (edit.words[0] == "none") {
+    edit.set.remove("chainedSetUID");
     return std::nullopt;
   }
-  const auto next = setRecordNamed(saying.settings, saying.words[0]);
+  const auto next = setRecordNamed(edit.settings, edit.words[0]);
   if (const auto* reason = std::get_if<std::string>(&next)) return *reason;
-  saying.set.set("chainedSetUID", std::get<plist::Dictionary*>(next)->sInt64("uniqueID"));
+  edit.set.set("chainedSetUID", std::get<plist::Dictionary*>(next)->sInt64("uniqueID"));
   return std::nullopt;
 }
 
-Refusal sayMenu(const Saying& saying) {
-  const auto isOn = parseSwitch(saying.words[0]);
-  if (!isOn) return notASwitch(saying.words[0]);
-  saying.set.set("isInMenu", *isOn);
+Refusal changeMenu(const SetEdit& edit) {
+  const auto isOn = parseSwitch(edit.words[0]);
+  if (!isOn) return notASwitch(edit.words[0]);
+  edit.set.set("isInMenu", *isOn);
   return std::nullopt;
 }
 
-Refusal sayScript(const Saying& saying) {
-  const std::string& text = saying.words[0];
-  saying.set.remove("theScriptAlias");
+Refusal changeScript(const SetEdit& edit) {
+  const std::string& text = edit.words[0];
+  edit.set.remove("theScriptAlias");
   if (text == "none") {
-    saying.set.remove("scriptBookmark");
+    edit.set.remove("scriptBookmark");
     return std::nullopt;
   }
-  const auto bookmark = bookmarkOf(parsePath(text, saying.simulator.mac().homeFolder()));
+  const auto path = readPath(edit.simulator.mac(), text);
+  if (const auto* reason = std::get_if<std::string>(&path)) return *reason;
+  const auto bookmark = bookmarkOf(std::get<std::filesystem::path>(path));
   if (!bookmark) return "there is no file " + quoted(text);
-  saying.set.set("scriptBookmark", *bookmark);
+  edit.set.set("scriptBookmark", *bookmark);
   return std::nullopt;
 }
 
-Refusal sayRename(const Saying& saying) {
-  if (const Refusal reason = unusableName(saying.settings, saying.words[0])) return reason;
-  saying.set.set("name", saying.words[0]);
+Refusal changeName(const SetEdit& edit) {
+  if (const Refusal reason = unusableName(edit.settings, edit.words[0])) return reason;
+  edit.set.set("name", edit.words[0]);
   return std::nullopt;
 }
 
 /// "Left>Right,Left>Old": the right one of each pair shows the picture of the left one.
-Refusal sayPairs(const Saying& saying, const std::string& text) {
-  return withDocument(saying.simulator, [&](const VLMGlobals& document) -> Refusal {
-    enforceMirroring(saying.set, false);
+Refusal changePairs(const SetEdit& edit, const std::string& text) {
+  return withDocument(edit.simulator, [&](const VLMGlobals& document) -> Refusal {
+    enforceMirroring(edit.set, false);
     for (std::size_t begin = 0; begin <= text.size();) {
       const std::size_t end = std::min(text.find(',', begin), text.size());
       const std::string pair = text.substr(begin, end - begin);
       const std::size_t arrow = pair.find('>');
-      if (arrow == std::string::npos) return quoted(pair) + " is neither on nor off, nor a pair such as Left>Right";
-      const auto shown = displayIn(document, saying.simulator, pair.substr(0, arrow));
-      const auto shows = displayIn(document, saying.simulator, pair.substr(arrow + 1));
+      if (arrow == std::string::npos) return notASwitch(pair) + ", nor a pair such as Left>Right";
+      const auto shown = displayIn(document, edit.simulator, pair.substr(0, arrow));
+      const auto shows = displayIn(document, edit.simulator, pair.substr(arrow + 1));
       for (const auto* found : {&shown, &shows}) {
         if (const auto* reason = std::get_if<std::string>(found)) return *reason;
       }
       const auto& from = std::get<EditedDisplay>(shown);
       const auto& to = std::get<EditedDisplay>(shows);
       if (from.monitorResID == to.monitorResID) return quoted(pair) + " is one display, not two";
-      addMirroringPair(saying.set, from, to);
+      addMirroringPair(edit.set, from, to);
       begin = end + 1;
     }
     return std::nullopt;
   });
 }
 
-Refusal sayEnforce(const Saying& saying) {
-  const std::string& aspect = saying.words[0];
-  const std::string& value = saying.words[1];
-  if (aspect == "gray") return enforceGray(saying.set, value);
+Refusal enforceOnDesk(const SetEdit& edit) {
+  const std::string& aspect = edit.words[0];
+  const std::string& value = edit.words[1];
+  if (aspect == "gray") return enforceGray(edit.set, value);
   if (aspect != "mirroring") return quoted(aspect) + " is nothing that a set says of all displays (gray, mirroring)";
   const auto isOn = parseSwitch(value);
-  if (!isOn) return sayPairs(saying, value);
-  enforceMirroring(saying.set, *isOn);
+  if (!isOn) return changePairs(edit, value);
+  enforceMirroring(edit.set, *isOn);
   return std::nullopt;
 }
 
-Refusal sayIgnore(const Saying& saying) { return ignoreOfDesk(saying.set, saying.words[0]); }
+Refusal ignoreOnDesk(const SetEdit& edit) { return ignoreOfDesk(edit.set, edit.words[0]); }
 
 struct Verb {
   std::string_view name;
   std::size_t words;
   const char* usage;
-  Refusal (*say)(const Saying& saying);
+  Refusal (*change)(const SetEdit& edit);
 };
 constexpr std::array kVerbs{
-    Verb{"enforce", 2, "enforce mirroring|gray VALUE", sayEnforce},
-    Verb{"ignore", 1, "ignore mirroring|gray", sayIgnore},
-    Verb{"key", 1, "key SHORTCUT|none", sayKey},
-    Verb{"chain", 1, "chain OTHER|none", sayChain},
-    Verb{"menu", 1, "menu on|off", sayMenu},
-    Verb{"script", 1, "script FILE|none", sayScript},
-    Verb{"rename", 1, "rename NAME", sayRename},
+    Verb{"enforce", 2, "enforce mirroring|gray VALUE", enforceOnDesk},
+    Verb{"ignore", 1, "ignore mirroring|gray", ignoreOnDesk},
+    Verb{"key", 1, "key SHORTCUT|none", changeKey},
+    Verb{"chain", 1, "chain OTHER|none", changeChain},
+    Verb{"menu", 1, "menu on|off", changeMenu},
+    Verb{"script", 1, "script FILE|none", changeScript},
+    Verb{"rename", 1, "rename NAME", changeName},
 };
 
 /// "set Work Left enforce mode 1024x768", "set Work Left ignore mode": the words from the display on.
-Refusal sayOfDisplay(const Saying& saying) {
-  const Arguments words = saying.words;
+Refusal changeOfDisplay(const SetEdit& edit) {
+  const Arguments words = edit.words;
   const bool enforces = words.size() == 4 && words[1] == "enforce";
   if (!enforces && !(words.size() == 3 && words[1] == "ignore")) {
     return "set SET DISPLAY enforce ASPECT VALUE, or set SET DISPLAY ignore ASPECT";
   }
-  return withDocument(saying.simulator, [&](const VLMGlobals& document) -> Refusal {
-    const auto found = displayIn(document, saying.simulator, words[0]);
+  return withDocument(edit.simulator, [&](const VLMGlobals& document) -> Refusal {
+    const auto found = displayIn(document, edit.simulator, words[0]);
     if (const auto* reason = std::get_if<std::string>(&found)) return *reason;
     const auto& display = std::get<EditedDisplay>(found);
-    if (!enforces) return ignore(saying.set, display, words[2]);
-    const bool isProfile = words[2] == "profile";
-    const std::string value = isProfile ? profilePath(saying.simulator.mac(), words[3]) : words[3];
-    return enforce(saying.set, display, words[2], value);
+    if (!enforces) return ignore(edit.set, display, words[2]);
+    if (words[2] != "profile") return enforce(edit.set, display, words[2], words[3]);
+    const auto path = readProfilePath(edit.simulator.mac(), words[3]);
+    if (const auto* reason = std::get_if<std::string>(&path)) return *reason;
+    return enforce(edit.set, display, words[2], std::get<std::filesystem::path>(path));
   });
 }
 
-Outcome say(Simulator& simulator, Arguments arguments) {
+Outcome change(Simulator& simulator, Arguments arguments) {
   return editedSet(simulator, arguments[0], [&](plist::Dictionary& settings, plist::Dictionary& set) -> Refusal {
     const Arguments words = arguments.subspan(1);
     for (const Verb& verb : kVerbs) {
       if (words[0] != verb.name) continue;
       if (words.size() != verb.words + 1) return std::string("set SET ") + verb.usage;
-      return verb.say({simulator, settings, set, words.subspan(1)});
+      return verb.change({simulator, settings, set, words.subspan(1)});
     }
-    return sayOfDisplay({simulator, settings, set, words});
+    return changeOfDisplay({simulator, settings, set, words});
   });
 }
 
@@ -290,7 +298,7 @@ constexpr std::array kCommands{
     Command{"set remove", "SET", 1, 1, "it removes a set", "set remove Work", remove},
     Command{"set", "SET [DISPLAY] enforce|ignore|key|chain|menu|script|rename VALUE...", 3, 5,
             "it changes what a set says of a display, of all, or of itself", "set Work Left enforce origin -1920,0",
-            say},
+            change},
 };
 
 }  // namespace

@@ -4,12 +4,12 @@
 #include "Models/VLMGlobals.h"
 #include "Platform/Process.h"
 #include "Simulator/Mac/FileLocation.h"
-#include "Simulator/Mac/IccFolders.h"
 #include "Simulator/Mac/Mouse.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DaemonView.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Paths.h"
 #include "Simulator/Program/Simulator.h"
 #include "Simulator/Program/Views.h"
 
@@ -99,7 +99,9 @@ Outcome expectDisplay(Simulator& simulator, Arguments arguments) {
   if (const Aspect* const aspect = aspectCalled(wanted, kDisplayAspects)) {
     if (arguments.size() != 3) return Outcome::refused("after " + wanted + " stands a value");
     const bool isFile = wanted == "profile" && arguments[2] != aspect->absent;
-    const std::string value = isFile ? locationOfPath(profilePath(simulator.mac(), arguments[2])) : arguments[2];
+    const auto path = isFile ? readProfilePath(simulator.mac(), arguments[2]) : PathRead();
+    if (const auto* reason = std::get_if<std::string>(&path)) return Outcome::refused(*reason);
+    const std::string value = isFile ? locationOfPath(std::get<std::filesystem::path>(path)) : arguments[2];
     return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
       return expectAspect(display.description.name, displayView(simulator.mac(), display), *aspect, value);
     });

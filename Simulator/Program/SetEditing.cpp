@@ -106,7 +106,7 @@ Read readOrientation(const EditedDisplay& /*display*/, const std::string& text) 
 
 Read readSwitch(const EditedDisplay& /*display*/, const std::string& text) {
   const auto isOn = parseSwitch(text);
-  if (!isOn) return Unreadable{*notASwitch(text)};
+  if (!isOn) return Unreadable{notASwitch(text)};
   return plist::Value(*isOn);
 }
 
@@ -124,7 +124,7 @@ Read readPreset(const EditedDisplay& display, const std::string& text) {
   return Unreadable{quoted(display.name) + " has no colour preset " + quoted(text)};
 }
 
-Read readPath(const EditedDisplay& /*display*/, const std::string& text) {
+Read readFullPath(const EditedDisplay& /*display*/, const std::string& text) {
   if (!text.starts_with('/')) return Unreadable{quoted(text) + " is no full path"};
   return plist::Value(text);
 }
@@ -145,7 +145,7 @@ constexpr std::array kAspects{
     Aspect{"underscan", "underscan", "hasUnderscan", readFraction},
     Aspect{"hdr", "isInHDR", "hasHDR", readSwitch},
     Aspect{"preset", "colorPreset", kColourFlag, readPreset},
-    Aspect{"profile", "colorProfile", kColourFlag, readPath},
+    Aspect{"profile", "colorProfile", kColourFlag, readFullPath},
     Aspect{"main", kMain, "", readSwitch},
 };
 
@@ -172,12 +172,6 @@ void takeMainFromAll(plist::Dictionary& set) {
 }
 
 }  // namespace
-
-std::optional<bool> parseSwitch(const std::string& text) {
-  return text == "on" || text == "off" ? std::optional(text == "on") : std::nullopt;
-}
-
-Refusal notASwitch(const std::string& text) { return quoted(text) + " is neither on nor off"; }
 
 std::variant<plist::Dictionary*, std::string> setRecordNamed(plist::Dictionary& settings, const std::string& text) {
   std::vector<plist::Dictionary*> records;

@@ -45,8 +45,4 @@ void addMirroringPair(plist::Dictionary& set, const EditedDisplay& shown, const 
 /// "gray" or "mirroring".
 Refusal ignoreOfDesk(plist::Dictionary& set, const std::string& aspect);
 
-/// "on" or "off"; absent for everything else.
-std::optional<bool> parseSwitch(const std::string& text);
-Refusal notASwitch(const std::string& text);
-
 }  // namespace vlm::sim

@@ -30,20 +30,6 @@ std::string save(test::DisplaysOnMac& displays, const std::string& file, const s
   return fileURLWithPath(folder + "/" + file);
 }
 
-TEST(IccProfile, IsReadWholeOrRefusedAndHarmlessWhenDamaged) {
-  const std::string name = "Größe 𝄞";
-  const plist::Data bytes = sim::composeDisplayProfile(name, sim::ProfiledMonitor{.vendor = 0x1234});
-  EXPECT_EQ(std::get<sim::IccProfile>(sim::IccProfile::read(bytes)).description(), name);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const plist::Data cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(i));
-    EXPECT_TRUE(std::holds_alternative<std::string>(sim::IccProfile::read(cut))) << i;
-    plist::Data damaged = bytes;
-    damaged[i] ^= 0xFF;
-    const auto read = sim::IccProfile::read(damaged);
-    if (const auto* profile = std::get_if<sim::IccProfile>(&read)) profile->description();
-  }
-}
-
 TEST(Colours, ListsProfilesOfDisplaysAloneThoseForTheModelFirst) {
   for (const std::int64_t system : {10, 12}) {
     auto machine = sim::laptopWith({"Left", "Right"});

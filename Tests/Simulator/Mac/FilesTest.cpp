@@ -337,6 +337,12 @@ TEST(Bookmarks, LeadWhereAnAliasRecordSays) {
     EXPECT_EQ(resolved(aliasRecord(version, path.substr(1), "/")), path);
     EXPECT_EQ(resolved(aliasRecord(version, "a", folder)), path);
     EXPECT_EQ(resolved(aliasRecord(version, "b", folder)), std::nullopt);
+    for (Data cut = aliasRecord(version, "a", folder); cut.size() > 8;) {
+      cut.pop_back();
+      cut[4] = std::uint8_t(cut.size() >> 8), cut[5] = std::uint8_t(cut.size() & 0xFF);
+      const auto found = resolved(cut);
+      EXPECT_TRUE(!found || found == path) << cut.size() << ": " << *found;
+    }
   }
   EXPECT_EQ(resolved(aliasRecord(4, "a", folder)), std::nullopt);
 }

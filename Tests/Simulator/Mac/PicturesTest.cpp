@@ -71,6 +71,26 @@ TEST(Rotation, IsReadBackAsTheAngleAskedFor) {
   }
 }
 
+TEST(Pictures, OfDisplaysThatAreOffOrAsleepAreNeitherTurnedNorSwitchedToHdr) {
+  MachineDescription machine = smallMachine(1);
+  machine.displays[1].supportsHDR = true;
+  SimulatedMac mac(machine);
+  SkyLight& skyLight = addProcess(mac, "daemon").ports().skyLight;
+  const SimulatedDisplay& a = mac.display("A");
+  const auto expectRefused = [&](const std::string& reason) {
+    EXPECT_NE(skyLight.SLSSetDisplayRotation(a.id, 90, 0, 0, 0, 0), 0) << reason;
+    EXPECT_NE(skyLight.SLSDisplaySetHDRModeEnabled(a.id, true), 0) << reason;
+    EXPECT_EQ(mac.events().rotate("A", 90), reason);
+    EXPECT_EQ(mac.events().setHDR("A", true), reason);
+    EXPECT_TRUE(a.turn == Turn() && !a.hdr) << reason;
+  };
+  EXPECT_EQ(changeByAnother(mac, "A off"), std::nullopt);
+  expectRefused("A is off");
+  EXPECT_EQ(changeByAnother(mac, "A on"), std::nullopt);
+  mac.events().sleep();
+  expectRefused("A is asleep");
+}
+
 TEST(HardwareMirrors, StayTogetherWhateverIsAsked) {
   MachineDescription machine = smallMachine(3);
   machine.displays[2].hardwareMirrorOf = "A";
@@ -98,7 +118,7 @@ TEST(HardwareMirrors, StayTogetherWhateverIsAsked) {
 TEST(Pictures, KeepTheirSwitchesAndRefuseWhatTheyLack) {
   MachineDescription machine = smallMachine(1);
   machine.displays[1].canOverscan = machine.displays[1].canUnderscan = true;
-  machine.displays[1].presets = {"Warm", "Cold"};
+  machine.displays[1].presets = {"Warm", "Cold", ""};
   SimulatedMac mac(machine);
   const Ports ports = addProcess(mac, "daemon").ports();
   SimulatedDisplay& a = mac.display("A");
@@ -107,7 +127,9 @@ TEST(Pictures, KeepTheirSwitchesAndRefuseWhatTheyLack) {
   EXPECT_TRUE(ports.system.CGDisplayUsesForceToGray() && !ports.system.UAGrayscaleIsEnabled());
   EXPECT_NE(ports.skyLight.SLSDisplaySetHDRModeEnabled(a.id, true), 0);
   EXPECT_EQ(ports.skyLight.SLSDisplaySetActivePresetIndex(a.id, 1), 0);
-  EXPECT_NE(ports.skyLight.SLSDisplaySetActivePresetIndex(a.id, 2), 0);
+  EXPECT_NE(ports.skyLight.SLSDisplaySetActivePresetIndex(a.id, 2), 0) << "an empty place";
+  EXPECT_NE(ports.skyLight.SLSDisplaySetActivePresetIndex(a.id, 3), 0);
+  EXPECT_EQ(mac.events().choosePreset("A", ""), "A has no preset \"\"");
   EXPECT_EQ(a.activePreset, 1U);
   EXPECT_EQ(ports.registry.IODisplaySetFloatParameter(a.frameBuffer, "pscn", 1.5F), kIOReturnSuccess);
   EXPECT_EQ(a.underscan, 1.0F);

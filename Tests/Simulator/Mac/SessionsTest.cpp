@@ -135,7 +135,7 @@ TEST(RunLoop, EndsTimersAndPerformsByTheirOwnKindOnly) {
   EXPECT_EQ(called, (Lines{"timer", "perform", "timer"}));
 }
 
-TEST(Applications, OfThoseInTheDockTheLastActivatedIsInFront) {
+TEST(Applications, WhoCameToTheFrontLastIsInFront) {
   MachineDescription machine = laptopWith({"Left"});
   machine.processes = {{.bundleIdentifier = "a", .name = "A"},
                        {.bundleIdentifier = "b", .name = "B"},
@@ -155,7 +155,11 @@ TEST(Applications, OfThoseInTheDockTheLastActivatedIsInFront) {
   const std::int32_t a = applications[0].processIdentifier, b = applications[1].processIdentifier;
   EXPECT_EQ(inFront(), "B");
   workspace.activateWithOptions(a, 0);
-  workspace.activateWithOptions(applications[2].processIdentifier, 0);
+  EXPECT_FALSE(workspace.activateWithOptions(applications[3].processIdentifier, 0));  // prohibited
+  EXPECT_EQ(inFront(), "A");
+  EXPECT_TRUE(workspace.activateWithOptions(applications[2].processIdentifier, 0));
+  EXPECT_EQ(inFront(), "C") << "an accessory that has the keyboard";
+  EXPECT_TRUE(workspace.hide(applications[2].processIdentifier));
   EXPECT_EQ(inFront(), "A");
   EXPECT_TRUE(workspace.hide(a));
   EXPECT_FALSE(workspace.hide(a));

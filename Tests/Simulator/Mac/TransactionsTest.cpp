@@ -77,6 +77,7 @@ TEST_F(Transactions, AreRefusedAsAWholeForOneBadChange) {
       {"B off", "B cannot be turned off"},
       {"A shows A", "A cannot mirror itself"},
       {"B shows A, A off", "A is off and cannot be mirrored"},
+      {"A shows Panel, A off", "A is off and mirrors nothing"},
   };
   const std::string before = arrangementOf(mac);
   for (const auto& [change, reason] : rows) {

@@ -50,6 +50,8 @@ TEST(Commands, RefuseWhatTheyDoNotUnderstandAndSayWhy) {
       {"launch-daemon new", "\"new\" is no version such as 4.15.1"},
       {"post kVLMUseThisMode 1001 many", "\"many\" is no whole number"},
       {"show settings nothing.there", "the settings file has no nothing.there"},
+      {"profile Left \"\"", "\"\" is no path"},
+      {"preset Left \"\"", "Left has no preset \"\""},
       {"help advance 1", "there is no command \"advance 1\"; help lists them"},
   };
   Desk desk;

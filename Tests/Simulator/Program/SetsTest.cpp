@@ -173,6 +173,7 @@ TEST(SetEditing, RefusesWithTheReasonAndWritesNothing) {
       {"set As Left enforce origin 40000,0", "no point"},
       {"set As Left enforce preset Nonsense", "no colour preset"},
       {"set As Left enforce hdr yes", "neither on nor off"},
+      {"set As Left enforce profile \"\"", "no path"},
       {"set As Left paint red", "set SET DISPLAY enforce"},
       {"set As enforce mirroring Left>Left", "one display"},
       {"set As key cmd+opt", "no hot key"},
@@ -187,6 +188,16 @@ TEST(SetEditing, RefusesWithTheReasonAndWritesNothing) {
     EXPECT_NE(outcome.reason.find(row.reason), std::string::npos) << row.line << ": " << outcome.reason;
   }
   EXPECT_EQ(desk.simulator.settings(), before);
+}
+
+TEST(SetEditing, AddsNothingBeyondTheHighestIdentifier) {
+  Desk desk;
+  ASSERT_TRUE(
+      desk.play({"settings open", "settings set displaySetsArray.0.uniqueID 9223372036854775807", "settings save"})
+          .held());
+  const Outcome outcome = desk.play({"set add Work empty"});
+  EXPECT_EQ(outcome.status, Outcome::Status::refused);
+  EXPECT_NE(outcome.reason.find("highest uniqueID"), std::string::npos) << outcome.reason;
 }
 
 TEST(SetEditing, OfPresetAndProfileEnforcesTheOneThatWasAskedFor) {
