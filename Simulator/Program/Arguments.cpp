@@ -1,6 +1,7 @@
 #include "Simulator/Program/Arguments.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -27,6 +28,35 @@ std::optional<Halves> split(std::string_view text, char separator) {
   const std::size_t at = text.find(separator);
   if (at == std::string_view::npos) return std::nullopt;
   return Halves{.first = text.substr(0, at), .second = text.substr(at + 1)};
+}
+
+/// The character at the beginning of a text that is not empty, in UTF-8, which loses its bytes; absent when it is
+/// broken.
+std::optional<std::uint32_t> takeCharacter(std::string_view& text) {
+  constexpr std::array<std::uint32_t, 5> kLowest{0, 0, 0x80, 0x800, 0x10000};
+  const auto lead = static_cast<unsigned char>(text.front());
+  const std::size_t length = lead < 0x80   ? 1
+                             : lead < 0xC0 ? 0
+                             : lead < 0xE0 ? 2
+                             : lead < 0xF0 ? 3
+                             : lead < 0xF8 ? 4
+                                           : 0;
+  if (length == 0 || length > text.size()) return std::nullopt;
+  std::uint32_t code = length == 1 ? lead : lead & (0x7FU >> length);
+  for (const char c : text.substr(1, length - 1)) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte & 0xC0U) != 0x80U) return std::nullopt;
+    code = code << 6U | (byte & 0x3FU);
+  }
+  text.remove_prefix(length);
+  return code < kLowest[length] || code > 0x10FFFF ? std::nullopt : std::optional(code);
+}
+
+/// Of those that XML has no place for.
+bool isForbidden(std::uint32_t code) {
+  const bool isControl = code < 0x20 || (code >= 0x7F && code < 0xA0);
+  const bool isSurrogate = code >= 0xD800 && code < 0xE000;
+  return isControl || isSurrogate || (code & 0xFFFEU) == 0xFFFEU;
 }
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
@@ -104,6 +134,14 @@ bool isBeginning(std::string_view text, std::string_view name) {
 
 bool isSameName(std::string_view text, std::string_view name) {
   return text.size() == name.size() && isBeginning(text, name);
+}
+
+bool isWritableText(std::string_view text) {
+  while (!text.empty()) {
+    const auto code = takeCharacter(text);
+    if (!code || isForbidden(*code)) return false;
+  }
+  return true;
 }
 
 }  // namespace vlm::sim

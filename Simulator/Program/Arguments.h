@@ -42,4 +42,7 @@ std::string notASwitch(const std::string& text, const std::string& on = "on", co
 bool isBeginning(std::string_view text, std::string_view name);
 bool isSameName(std::string_view text, std::string_view name);
 
+/// Whether every reader of a settings file takes the text: UTF-8 without control characters.
+bool isWritableText(std::string_view text);
+
 }  // namespace vlm::sim

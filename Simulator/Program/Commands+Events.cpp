@@ -213,7 +213,7 @@ constexpr std::array kCommands{
     Command{"preset", "DISPLAY NAME", 2, 2, "another program chooses a colour preset", "preset Left \"HDR Video\"",
             preset},
     Command{"profile", "DISPLAY FILE|factory", 2, 2, "another program chooses a colour profile",
-            "profile Left ~/Library/ColorSync/Profiles/Warm.icc", profile},
+            "profile Left \"/System/Library/ColorSync/Profiles/sRGB Profile.icc\"", profile},
     Command{"power", "ac|battery|ups", 1, 1, "what the machine lives on from now", "power battery", power},
     Command{"answer", "keep|revert|none", 1, 1, "how the user answers questions from now", "answer keep", answer},
 };

@@ -24,6 +24,7 @@ Outcome save(Simulator& simulator, Arguments arguments) {
   const auto path = readPathAtHome(simulator.mac(), arguments[0]);
   if (const auto* reason = std::get_if<std::string>(&path)) return Outcome::refused(*reason);
   std::error_code error;
+  if (fs::is_directory(std::get<fs::path>(path), error)) return Outcome::refused(arguments[0] + ": it is a folder");
   fs::create_directories(std::get<fs::path>(path).parent_path(), error);
   if (!error && !(std::ofstream(std::get<fs::path>(path)) << "-- a file of the user's\n")) {
     error = std::make_error_code(std::errc::io_error);

@@ -2,6 +2,7 @@
 #include <array>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "Models/VLMGlobals.h"
 #include "Platform/Numbers.h"
@@ -9,6 +10,7 @@
 #include "Shared/Shortcuts.h"
 #include "Simulator/Mac/AtomicFile.h"
 #include "Simulator/Mac/Bookmark.h"
+#include "Simulator/Mac/IccFolders.h"
 #include "Simulator/Mac/PropertyListFile.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
@@ -84,6 +86,7 @@ bool hasSet(const plist::Dictionary& settings, const std::string& name) {
 
 Refusal unusableName(const plist::Dictionary& settings, const std::string& name) {
   if (name.empty()) return "a set needs a name";
+  if (!isWritableText(name)) return quoted(name) + " is no name: it has control characters, or is no UTF-8";
   if (hasSet(settings, name)) return "there is a set " + quoted(name) + " already";
   return std::nullopt;
 }
@@ -134,6 +137,8 @@ Outcome add(Simulator& simulator, Arguments arguments) {
 
 Outcome remove(Simulator& simulator, Arguments arguments) {
   return editedSet(simulator, arguments[0], [&](plist::Dictionary& settings, plist::Dictionary& record) -> Refusal {
+    const std::string name = record.string("name").value_or("");
+    if (!isSameName(arguments[0], name)) return "a set is removed by its whole name: " + quoted(name);
     const auto identifier = record.number("uniqueID");
     plist::Array& sets = *settings.find(kSets)->array();
     sets.erase(std::find_if(sets.begin(), sets.end(), [&](auto& value) { return value.dictionary() == &record; }));
@@ -207,10 +212,29 @@ Refusal changeName(const SetEdit& edit) {
   return std::nullopt;
 }
 
+/// A display shows one picture, and one that shows another's has none of its own to be shown.
+struct MirroringPair {
+  EditedDisplay shown, shows;
+};
+Refusal contradiction(const std::vector<MirroringPair>& pairs, const MirroringPair& added) {
+  for (const MirroringPair& pair : pairs) {
+    if (pair.shows.monitorResID == added.shows.monitorResID) {
+      return quoted(added.shows.name) + " shows the picture of " + quoted(pair.shown.name) + " already";
+    }
+    for (const auto& [shown, shows] : {std::pair(pair.shown, added.shows), std::pair(added.shown, pair.shows)}) {
+      if (shown.monitorResID == shows.monitorResID) {
+        return quoted(shown.name) + " cannot be shown and show another one's picture";
+      }
+    }
+  }
+  return std::nullopt;
+}
+
 /// "Left>Right,Left>Old": the right one of each pair shows the picture of the left one.
 Refusal changePairs(const SetEdit& edit, const std::string& text) {
   return withDocument(edit.simulator, [&](const VLMGlobals& document) -> Refusal {
     enforceMirroring(edit.set, false);
+    std::vector<MirroringPair> pairs;
     for (std::size_t begin = 0; begin <= text.size();) {
       const std::size_t end = std::min(text.find(',', begin), text.size());
       const std::string pair = text.substr(begin, end - begin);
@@ -221,10 +245,11 @@ Refusal changePairs(const SetEdit& edit, const std::string& text) {
       for (const auto* found : {&shown, &shows}) {
         if (const auto* reason = std::get_if<std::string>(found)) return *reason;
       }
-      const auto& from = std::get<EditedDisplay>(shown);
-      const auto& to = std::get<EditedDisplay>(shows);
-      if (from.monitorResID == to.monitorResID) return quoted(pair) + " is one display, not two";
-      addMirroringPair(edit.set, from, to);
+      const MirroringPair added{std::get<EditedDisplay>(shown), std::get<EditedDisplay>(shows)};
+      if (added.shown.monitorResID == added.shows.monitorResID) return quoted(pair) + " is one display, not two";
+      if (const Refusal reason = contradiction(pairs, added)) return reason;
+      addMirroringPair(edit.set, added.shown, added.shows);
+      pairs.push_back(added);
       begin = end + 1;
     }
     return std::nullopt;
@@ -260,22 +285,40 @@ constexpr std::array kVerbs{
     Verb{"rename", 1, "rename NAME", changeName},
 };
 
+Refusal enforceProfile(const SetEdit& edit, const EditedDisplay& display, const std::string& text) {
+  if (text == "factory") return "a set enforces a profile's file: show profiles has the display's own, too";
+  if (!text.starts_with('/') && !text.starts_with("~/")) return quoted(text) + " is no full path";
+  const auto path = readProfilePath(edit.simulator.mac(), text);
+  if (const auto* reason = std::get_if<std::string>(&path)) return *reason;
+  const std::string file = std::get<std::filesystem::path>(path);
+  if (!isWritableText(file)) return quoted(text) + " has control characters, or is no UTF-8";
+  const auto profile = profileInFile(edit.simulator.mac(), file);
+  if (const auto* reason = std::get_if<std::string>(&profile)) return text + ": " + *reason;
+  return enforce(edit.set, display, "profile", file);
+}
+
+Refusal wrongCount(bool isTooFew, const std::string& usage) {
+  return std::string(isTooFew ? "too few" : "too many") + " words: set SET " + usage;
+}
+
 /// "set Work Left enforce mode 1024x768", "set Work Left ignore mode": the words from the display on.
 Refusal changeOfDisplay(const SetEdit& edit) {
   const Arguments words = edit.words;
-  const bool enforces = words.size() == 4 && words[1] == "enforce";
-  if (!enforces && !(words.size() == 3 && words[1] == "ignore")) {
-    return "set SET DISPLAY enforce ASPECT VALUE, or set SET DISPLAY ignore ASPECT";
+  const bool enforces = words[1] == "enforce";
+  const std::string usage = enforces ? "DISPLAY enforce ASPECT VALUE" : "DISPLAY ignore ASPECT";
+  if (!enforces && words[1] != "ignore") {
+    return quoted(words[1]) + " is neither enforce nor ignore: set SET DISPLAY enforce ASPECT VALUE, or set SET " +
+           usage;
   }
+  const std::size_t count = enforces ? 4 : 3;
+  if (words.size() != count) return wrongCount(words.size() < count, usage);
   return withDocument(edit.simulator, [&](const VLMGlobals& document) -> Refusal {
     const auto found = displayIn(document, edit.simulator, words[0]);
     if (const auto* reason = std::get_if<std::string>(&found)) return *reason;
     const auto& display = std::get<EditedDisplay>(found);
     if (!enforces) return ignore(edit.set, display, words[2]);
-    if (words[2] != "profile") return enforce(edit.set, display, words[2], words[3]);
-    const auto path = readProfilePath(edit.simulator.mac(), words[3]);
-    if (const auto* reason = std::get_if<std::string>(&path)) return *reason;
-    return enforce(edit.set, display, words[2], std::get<std::filesystem::path>(path));
+    if (words[2] == "profile") return enforceProfile(edit, display, words[3]);
+    return enforce(edit.set, display, words[2], words[3]);
   });
 }
 
@@ -284,7 +327,7 @@ Outcome change(Simulator& simulator, Arguments arguments) {
     const Arguments words = arguments.subspan(1);
     for (const Verb& verb : kVerbs) {
       if (words[0] != verb.name) continue;
-      if (words.size() != verb.words + 1) return std::string("set SET ") + verb.usage;
+      if (words.size() != verb.words + 1) return wrongCount(words.size() <= verb.words, verb.usage);
       return verb.change({simulator, settings, set, words.subspan(1)});
     }
     return changeOfDisplay({simulator, settings, set, words});

@@ -52,9 +52,8 @@ std::string displayNotes(Simulator& simulator, const SimulatedDisplay& display) 
   return notes;
 }
 
-/// The displays with what the daemon calls them, when one runs.
-plist::Array displaysForDaemon(Simulator& simulator) {
-  plist::Array displays = displaysView(simulator.mac());
+/// Adds what the daemon calls the displays, when one runs.
+plist::Array withDaemonsIdentifiers(Simulator& simulator, plist::Array displays) {
   Session* session = simulator.daemon();
   if (session == nullptr) return displays;
   const Process::Scope inDaemon(session->process());
@@ -69,7 +68,7 @@ std::string identifierText(const plist::Dictionary* view, const char* key) {
 void printDisplayTable(Simulator& simulator) {
   std::vector<std::vector<std::string>> rows{
       {"DISPLAY", "STATE", "MODE", "RATE", "ORIGIN", "MONITOR ID", "MODE ID", "NOTES"}};
-  const plist::Array views = displaysForDaemon(simulator);
+  const plist::Array views = withDaemonsIdentifiers(simulator, displaysView(simulator.mac()));
   const auto& displays = simulator.mac().windowServer().displays();
   for (std::size_t i = 0; i < displays.size(); ++i) {
     const auto& display = displays[i];
@@ -102,10 +101,16 @@ Outcome showPicture(Simulator& simulator, Arguments) {
 Outcome showDisplay(Simulator& simulator, Arguments arguments) {
   const auto found = simulator.displayNamed(arguments[0]);
   if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
-  const plist::Dictionary view = displayView(simulator.mac(), *std::get<SimulatedDisplay*>(found));
-  if (simulator.wantsJson) return printJson(simulator, view);
+  const plist::Array one{displayView(simulator.mac(), *std::get<SimulatedDisplay*>(found))};
+  const plist::Array views = withDaemonsIdentifiers(simulator, one);
+  if (simulator.wantsJson) return printJson(simulator, views.front());
   std::vector<std::vector<std::string>> rows{{"ASPECT", "VALUE"}};
-  for (const plist::Entry& entry : view) rows.push_back({entry.key, viewText(&entry.value)});
+  for (const plist::Entry& entry : *views.front().dictionary()) {
+    rows.push_back({entry.key, viewText(&entry.value)});
+    if (entry.key == "mode") {
+      rows.push_back({"modeUniqueID", identifierText(entry.value.dictionary(), "modeUniqueID")});
+    }
+  }
   print(simulator.output(), rows);
   return {};
 }
@@ -120,7 +125,9 @@ Outcome showMachine(Simulator& simulator, Arguments) {
 }
 
 Outcome showDisplays(Simulator& simulator, Arguments) {
-  if (simulator.wantsJson) return printJson(simulator, displaysForDaemon(simulator));
+  if (simulator.wantsJson) {
+    return printJson(simulator, withDaemonsIdentifiers(simulator, displaysView(simulator.mac())));
+  }
   if (simulator.output().isTerminal) printPicture(simulator);
   printDisplayTable(simulator);
   return {};
@@ -171,6 +178,10 @@ Outcome showListOf(Simulator& simulator, const std::string& displayName, plist::
     if (!record) return Outcome::refused("the daemon does not see " + quoted(display.description.name));
     const plist::Array view = viewOf(*record);
     if (simulator.wantsJson) return printJson(simulator, view);
+    if (view.empty()) {
+      simulator.output().data << quoted(display.description.name) << " has none.\n";
+      return Outcome{};
+    }
     std::vector<std::vector<std::string>> rows{std::move(head)};
     for (const plist::Value& one : view) {
       rows.emplace_back();
@@ -197,8 +208,8 @@ Outcome showPresets(Simulator& simulator, Arguments arguments) {
 
 Outcome showSets(Simulator& simulator, Arguments) {
   return fromDocument(simulator, [&](VLMGlobals& document) {
-    if (simulator.wantsJson) return printJson(simulator, setsView(document));
-    print(simulator.output(), setRows(document));
+    if (simulator.wantsJson) return printJson(simulator, setsView(simulator.mac(), document));
+    print(simulator.output(), setRows(simulator.mac(), document));
     return Outcome{};
   });
 }
@@ -208,6 +219,7 @@ Outcome showSettings(Simulator& simulator, Arguments arguments) {
   if (!settings) return Outcome::refused("there is no settings file that can be read: " + simulator.settingsPath());
   Output& output = simulator.output();
   if (!arguments.empty()) {
+    if (arguments[0].empty()) return Outcome::refused("\"\" is no key of the settings file; show settings lists them");
     const plist::Value* value = valueAt(*settings, arguments[0]);
     if (value == nullptr) return Outcome::refused("the settings file has no " + arguments[0]);
     if (simulator.wantsJson) return printJson(simulator, *value);

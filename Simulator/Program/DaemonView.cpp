@@ -7,6 +7,7 @@
 #include "Models/VLMGlobals.h"
 #include "Platform/Numbers.h"
 #include "Shared/Shortcuts.h"
+#include "Simulator/Mac/SimulatedMac.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Views.h"
@@ -111,16 +112,15 @@ std::string monitorText(const VLMMonitorInSet& monitor, const std::shared_ptr<VL
   return text;
 }
 
-std::string nameOfDisplay(const VLMGlobals& document, std::optional<std::int64_t> monitorResID) {
-  const auto display = document.extraDisplayWithID(monitorResID);
-  return display ? display->displayedName() : "unknown";
+std::string nameOrUnknown(SimulatedMac& mac, const VLMGlobals& document, std::optional<std::int64_t> monitorResID) {
+  return nameOfMonitor(mac, document, monitorResID).value_or("unknown");
 }
 
 /// What a set says beside its monitors; empty when that is nothing.
-std::string deskText(const VLMGlobals& document, const VLMDisplaySet& set) {
+std::string deskText(SimulatedMac& mac, const VLMGlobals& document, const VLMDisplaySet& set) {
   std::string text;
   for (const auto& [shown, shows] : set.complexMirroringSet) {
-    addWord(text, nameOfDisplay(document, shows) + " mirrors " + nameOfDisplay(document, shown));
+    addWord(text, nameOrUnknown(mac, document, shows) + " mirrors " + nameOrUnknown(mac, document, shown));
   }
   if (set.hasMirroring && set.complexMirroringSet.empty()) {
     addWord(text, set.inMirroring ? "mirroring" : "no mirroring");
@@ -151,12 +151,25 @@ std::string markName(std::int16_t mark) {
   return index < kNames.size() ? kNames[index] : "unknown";
 }
 
+std::optional<std::string> nameOfMonitor(SimulatedMac& mac, const VLMGlobals& document,
+                                         std::optional<std::int64_t> monitorResID) {
+  const auto record = document.extraDisplayWithID(monitorResID);
+  if (!record) return std::nullopt;
+  const auto attached = document.displayWithID(monitorResID);
+  for (const auto& display : mac.windowServer().displays()) {
+    const bool isMeant = attached ? display->id != 0 && display->id == attached->cgID
+                                  : display->id == 0 && display->uuid == record->displayUUIDString;
+    if (isMeant) return display->description.name;
+  }
+  return record->displayedName();
+}
+
 std::variant<std::size_t, std::string> placeOfSet(const std::vector<std::string>& names, const std::string& text) {
   std::vector<std::size_t> found;
   std::string list;
   for (std::size_t i = 0; i < names.size(); ++i) {
-    if (isSameName(text, names[i])) return i;
-    if (isBeginning(text, names[i])) found.push_back(i);
+    if (!text.empty() && isSameName(text, names[i])) return i;
+    if (!text.empty() && isBeginning(text, names[i])) found.push_back(i);
     list += (list.empty() ? "" : ", ") + quoted(names[i]);
   }
   if (found.size() == 1) return found.front();
@@ -183,7 +196,7 @@ std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::s
   return rows;
 }
 
-std::vector<std::vector<std::string>> setRows(VLMGlobals& document) {
+std::vector<std::vector<std::string>> setRows(SimulatedMac& mac, VLMGlobals& document) {
   std::vector<std::vector<std::string>> rows{{"SET", "MARK", "HOT KEY", "MONITOR", "REMEMBERS", "ENFORCES"}};
   for (const auto& set : document.displaySetsArray) {
     std::vector<std::string> first{set->name.value_or("(no name)"), markName(document.checkMarkForSet(*set, nullptr)),
@@ -195,9 +208,10 @@ std::vector<std::vector<std::string>> setRows(VLMGlobals& document) {
     };
     for (const auto& monitor : set->monitorArray) {
       const auto display = document.extraDisplayWithID(monitor->monitorResID);
-      add(nameOfDisplay(document, monitor->monitorResID), monitorText(*monitor, display), joined(enforcedOf(*monitor)));
+      add(nameOrUnknown(mac, document, monitor->monitorResID), monitorText(*monitor, display),
+          joined(enforcedOf(*monitor)));
     }
-    const std::string desk = deskText(document, *set);
+    const std::string desk = deskText(mac, document, *set);
     if (!desk.empty()) add("(all)", desk, joined(enforcedOfDesk(*set)));
     if (!first.front().empty()) rows.push_back(first);
   }
@@ -222,7 +236,6 @@ plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const VLMDisplay* 
                          {"underscan", monitor.underscan},
                          {"hdr", monitor.isInHDR},
                          {"enforces", asList(enforcedOf(monitor))}};
-  if (display != nullptr) view.set("name", display->displayedName());
   if (monitor.hasModeSetting()) view.set("mode", modeView(display, monitor.modeUniqueID));
   if (monitor.hasDepthSetting()) view.set("depth", bitsOfDepth(monitor.selDepth));
   if (monitor.colorPreset) view.set("colorPreset", *monitor.colorPreset);
@@ -230,11 +243,11 @@ plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const VLMDisplay* 
   return view;
 }
 
-plist::Array pairsView(const VLMGlobals& document, const VLMDisplaySet& set) {
+plist::Array pairsView(SimulatedMac& mac, const VLMGlobals& document, const VLMDisplaySet& set) {
   plist::Array pairs;
   for (const auto& [shown, shows] : set.complexMirroringSet) {
-    pairs.emplace_back(
-        plist::Dictionary{{"shown", nameOfDisplay(document, shown)}, {"shows", nameOfDisplay(document, shows)}});
+    pairs.emplace_back(plist::Dictionary{{"shown", nameOrUnknown(mac, document, shown)},
+                                         {"shows", nameOrUnknown(mac, document, shows)}});
   }
   return pairs;
 }
@@ -278,12 +291,14 @@ plist::Array modesView(const VLMDisplay& display, std::size_t most) {
   return view;
 }
 
-plist::Array setsView(VLMGlobals& document) {
+plist::Array setsView(SimulatedMac& mac, VLMGlobals& document) {
   plist::Array view;
   for (const auto& set : document.displaySetsArray) {
     plist::Array monitors;
     for (const auto& monitor : set->monitorArray) {
-      monitors.emplace_back(monitorView(*monitor, document.extraDisplayWithID(monitor->monitorResID).get()));
+      plist::Dictionary one = monitorView(*monitor, document.extraDisplayWithID(monitor->monitorResID).get());
+      if (const auto name = nameOfMonitor(mac, document, monitor->monitorResID)) one.set("name", *name);
+      monitors.emplace_back(std::move(one));
     }
     plist::Dictionary entry{{"name", set->name.value_or("")},
                             {"uniqueID", set->uniqueID.value_or(0)},
@@ -293,7 +308,7 @@ plist::Array setsView(VLMGlobals& document) {
                             {"monitors", std::move(monitors)}};
     if (set->hasMirroring) entry.set("mirroring", set->inMirroring);
     if (set->hasGray) entry.set("grayscale", set->inGray);
-    if (!set->complexMirroringSet.empty()) entry.set("mirroringPairs", pairsView(document, *set));
+    if (!set->complexMirroringSet.empty()) entry.set("mirroringPairs", pairsView(mac, document, *set));
     entry.set("inMenu", set->isInMenu);
     if (const auto& next = set->chainedDisplaySet()) entry.set("chain", next->name.value_or(""));
     if (const auto script = set->getScriptBookMarkURL()) entry.set("script", *script);

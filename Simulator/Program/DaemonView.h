@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -14,6 +15,8 @@ class VLMGlobals;
 }  // namespace vlm
 
 namespace vlm::sim {
+
+class SimulatedMac;
 
 /// What the running daemon knows, as texts. To be asked for within its process.
 
@@ -34,6 +37,11 @@ std::vector<std::vector<std::string>> modeRows(const VLMDisplay& display, std::s
 std::string shortcutText(const VLMDisplaySet& set);
 
 /// The display sets, a row for each monitor, and one for what a set says of all of them.
-std::vector<std::vector<std::string>> setRows(VLMGlobals& document);
+std::vector<std::vector<std::string>> setRows(SimulatedMac& mac, VLMGlobals& document);
+
+/// What commands call the display that sets know by that number; of one that is not known on the machine, what the
+/// daemon shows. Absent when the daemon does not know it either.
+std::optional<std::string> nameOfMonitor(SimulatedMac& mac, const VLMGlobals& document,
+                                         std::optional<std::int64_t> monitorResID);
 
 }  // namespace vlm::sim

@@ -5,6 +5,7 @@
 #include "Platform/Process.h"
 #include "Simulator/Mac/FileLocation.h"
 #include "Simulator/Mac/Mouse.h"
+#include "Simulator/Mac/Turn.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DaemonView.h"
@@ -65,18 +66,46 @@ Outcome expectMain(Simulator& simulator, Arguments arguments) {
   });
 }
 
+/// Why a text cannot be what a view has; absent when it can.
+using Refusal = std::optional<std::string>;
+
+Refusal unlessAngle(const std::string& text) {
+  const auto angle = parseInteger(text);
+  if (angle && turnOfAngle(*angle)) return std::nullopt;
+  return quoted(text) + " is none of 0, 90, 180, 270 and -1 to -4";
+}
+
+Refusal unlessShare(const std::string& text) {
+  const auto share = parseReal(text);
+  if (share && *share >= 0 && *share <= 1) return std::nullopt;
+  return quoted(text) + " is no number from 0 to 1";
+}
+
+Refusal unlessSwitch(const std::string& text) { return parseSwitch(text) ? std::nullopt : Refusal(notASwitch(text)); }
+
+Refusal unlessHideOrShow(const std::string& text) {
+  return parseSwitch(text, "hide", "show") ? std::nullopt : Refusal(notASwitch(text, "hide", "show"));
+}
+
 /// What a view has under a key, by the word that people have for it.
 struct Aspect {
   std::string_view word;
   const char* key;
-  std::string_view absent = "none";
+  Refusal (*unless)(const std::string& text);  ///< null: any text, or it is read elsewhere
+  std::string_view absent = "none";            ///< empty: it is always there
 };
-constexpr std::array kDisplayAspects{Aspect{"rotation", "rotation"},     Aspect{"mirrors", "mirrors"},
-                                     Aspect{"brightness", "brightness"}, Aspect{"hdr", "hdr"},
-                                     Aspect{"overscan", "overscan"},     Aspect{"underscan", "underscan"},
-                                     Aspect{"preset", "colorPreset"},    Aspect{"profile", "colorProfile", "factory"}};
-constexpr std::array kMachineAspects{Aspect{"gray", "grayscale"}, Aspect{"dock", "dockAutoHides"},
-                                     Aspect{"volume", "volume"}};
+constexpr std::array kDisplayAspects{
+    Aspect{"rotation", "rotation", unlessAngle},     Aspect{"mirrors", "mirrors", nullptr},
+    Aspect{"brightness", "brightness", unlessShare}, Aspect{"hdr", "hdr", unlessSwitch},
+    Aspect{"overscan", "overscan", unlessSwitch},    Aspect{"underscan", "underscan", unlessShare},
+    Aspect{"preset", "colorPreset", nullptr},        Aspect{"profile", "colorProfile", nullptr, "factory"}};
+constexpr std::array kMachineAspects{Aspect{"gray", "grayscale", unlessSwitch, ""},
+                                     Aspect{"dock", "dockAutoHides", unlessHideOrShow, ""},
+                                     Aspect{"volume", "volume", unlessShare}};
+
+bool isAbsence(const Aspect& aspect, const std::string& text) {
+  return !aspect.absent.empty() && text == aspect.absent;
+}
 
 template <std::size_t kCount>
 const Aspect* aspectCalled(const std::string& word, const std::array<Aspect, kCount>& aspects) {
@@ -87,6 +116,9 @@ const Aspect* aspectCalled(const std::string& word, const std::array<Aspect, kCo
 /// Numbers in the two decimals that they are shown with, texts and names of displays in any case of letters.
 Outcome expectAspect(const std::string& whose, const plist::Dictionary& view, const Aspect& aspect,
                      const std::string& wanted) {
+  if (aspect.unless != nullptr && !isAbsence(aspect, wanted)) {
+    if (const Refusal reason = aspect.unless(wanted)) return Outcome::refused(*reason);
+  }
   const plist::Value* const value = view.find(aspect.key);
   const std::string found = value == nullptr ? std::string(aspect.absent) : viewText(value);
   const auto number = parseReal(wanted);
@@ -94,21 +126,36 @@ Outcome expectAspect(const std::string& whose, const plist::Dictionary& view, co
   return Outcome::notHeld("the " + std::string(aspect.word) + " of " + whose + " is " + found);
 }
 
+/// A value as the view has it; displays are named by their beginnings, and profiles by their paths.
+std::variant<std::string, Refusal> valueIn(Simulator& simulator, const Aspect& aspect, const std::string& text) {
+  if (aspect.word == "mirrors" && !isAbsence(aspect, text)) {
+    const auto master = simulator.displayNamed(text);
+    if (const auto* reason = std::get_if<std::string>(&master)) return Refusal(*reason);
+    return std::get<SimulatedDisplay*>(master)->description.name;
+  }
+  if (aspect.word == "profile" && !isAbsence(aspect, text)) {
+    const auto path = readProfilePath(simulator.mac(), text);
+    if (const auto* reason = std::get_if<std::string>(&path)) return Refusal(*reason);
+    return locationOfPath(std::get<std::filesystem::path>(path));
+  }
+  return text;
+}
+
 Outcome expectDisplay(Simulator& simulator, Arguments arguments) {
   const std::string& wanted = arguments[1];
   if (const Aspect* const aspect = aspectCalled(wanted, kDisplayAspects)) {
     if (arguments.size() != 3) return Outcome::refused("after " + wanted + " stands a value");
-    const bool isFile = wanted == "profile" && arguments[2] != aspect->absent;
-    const auto path = isFile ? readProfilePath(simulator.mac(), arguments[2]) : PathRead();
-    if (const auto* reason = std::get_if<std::string>(&path)) return Outcome::refused(*reason);
-    const std::string value = isFile ? locationOfPath(std::get<std::filesystem::path>(path)) : arguments[2];
+    const auto value = valueIn(simulator, *aspect, arguments[2]);
+    if (const auto* reason = std::get_if<Refusal>(&value)) return Outcome::refused(**reason);
     return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
-      return expectAspect(display.description.name, displayView(simulator.mac(), display), *aspect, value);
+      const plist::Dictionary view = displayView(simulator.mac(), display);
+      return expectAspect(display.description.name, view, *aspect, std::get<std::string>(value));
     });
   }
-  if (arguments.size() != 2 || (wanted != "on" && wanted != "off" && wanted != "gone")) {
+  if (wanted != "on" && wanted != "off" && wanted != "gone") {
     return Outcome::refused(quoted(wanted) + " is none of on, off, gone, and no aspect with a value");
   }
+  if (arguments.size() != 2) return Outcome::refused("after " + wanted + " stands nothing else");
   return ofDisplay(simulator, arguments[0], [&](const SimulatedDisplay& display) {
     if (stateText(display) == wanted) return Outcome{};
     return Outcome::notHeld(quoted(display.description.name) + " is " + stateText(display));

@@ -66,20 +66,25 @@ class Unlogged {
   bool before_;
 };
 
-std::string nameOf(const VLMGlobals& document, std::optional<std::int64_t> monitorResID) {
-  const auto display = document.extraDisplayWithID(monitorResID);
-  return display ? display->displayedName() : "unknown";
+/// Whose document is explained, and on which machine.
+struct Subject {
+  SimulatedMac& mac;
+  const VLMGlobals& document;
+};
+
+std::string nameOf(const Subject& subject, std::optional<std::int64_t> monitorResID) {
+  return nameOfMonitor(subject.mac, subject.document, monitorResID).value_or("unknown");
 }
 
-plist::Dictionary monitorReference(const VLMGlobals& document, std::optional<std::int64_t> monitorResID) {
-  return {{"monitorResID", monitorResID.value_or(0)}, {"name", nameOf(document, monitorResID)}};
+plist::Dictionary monitorReference(const Subject& subject, std::optional<std::int64_t> monitorResID) {
+  return {{"monitorResID", monitorResID.value_or(0)}, {"name", nameOf(subject, monitorResID)}};
 }
 
 /// A stored value as people and JSON have it.
-plist::Value readable(const VLMGlobals& document, const SetFinding& finding, const plist::Value& value) {
+plist::Value readable(const Subject& subject, const SetFinding& finding, const plist::Value& value) {
   switch (*finding.aspect) {
     case SetAspect::mode:
-      return modeView(document.extraDisplayWithID(finding.monitorResID).get(), value.uInt64());
+      return modeView(subject.document.extraDisplayWithID(finding.monitorResID).get(), value.uInt64());
     case SetAspect::depth:
       return bitsOfDepth(value.uInt64());
     case SetAspect::origin: {
@@ -87,25 +92,25 @@ plist::Value readable(const VLMGlobals& document, const SetFinding& finding, con
       return pointView(origin.h, origin.v);
     }
     case SetAspect::mainDisplay:
-      return monitorReference(document, value.sInt64());
+      return monitorReference(subject, value.sInt64());
     case SetAspect::mirroring:
       // Of one display: the one that shall show its picture.
-      return finding.monitorResID ? plist::Value(monitorReference(document, value.sInt64())) : value;
+      return finding.monitorResID ? plist::Value(monitorReference(subject, value.sInt64())) : value;
     default:
       return value;
   }
 }
 
-plist::Dictionary differenceView(const VLMGlobals& document, const SetFinding& finding) {
+plist::Dictionary differenceView(const Subject& subject, const SetFinding& finding) {
   plist::Dictionary view{{"aspect", keyOf(*finding.aspect)}};
-  if (finding.wanted) view.set("wanted", readable(document, finding, *finding.wanted));
-  if (finding.found) view.set("found", readable(document, finding, *finding.found));
+  if (finding.wanted) view.set("wanted", readable(subject, finding, *finding.wanted));
+  if (finding.found) view.set("found", readable(subject, finding, *finding.found));
   return view;
 }
 
 bool isOfDesk(const SetFinding& finding) { return finding.aspect && *finding.aspect >= SetAspect::mirroring; }
 
-std::string stateOf(const VLMMonitorInSet& monitor, const VLMGlobals& document, const Findings& findings) {
+std::string stateOf(const VLMMonitorInSet& monitor, const Subject& subject, const Findings& findings) {
   using Kind = SetFinding::Kind;
   constexpr std::array kStates{std::pair{Kind::differs, "differs"}, std::pair{Kind::notAttached, "notAttached"},
                                std::pair{Kind::off, "off"}, std::pair{Kind::silent, "silent"}};
@@ -114,29 +119,29 @@ std::string stateOf(const VLMMonitorInSet& monitor, const VLMGlobals& document, 
       if (finding.kind == kind && finding.monitorResID == monitor.monitorResID && !isOfDesk(finding)) return name;
     }
   }
-  const auto display = document.displayWithID(monitor.monitorResID);
+  const auto display = subject.document.displayWithID(monitor.monitorResID);
   const bool isCompared = display != nullptr && (display->isActive() || monitor.hasActivity);
   return isCompared ? "matches" : "notAsked";
 }
 
-plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const VLMGlobals& document, const Findings& findings) {
+plist::Dictionary monitorView(const VLMMonitorInSet& monitor, const Subject& subject, const Findings& findings) {
   plist::Array differences;
   for (const SetFinding& finding : findings) {
     if (finding.kind != SetFinding::Kind::differs || isOfDesk(finding)) continue;
-    if (finding.monitorResID == monitor.monitorResID) differences.emplace_back(differenceView(document, finding));
+    if (finding.monitorResID == monitor.monitorResID) differences.emplace_back(differenceView(subject, finding));
   }
-  plist::Dictionary view = monitorReference(document, monitor.monitorResID);
-  view.set("state", stateOf(monitor, document, findings));
+  plist::Dictionary view = monitorReference(subject, monitor.monitorResID);
+  view.set("state", stateOf(monitor, subject, findings));
   view.set("differences", std::move(differences));
   return view;
 }
 
-plist::Array deskDifferences(const VLMGlobals& document, const Findings& findings) {
+plist::Array deskDifferences(const Subject& subject, const Findings& findings) {
   plist::Array view;
   for (const SetFinding& finding : findings) {
     if (!isOfDesk(finding)) continue;
-    plist::Dictionary difference = differenceView(document, finding);
-    if (finding.monitorResID) difference.set("monitor", nameOf(document, finding.monitorResID));
+    plist::Dictionary difference = differenceView(subject, finding);
+    if (finding.monitorResID) difference.set("monitor", nameOf(subject, finding.monitorResID));
     view.emplace_back(std::move(difference));
   }
   return view;
@@ -146,13 +151,14 @@ plist::Array deskDifferences(const VLMGlobals& document, const Findings& finding
 
 plist::Dictionary explanationOf(SimulatedMac& mac, VLMGlobals& document, const VLMDisplaySet& set) {
   const Unlogged unlogged(mac);
+  const Subject subject{.mac = mac, .document = document};
   Findings findings;
   const std::int16_t mark = explainMarkForSet(document, set, findings);
   plist::Array monitors;
-  for (const auto& monitor : set.monitorArray) monitors.emplace_back(monitorView(*monitor, document, findings));
+  for (const auto& monitor : set.monitorArray) monitors.emplace_back(monitorView(*monitor, subject, findings));
   for (const auto& display : document.displayArray) {
     if (set.monitorWithID(display->monitorResID)) continue;
-    plist::Dictionary view = monitorReference(document, display->monitorResID);
+    plist::Dictionary view = monitorReference(subject, display->monitorResID);
     view.set("state", "notInSet");
     view.set("differences", plist::Array());
     monitors.emplace_back(std::move(view));
@@ -160,7 +166,7 @@ plist::Dictionary explanationOf(SimulatedMac& mac, VLMGlobals& document, const V
   return {{"set", set.name.value_or("")},
           {"mark", markName(mark)},
           {"monitors", std::move(monitors)},
-          {"differences", deskDifferences(document, findings)}};
+          {"differences", deskDifferences(subject, findings)}};
 }
 
 // --- As text ---

@@ -10,6 +10,8 @@
 #include "Models/VLMDisplay.h"
 #include "Models/VLMMonitorInSet.h"
 #include "Platform/Numbers.h"
+#include "Shared/UpperCase.h"
+#include "Simulator/Mac/UuidText.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/DaemonView.h"
 #include "Simulator/Program/DisplayTexts.h"
@@ -120,7 +122,11 @@ Read readFraction(const EditedDisplay& /*display*/, const std::string& text) {
 Read readPreset(const EditedDisplay& display, const std::string& text) {
   const auto preset = VLMColorPreset::presetWithName(text, display.record);
   if (preset && preset->UUID) return plist::Value(*preset->UUID);
-  if (!display.record->dispIsPresent || VLMColorPreset::presetWithUUID(text, display.record)) return plist::Value(text);
+  if (VLMColorPreset::presetWithUUID(text, display.record)) return plist::Value(text);
+  if (!display.record->dispIsPresent && isUuidText(text)) return plist::Value(upperCased(text));
+  if (!display.record->dispIsPresent) {
+    return Unreadable{quoted(display.name) + " is not attached: " + quoted(text) + " is no identifier of a preset"};
+  }
   return Unreadable{quoted(display.name) + " has no colour preset " + quoted(text)};
 }
 

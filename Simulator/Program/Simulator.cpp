@@ -120,8 +120,8 @@ std::variant<SimulatedDisplay*, std::string> Simulator::displayNamed(const std::
   std::string names;
   for (const auto& display : mac_.windowServer().displays()) {
     const std::string& name = display->description.name;
-    if (isSameName(text, name)) return display.get();
-    if (isBeginning(text, name)) found.push_back(display.get());
+    if (!text.empty() && isSameName(text, name)) return display.get();
+    if (!text.empty() && isBeginning(text, name)) found.push_back(display.get());
     names += (names.empty() ? "" : ", ") + quoted(name);
   }
   if (found.size() == 1) return found.front();

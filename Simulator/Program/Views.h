@@ -45,7 +45,7 @@ plist::Dictionary pointView(double x, double y);
 
 /// The modes that the daemon found, the largest first: `most` of them.
 plist::Array modesView(const VLMDisplay& display, std::size_t most);
-plist::Array setsView(VLMGlobals& document);
+plist::Array setsView(SimulatedMac& mac, VLMGlobals& document);
 /// The colour profiles that suit a display, those made for its very model first, and its colour presets.
 plist::Array profilesView(VLMDisplay& display);
 plist::Array presetsView(VLMDisplay& display);

@@ -72,8 +72,11 @@ TEST(Expectations, DoNotTakeTheControlApplicationsMessageForTheDaemons) {
 
 TEST(Expectations, ThatCouldNotFailAreRefused) {
   Desk desk;
-  for (const char* line : {"remember nothing.there", "expect journal \"\"", "expect no log \"\"",
-                           "expect no posted monitorsChange", "expect unchanged Version"}) {
+  for (const char* line :
+       {"remember nothing.there", "expect journal \"\"", "expect no log \"\"", "expect no posted monitorsChange",
+        "expect unchanged Version", "expect display Left rotation 45", "expect display Left hdr 1",
+        "expect display Left mirrors Nobody", "expect display Left on off", "expect machine gray none",
+        "expect machine volume 2"}) {
     EXPECT_EQ(desk.play({line}).status, Outcome::Status::refused) << line;
   }
 }

@@ -173,14 +173,25 @@ TEST(SetEditing, RefusesWithTheReasonAndWritesNothing) {
       {"set As Left enforce origin 40000,0", "no point"},
       {"set As Left enforce preset Nonsense", "no colour preset"},
       {"set As Left enforce hdr yes", "neither on nor off"},
-      {"set As Left enforce profile \"\"", "no path"},
+      {"set As Left enforce profile \"\"", "no full path"},
+      {"set As Left enforce profile factory", "a profile's file"},
+      {"set As Left enforce profile ~/Library", "it is a folder"},
+      {"set As Right enforce preset Warm", "is not attached"},
       {"set As Left paint red", "set SET DISPLAY enforce"},
+      {"set As Left enforce", "too few words: set SET DISPLAY enforce"},
       {"set As enforce mirroring Left>Left", "one display"},
+      {"set As enforce mirroring Left>Built-in,Built-in>Left", "cannot be shown"},
+      {"set As enforce mirroring Left>Built-in,Right>Built-in", "shows the picture of \"Left\" already"},
+      {"set As rename \"a\x1b\"", "is no name"},
+      {"set add \"\xC0\xAF\" empty", "is no name"},
+      {"set remove As", "whole name"},
+      {"apply \"\"", "there is no set"},
       {"set As key cmd+opt", "no hot key"},
       {"set As chain on off", "set SET chain"},
       {"file remove ~/../a", "no path"},
   };
   Desk desk;
+  ASSERT_TRUE(desk.play({"unplug Right", "advance 2"}).held());
   const auto before = desk.simulator.settings();
   for (const Row& row : kRows) {
     const Outcome outcome = desk.play({row.line});
@@ -206,10 +217,14 @@ TEST(SetEditing, OfPresetAndProfileEnforcesTheOneThatWasAskedFor) {
     return *valueAt(*desk.simulator.settings(), "displaySetsArray.0.monitorArray.2")->dictionary();
   };
   ASSERT_TRUE(monitor().contains("colorProfile"));  // recorded
-  ASSERT_TRUE(desk.play({"unplug Right", "advance 2", "set As Right enforce preset SOME-IDENTIFIER"}).held());
+  ASSERT_TRUE(
+      desk.play({"unplug Right", "advance 2", "set As Right enforce preset 11111111-2222-3333-4444-555555555555"})
+          .held());
   EXPECT_TRUE(monitor().boolean("hasColorProfile"));
   EXPECT_FALSE(monitor().contains("colorProfile"));
-  ASSERT_TRUE(desk.play({"set As Right enforce profile /a.icc", "set As Right ignore preset"}).held());
+  ASSERT_TRUE(desk.play({"set As Right enforce profile \"/System/Library/ColorSync/Profiles/sRGB Profile.icc\"",
+                         "set As Right ignore preset"})
+                  .held());
   EXPECT_TRUE(monitor().boolean("hasColorProfile"));
   EXPECT_FALSE(monitor().contains("colorPreset"));
   ASSERT_TRUE(desk.play({"set As Right ignore profile"}).held());
