@@ -1,7 +1,6 @@
 #include "Models/DisplaySetApplication.h"
 
 #include <algorithm>
-#include <map>
 
 #include "Colour/VLMColorPreset.h"
 #include "Models/VLMGlobals.h"
@@ -54,6 +53,9 @@ void DisplaySetApplication::forEachPresentAndOn(const Step& step) const {
 void DisplaySetApplication::run() {
   turnDisplaysOn();
   turnDisplaysOff();
+  // What was refused so far has been dealt with.
+  transaction_.takeRefusal();
+  noteWhoIsShown();
   setMirroring();
   setOrientations();
   setModesAndDepths();
@@ -66,7 +68,8 @@ void DisplaySetApplication::run() {
     setPositions();
   }
   setPictureOptions();
-  if (!transaction_.complete()) goOnOneByOne();
+  transaction_.complete();
+  if (transaction_.takeRefusal()) goOnOneByOne();
 }
 
 /// One change that is refused takes with it all others that wait for the same completion.
@@ -85,16 +88,26 @@ void DisplaySetApplication::completeWhenOneByOne() {
 
 void DisplaySetApplication::turnDisplaysOn() {
   bool isAwake = false;
-  bool hasTurnedOn = false;
+  std::vector<VLMDisplay*> turnedOn;
   forEachPresent([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
     if (!monitor.mustBeActive() && !set_.usesMirroring()) return;
     if (!isAwake) wakeDisplaySystem();
     isAwake = true;
-    if (display.willChangeActiveIn(true)) hasTurnedOn = display.setIsActive(true, &transaction_) || hasTurnedOn;
+    if (display.willChangeActiveIn(true) && display.setIsActive(true, &transaction_)) turnedOn.push_back(&display);
   });
-  if (!hasTurnedOn) return;
-  transaction_.restart();
-  if (document_.quitDockAfterEnabling) document_.relaunchDockLater();
+  if (!turnedOn.empty() && completeSwitching(turnedOn, true) && document_.quitDockAfterEnabling) {
+    document_.relaunchDockLater();
+  }
+}
+
+/// One display that cannot be switched takes the others with it: each by itself then. Whether any was switched.
+bool DisplaySetApplication::completeSwitching(const std::vector<VLMDisplay*>& displays, bool active) {
+  bool isAnyDone = transaction_.restart();
+  if (isAnyDone || displays.size() < 2) return isAnyDone;
+  for (VLMDisplay* const display : displays) {
+    if (display->setIsActive(active, &transaction_)) isAnyDone = transaction_.restart() || isAnyDone;
+  }
+  return isAnyDone;
 }
 
 void DisplaySetApplication::turnDisplaysOff() {
@@ -102,18 +115,11 @@ void DisplaySetApplication::turnDisplaysOff() {
   forEachPresent([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
     if (!monitor.mustBeInactive() || !document_.canDisableDisplay(display)) return;
     // A mirrored display cannot be turned off.
-    if (mirroringWasOn_) endMirroring();
+    if (mirroringWasOn_ && !hasEndedMirroring_) endMirroring();
     if (display.willChangeActiveIn(false) && display.setIsActive(false, &transaction_)) turnedOff.push_back(&display);
   });
   if (turnedOff.empty()) return;
-  bool isAnyOff = transaction_.restart();
-  // One that cannot be turned off takes the others with it: each by itself then.
-  if (!isAnyOff && turnedOff.size() > 1) {
-    for (VLMDisplay* const display : turnedOff) {
-      if (display->setIsActive(false, &transaction_)) isAnyOff = transaction_.restart() || isAnyOff;
-    }
-  }
-  if (!isAnyOff) return;
+  if (!completeSwitching(turnedOff, false)) return;
   // The brightness to come back to; whoever quits the daemon now must not lose it.
   const bool isAnyDimmed =
       std::any_of(turnedOff.begin(), turnedOff.end(), [](auto* off) { return off->useBrightness; });
@@ -137,6 +143,7 @@ void DisplaySetApplication::setMirroring() {
     const auto a = displayOf(shown);
     const auto b = displayOf(shows);
     if (a && b) a->setMirroringWith(*b, true, &transaction_);
+    completeWhenOneByOne();
   }
   changesShape_ = changesShape_ || mirroringWasOn_ || set_.usesMirroring();
   completeWhenOneByOne();
@@ -160,29 +167,36 @@ void DisplaySetApplication::setModesAndDepths() {
   document_.updateCurrentModes();
   // A display that shows another one's picture becomes the one that is shown for as long as its mode is set. Those that
   // are to be shown come last, and stay it.
-  std::map<CGDirectDisplayID, bool> copies;
-  forEachPresentAndOn([&](const VLMMonitorInSet&, VLMDisplay& display) { copies[display.cgID] = isCopy(display); });
-  std::set<CGDirectDisplayID> shown;
-  for (const auto& display : document_.displayArray) {
-    const CGDirectDisplayID master = os().quartz.CGDisplayMirrorsDisplay(display->cgID);
-    if (master != kCGNullDirectDisplay) shown.insert(master);
-  }
-  for (const bool isOfCopies : {true, false}) {
+  for (const bool ofCopies : {true, false}) {
     forEachPresentAndOn([&](const VLMMonitorInSet& monitor, VLMDisplay& display) {
-      if (copies[display.cgID] == isOfCopies) setModeAndDepth(monitor, display);
+      if (copies_.contains(display.cgID) == ofCopies) setModeAndDepth(monitor, display);
     });
   }
-  showAgain(shown);
+  showAgain();
+}
+
+void DisplaySetApplication::noteWhoIsShown() {
+  for (const auto& display : document_.displayArray) {
+    if (isCopy(*display)) copies_.insert(display->cgID);
+  }
+  // A set that says nothing of mirroring leaves it as it is.
+  for (const auto& display : document_.displayArray) {
+    const CGDirectDisplayID master = os().quartz.CGDisplayMirrorsDisplay(display->cgID);
+    if (!set_.hasMirroring && master != kCGNullDirectDisplay) shown_.insert(master);
+  }
+  for (const auto& [shown, shows] : set_.complexMirroringSet) {
+    const auto display = displayOf(shown);
+    if (set_.usesMirroring() && display && !copies_.contains(display->cgID)) shown_.insert(display->cgID);
+  }
 }
 
 /// Those that are to be shown, but have no mode of their own in the set, have not become it again.
-void DisplaySetApplication::showAgain(const std::set<CGDirectDisplayID>& shownBefore) {
-  if (set_.hasMirroring && set_.inMirroring && !document_.isFirstActiveShown()) {
-    document_.setIsMirroringEnabled(true, &transaction_, false);
+void DisplaySetApplication::showAgain() {
+  if (set_.hasMirroring && set_.inMirroring) {
+    if (!document_.isFirstActiveShown()) document_.setIsMirroringEnabled(true, &transaction_, false);
+    return;
   }
-  // A set that says nothing of mirroring leaves it as it was.
-  if (set_.hasMirroring) return;
-  for (const CGDirectDisplayID display : shownBefore) {
+  for (const CGDirectDisplayID display : shown_) {
     const CGDirectDisplayID shownNow = os().quartz.CGDisplayMirrorsDisplay(display);
     if (shownNow == kCGNullDirectDisplay) continue;
     os().quartz.CGConfigureDisplayMirrorOfDisplay(transaction_.config(), shownNow, display);
@@ -249,21 +263,20 @@ void DisplaySetApplication::takeStoredOrigins() {
 
 void DisplaySetApplication::setPositions() {
   bool isAnyMoved = false;
-  forEachPlaced([&](VLMDisplay& display, const Place& place) {
-    isAnyMoved = isAnyMoved || display.willChangePosition(place.position);
+  forEachPlaced([&](VLMDisplay& display, Place& place) {
+    // Judged once: what follows may move displays of which the set says nothing.
+    if (!isOneByOne_) place.isToMove = place.isStored || display.willChangePosition(place.position);
+    isAnyMoved = isAnyMoved || (place.isToMove && display.willChangePosition(place.position));
   });
   if (!isAnyMoved && !changesShape_) return;
   forEachPlaced([&](VLMDisplay& display, const Place& place) {
-    if (display.willChangePosition(place.position)) {
-      display.setDisplayPositionTo(place.position, &transaction_);
-    } else if (place.isStored) {
-      // It stands well, but others move: the system would push it out of their way.
-      os().quartz.CGSConfigureDisplayOrigin(transaction_.config(), display.cgID, place.position.h, place.position.v);
-    }
+    if (!place.isToMove) return;
+    // Also one that stands well when others move: the system would push it out of their way.
+    os().quartz.CGSConfigureDisplayOrigin(transaction_.config(), display.cgID, place.position.h, place.position.v);
   });
 }
 
-void DisplaySetApplication::forEachPlaced(const std::function<void(VLMDisplay&, const Place&)>& step) const {
+void DisplaySetApplication::forEachPlaced(const std::function<void(VLMDisplay&, Place&)>& step) {
   for (std::size_t i = 0; i < places_.size(); ++i) {
     const VLMMonitorInSet& monitor = *set_.monitorArray[i];
     const auto display = displayOf(monitor.monitorResID);

@@ -30,6 +30,7 @@ class DisplaySetApplication {
     DisplayPosition position;
     bool isMarked = false;
     bool isStored = false;  ///< the set's own
+    bool isToMove = false;
   };
 
   /// The attached display of that identifier, when it is really there.
@@ -41,13 +42,15 @@ class DisplaySetApplication {
 
   void turnDisplaysOn();
   void turnDisplaysOff();
+  bool completeSwitching(const std::vector<VLMDisplay*>& displays, bool active);
   void setMirroring();
   void setOrientations();
   void setModesAndDepths();
   void setModeAndDepth(const VLMMonitorInSet& monitor, VLMDisplay& display);
   /// Whether the set makes the display show another one's picture.
   bool isCopy(const VLMDisplay& display) const;
-  void showAgain(const std::set<CGDirectDisplayID>& shownBefore);
+  void noteWhoIsShown();
+  void showAgain();
   void goOnOneByOne();
   void completeWhenOneByOne();
   void findMainMonitor();
@@ -57,7 +60,7 @@ class DisplaySetApplication {
   void takeStoredOrigins();
   void setPositions();
   /// For every attached display with a place that is to be set, but for those that the set wants off.
-  void forEachPlaced(const std::function<void(VLMDisplay&, const Place&)>& step) const;
+  void forEachPlaced(const std::function<void(VLMDisplay&, Place&)>& step);
   void setPictureOptions();
   void endMirroring();
 
@@ -68,6 +71,8 @@ class DisplaySetApplication {
   bool changesShape_ = false;  ///< a mode or mirroring changes, so that the system may move displays
   bool isOneByOne_ = false;    ///< every change completes by itself
   DisplayTransaction transaction_;
+  /// Those that show another one's picture when the set is in force, and those whose picture is shown.
+  std::set<CGDirectDisplayID> copies_, shown_;
   std::shared_ptr<VLMMonitorInSet> mainMonitor_;
   std::vector<Place> places_;
 };

@@ -33,6 +33,7 @@ bool DisplayTransaction::complete() {
   const CGDisplayConfigRef config = config_;
   config_ = nullptr;
   const bool isDone = os().quartz.CGCompleteDisplayConfiguration(config, kCGConfigurePermanently) == kCGErrorSuccess;
+  wasRefused_ = wasRefused_ || !isDone;
   // From here on the system itself knows; what it refused is not going to happen.
   const auto goingOff = std::exchange(goingOff_, {});
   goingOn_.clear();

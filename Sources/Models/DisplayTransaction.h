@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <utility>
 
 #include "Platform/Quartz.h"
 
@@ -24,6 +25,8 @@ class DisplayTransaction {
   bool complete();
   /// Completes and opens a new one, for changes that build on those made so far.
   bool restart();
+  /// Whether the system has refused a completion since the last time that somebody asked.
+  bool takeRefusal() { return std::exchange(wasRefused_, false); }
 
   /// Displays that this transaction will turn off or on once it completes: the system still answers the old state.
   /// `ifRefused` is called when the system refuses it, and with it everything else in the transaction.
@@ -35,6 +38,7 @@ class DisplayTransaction {
 
  private:
   CGDisplayConfigRef config_ = nullptr;
+  bool wasRefused_ = false;
   std::map<CGDirectDisplayID, std::function<void()>> goingOff_;
   std::set<CGDirectDisplayID> goingOn_;
 };

@@ -68,7 +68,7 @@ void darkenAfterDelay(CGDirectDisplayID display, std::int64_t monitorResID, doub
   const RunLoopToken perform = os().runLoop.performAfterDelay(delay, [display, monitorResID] {
     Process::current().state<PendingDarkenings>().performs.erase(display);
     // Somebody has lit it meanwhile; it may be the only one that its user has.
-    if (isLit(display)) return;
+    if (isLit(display) || !os().quartz.CGDisplayIsOnline(display)) return;
     keepGammaOf(display);
     setGammaOf(display, 0);
     Process::current().state<DarkDisplays>().darkened.insert(monitorResID);
@@ -162,8 +162,9 @@ void VLMDisplay::relightWhenActive() {
   if (!isLit(cgID)) return;
   cancelDarkening(cgID);
   auto& dark = Process::current().state<DarkDisplays>();
-  if (dark.dimmed.erase(identity()) != 0 && savedBrightness != 0)
-    setBrightness(savedBrightness - kSavedBrightnessOffset);
+  // One that is not dark any more has been set by its user since.
+  const bool isDimmed = dark.dimmed.erase(identity()) != 0 && savedBrightness != 0 && readBrightness() == 0;
+  if (isDimmed) setBrightness(savedBrightness - kSavedBrightnessOffset);
   if (dark.darkened.erase(identity()) != 0) setGammaOf(cgID, 1.0F);
 }
 

@@ -42,6 +42,11 @@ constexpr float kBrightnessWithoutAnswer = 0.5F;
 struct DisplayQueue {
   struct Pair {
     explicit Pair(CGDirectDisplayID owner) : display(owner) {}
+    /// Whether nobody speaks to the display now. Requests come from one thread: none can begin meanwhile.
+    bool isFree() {
+      const std::unique_lock held(lock, std::try_to_lock);
+      return held.owns_lock();
+    }
     const CGDirectDisplayID display;
     std::mutex lock;
   };
@@ -50,7 +55,10 @@ struct DisplayQueue {
   std::mutex& lockOf(CGDirectDisplayID display) {
     const auto known =
         std::find_if(pairs.begin(), pairs.end(), [&](const Pair& pair) { return pair.display == display; });
-    return known != pairs.end() ? known->lock : pairs.emplace_back(display).lock;
+    if (known != pairs.end()) return known->lock;
+    // A monitor gets another number with every connection: the free locks of those that are gone would gather for ever.
+    pairs.remove_if([](Pair& pair) { return !os().quartz.CGDisplayIsOnline(pair.display) && pair.isFree(); });
+    return pairs.emplace_back(display).lock;
   }
 };
 
