@@ -61,12 +61,7 @@ void DisplaySetApplication::run() {
   setModesAndDepths();
   findMainMonitor();
   endMirroringForPositions();
-  readPositions();
-  if (!(set_.hasMirroring && set_.inMirroring)) {
-    moveMainToOrigin();
-    takeStoredOrigins();
-    setPositions();
-  }
+  placeDisplays();
   setPictureOptions();
   transaction_.complete();
   if (transaction_.takeRefusal()) goOnOneByOne();
@@ -78,8 +73,23 @@ void DisplaySetApplication::goOnOneByOne() {
   transaction_.restart();
   setMirroring();
   setModesAndDepths();
-  if (!(set_.hasMirroring && set_.inMirroring)) setPositions();
+  if (hasEndedMirroring_ && !set_.usesMirroring() && document_.isMirroringEnabled()) {
+    // Its end was refused together with something else, and the places were judged as if it were over.
+    endMirroring();
+    isOneByOne_ = false;
+    placeDisplays();
+  } else if (!(set_.hasMirroring && set_.inMirroring)) {
+    setPositions();
+  }
   transaction_.complete();
+}
+
+void DisplaySetApplication::placeDisplays() {
+  readPositions();
+  if (set_.hasMirroring && set_.inMirroring) return;
+  moveMainToOrigin();
+  takeStoredOrigins();
+  setPositions();
 }
 
 void DisplaySetApplication::completeWhenOneByOne() {
@@ -102,10 +112,15 @@ void DisplaySetApplication::turnDisplaysOn() {
 
 /// One display that cannot be switched takes the others with it: each by itself then. Whether any was switched.
 bool DisplaySetApplication::completeSwitching(const std::vector<VLMDisplay*>& displays, bool active) {
-  bool isAnyDone = transaction_.restart();
+  // A setter may have completed on its own: whatever was refused since the step began counts.
+  const auto isDone = [&] {
+    transaction_.restart();
+    return !transaction_.takeRefusal();
+  };
+  bool isAnyDone = isDone();
   if (isAnyDone || displays.size() < 2) return isAnyDone;
   for (VLMDisplay* const display : displays) {
-    if (display->setIsActive(active, &transaction_)) isAnyDone = transaction_.restart() || isAnyDone;
+    if (display->setIsActive(active, &transaction_)) isAnyDone = isDone() || isAnyDone;
   }
   return isAnyDone;
 }
@@ -234,6 +249,7 @@ void DisplaySetApplication::endMirroringForPositions() {
 }
 
 void DisplaySetApplication::readPositions() {
+  places_.clear();
   for (const auto& monitor : set_.monitorArray) {
     const auto display = displayOf(monitor->monitorResID);
     places_.push_back({.position = display ? display->displayPosition() : DisplayPosition{}});

@@ -55,6 +55,7 @@ class DisplaySetApplication {
   void completeWhenOneByOne();
   void findMainMonitor();
   void endMirroringForPositions();
+  void placeDisplays();
   void readPositions();
   void moveMainToOrigin();
   void takeStoredOrigins();

@@ -162,9 +162,13 @@ void VLMDisplay::relightWhenActive() {
   if (!isLit(cgID)) return;
   cancelDarkening(cgID);
   auto& dark = Process::current().state<DarkDisplays>();
-  // One that is not dark any more has been set by its user since.
-  const bool isDimmed = dark.dimmed.erase(identity()) != 0 && savedBrightness != 0 && readBrightness() == 0;
-  if (isDimmed) setBrightness(savedBrightness - kSavedBrightnessOffset);
+  if (dark.dimmed.contains(identity())) {
+    // One that is not dark any more has been set by its user since. One that does not answer, as monitors do while they
+    // wake, may well hear; it is tried again at the next rebuild.
+    const float now = readBrightness();
+    if (now <= 0 && savedBrightness != 0) setBrightness(savedBrightness - kSavedBrightnessOffset);
+    if (now >= 0) dark.dimmed.erase(identity());
+  }
   if (dark.darkened.erase(identity()) != 0) setGammaOf(cgID, 1.0F);
 }
 

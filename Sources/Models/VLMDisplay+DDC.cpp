@@ -36,9 +36,8 @@ constexpr std::uint8_t kBrightnessCode = 0x10;
 constexpr std::uint8_t kUsualMaximum = 0x64;
 constexpr float kBrightnessWithoutAnswer = 0.5F;
 
-/// One lock a display, made when the display is first spoken to. It stays for as long as the process runs, also when
-/// the display is gone: somebody may be holding it, and a monitor that comes back finds its own. A monitor may get
-/// another number each time it is plugged in, so that their number has no bound; each is some ten words long.
+/// One lock a display, made when the display is first spoken to, and kept at least as long as the display is there or
+/// somebody holds it.
 struct DisplayQueue {
   struct Pair {
     explicit Pair(CGDirectDisplayID owner) : display(owner) {}
