@@ -23,16 +23,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kModeOfNewFile = 0600;
+constexpr mode_t kModeOfNewFile = 0600, kModeReadableByAll = 0644;
 constexpr mode_t kAllModeBits = 07777;
 
 /// What an unfinished file adds to the name of the one that it shall become; six characters of mkstemp's follow.
 constexpr std::string_view kUnfinished = ".unfinished-";
 constexpr std::size_t kRandomCharacters = 6;
 
-mode_t modeOf(const std::string& path) {
+mode_t modeOf(const std::string& path, NewFile newFile = NewFile::ownersAlone) {
   struct stat status = {};
-  return stat(path.c_str(), &status) == 0 ? status.st_mode & kAllModeBits : kModeOfNewFile;
+  if (stat(path.c_str(), &status) == 0) return status.st_mode & kAllModeBits;
+  return newFile == NewFile::readableByAll ? kModeReadableByAll : kModeOfNewFile;
 }
 
 /// The path without symbolic links; as it is when nothing is there. Of a link to nothing, where it leads: a file in the
@@ -187,10 +188,11 @@ void removeUnfinishedBeside(const std::string& path) {
 
 }  // namespace
 
-std::optional<std::string> replaceFile(const std::string& path, const std::string& content, DiskFault fault) {
+std::optional<std::string> replaceFile(const std::string& path, const std::string& content, DiskFault fault,
+                                       NewFile newFile) {
   const std::string target = realPathOf(path);
   UnfinishedFile file(target, fault);
-  return reasonUnless(file.create() && file.write(content) && file.setMode(modeOf(target)) && file.flush() &&
+  return reasonUnless(file.create() && file.write(content) && file.setMode(modeOf(target, newFile)) && file.flush() &&
                       file.replaceTarget());
 }
 

@@ -47,8 +47,8 @@ std::optional<std::int32_t> sharedMode(const ModeTableBuilder& builder, const Ti
   return std::nullopt;
 }
 
-std::int32_t frameBufferModeFor(const ListedMode& mode, bool isNative, ModeTableBuilder& builder) {
-  const std::optional<Timing> timing = timingOf(mode);
+std::int32_t frameBufferModeFor(const ListedMode& mode, const std::optional<Timing>& timing, bool isNative,
+                                ModeTableBuilder& builder) {
   if (timing) {
     if (const auto shared = sharedMode(builder, *timing, mode.scale)) return *shared;
   }
@@ -61,12 +61,14 @@ std::int32_t frameBufferModeFor(const ListedMode& mode, bool isNative, ModeTable
 
 }  // namespace
 
-ModeTable listModes(const std::vector<ListedMode>& modes, const ModeOptions& options) {
+ModeTable listModes(const std::vector<ListedMode>& modes, const ModeOptions& options, const ModeAdditions& additions) {
   ModeTableBuilder builder(options);
   const auto native = std::ranges::find(modes, false, &ListedMode::hidden);
   std::int32_t nativeFrameBufferModeID = 0;
   for (auto mode = modes.begin(); mode != modes.end(); ++mode) {
-    const std::int32_t id = frameBufferModeFor(*mode, mode == native, builder);
+    const std::optional<Timing> timing = timingOf(*mode);
+    if (mode != native && timing && !isOffered(additions, *timing)) continue;
+    const std::int32_t id = frameBufferModeFor(*mode, timing, mode == native, builder);
     if (mode == native) nativeFrameBufferModeID = id;
     builder.addLine({.width = mode->width,
                      .height = mode->height,
@@ -76,7 +78,10 @@ ModeTable listModes(const std::vector<ListedMode>& modes, const ModeOptions& opt
                      .flags = mode->hidden ? kModeHiddenFlag : 0,
                      .depths = mode->depths});
   }
-  return builder.finish(nativeFrameBufferModeID, native == modes.end() ? 1.0F : native->scale);
+  builder.addInstalled(additions, nativeFrameBufferModeID);
+  ModeTable table = builder.finish(nativeFrameBufferModeID, native == modes.end() ? 1.0F : native->scale);
+  settleInstalled(table, additions);
+  return table;
 }
 
 }  // namespace vlm::sim

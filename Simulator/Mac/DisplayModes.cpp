@@ -68,8 +68,8 @@ std::vector<Size> ladderOf(const Timing& native) {
 
 class Deriver {
  public:
-  Deriver(const ParsedEdid& edid, const ModeOptions& options)
-      : edid_(edid), options_(options), native_(edid.timings.front()), builder_(options) {}
+  Deriver(const ParsedEdid& edid, const ModeOptions& options, const ModeAdditions& additions)
+      : edid_(edid), options_(options), additions_(additions), native_(edid.timings.front()), builder_(options) {}
 
   ModeTable derive() {
     addTimings();
@@ -78,9 +78,11 @@ class Deriver {
     if (options_.hiDPI) addHiDPISizes();
     if (options_.scaledSizes) addScaledSizes();
     if (options_.oddities) addOddities();
+    builder_.addInstalled(additions_, options_.firstFrameBufferModeID);
     builder_.sortLines();
     ModeTable table = builder_.finish(options_.firstFrameBufferModeID, defaultScale());
     table.digital = edid_.digital;
+    settleInstalled(table, additions_);
     return table;
   }
 
@@ -254,6 +256,7 @@ class Deriver {
 
   const ParsedEdid& edid_;
   const ModeOptions& options_;
+  const ModeAdditions& additions_;
   const Timing& native_;
   ModeTableBuilder builder_;
   std::vector<std::int32_t> panelModes_;
@@ -262,9 +265,12 @@ class Deriver {
 
 }  // namespace
 
-ModeTable deriveModes(const ParsedEdid& edid, const ModeOptions& options) {
+ModeTable deriveModes(const ParsedEdid& edid, const ModeOptions& options, const ModeAdditions& additions) {
   if (edid.timings.empty()) return {};
-  return Deriver(edid, options).derive();
+  ParsedEdid offered = edid;
+  std::erase_if(offered.timings,
+                [&](const Timing& timing) { return !timing.preferred && !isOffered(additions, timing); });
+  return Deriver(offered, options, additions).derive();
 }
 
 }  // namespace vlm::sim

@@ -27,6 +27,8 @@ struct FrameBufferMode {
   std::optional<Timing> timing = {};                ///< absent: the driver gives no timing data ("TM") for it
   std::uint32_t scaledWidth = 0, scaledHeight = 0;  ///< size of the image that the scaler takes; 0 without scaling
   std::uint32_t verticalBlankingExtension = 0;  ///< lines added at the lowest rate of variable refresh; 0: fixed rate
+  /// Why the monitor shows no picture with it, though it is offered; empty: it shows one.
+  std::string darkBecause = {};
 };
 
 /// One mode of the window server's list: one size, rate, scale and depth.
@@ -52,6 +54,7 @@ struct ModeTable {
   bool digital = true;  ///< the signal, as the timing records say it
   std::uint32_t nativeModeNumber =
       0;  ///< the preferred timing, scale 1 (or the panel's default scale), deepest usual depth
+  std::uint32_t defaultModeNumber = 0;  ///< what the display comes up with the first time; mostly the native one
 };
 
 /// How a display's modes are made from its EDID.
@@ -72,8 +75,30 @@ struct ModeOptions {
   std::int32_t firstFrameBufferModeID = 0x1000;
 };
 
-/// Deterministic: the same EDID and options give the same table.
-ModeTable deriveModes(const ParsedEdid& edid, const ModeOptions& options);
+/// What an override file adds to a display's modes and takes away from them.
+struct ModeAdditions {
+  /// In pixels, shown with the native timing.
+  struct ScaledSize {
+    std::uint32_t width = 0, height = 0;
+    bool hiDPI = false;  ///< at two pixels a point, too
+  };
+  /// In points; rate 0: any.
+  struct Resolution {
+    std::uint32_t width = 0, height = 0;
+    double refreshHz = 0;
+  };
+
+  /// Those that the display offers anyway are not repeated.
+  std::vector<Timing> timings;
+  std::vector<ScaledSize> scaledSizes;
+  std::optional<Resolution> defaultResolution;
+  TimingLimits offered;  ///< other timings are kept back, the preferred one aside
+  TimingLimits safe;     ///< what the frame buffer takes: beyond it installed timings are not called safe
+  TimingLimits shown;    ///< what the monitor says it takes: beyond it installed timings stay dark
+};
+
+/// Deterministic: the same EDID, options and additions give the same table.
+ModeTable deriveModes(const ParsedEdid& edid, const ModeOptions& options, const ModeAdditions& additions = {});
 
 /// A mode that a machine file lists by hand instead.
 struct ListedMode {
@@ -86,7 +111,11 @@ struct ListedMode {
 };
 /// The modes in the order given; the first one that is not hidden is the native one. Timings are made with CVT reduced
 /// blanking; two modes of different scale and equal pixels share one.
-ModeTable listModes(const std::vector<ListedMode>& modes, const ModeOptions& options);
+ModeTable listModes(const std::vector<ListedMode>& modes, const ModeOptions& options,
+                    const ModeAdditions& additions = {});
+
+/// The mode whose frame buffer it uses; the mode must be one of the table's.
+const FrameBufferMode& frameBufferModeOf(const ModeTable& table, const SimulatedMode& mode);
 
 /// Visible depth (8, 16, 30, 32, 48, 64, 96) to the platform's pixel-encoding text; empty for any other.
 std::string pixelEncodingOfDepth(std::uint32_t visibleDepth);

@@ -152,6 +152,23 @@ void readCvtCode(Bytes code, Collector& collector) {
   }
 }
 
+/// Display range limits (E-EDID 1.4, 3.10.3.3): Hz, kHz and steps of 10 MHz, a byte each, which flags can raise by 255;
+/// a CVT monitor takes quarters of a MHz off the clock.
+void readRangeLimits(Descriptor descriptor, const Context& context, ParsedEdid& result) {
+  const auto rate = [&](std::size_t at, unsigned raisedBy) {
+    return descriptor[at] + ((descriptor[4] & raisedBy) == raisedBy ? 255U : 0U);
+  };
+  constexpr unsigned kMaxFrame = 0x02, kMinFrame = 0x03, kMaxLine = 0x08, kMinLine = 0x0c;
+  constexpr std::uint64_t kClockStepHz = 10'000'000, kQuarterHz = 250'000;
+  TimingLimits& limits = result.limits;
+  limits = {.minFrameHz = rate(5, kMinFrame), .maxFrameHz = rate(6, kMaxFrame)};
+  limits.minLineHz = 1000 * rate(7, kMinLine);
+  limits.maxLineHz = 1000 * rate(8, kMaxLine);
+  limits.maxClockHz = descriptor[9] * kClockStepHz;
+  const std::uint64_t finer = (unsigned{descriptor[12]} >> 2) * kQuarterHz;
+  if (context.cvtRange && finer < limits.maxClockHz) limits.maxClockHz -= finer;
+}
+
 void readDisplayDescriptor(Descriptor descriptor, const Context& context, ParsedEdid& result, Collector& collector) {
   switch (descriptor[3]) {
     case kNameTag:
@@ -170,8 +187,10 @@ void readDisplayDescriptor(Descriptor descriptor, const Context& context, Parsed
       return;
     case kEstablishedIIITag:
       return readEstablishedTimingsIII(descriptor, collector);
+    case kRangeLimitsTag:
+      return readRangeLimits(descriptor, context, result);
     default:
-      return;  // range limits, colour points and texts say nothing about timings
+      return;  // colour points and texts say nothing about timings
   }
 }
 

@@ -15,8 +15,9 @@ namespace vlm::sim {
 
 /// One video timing. Vertical figures are lines of the whole frame, also when interlaced.
 struct Timing {
-  /// Where the timing was found; earlier sources win when two say the same.
-  enum class Source { detailed, displayId, cta, standard, established };
+  /// Where the timing was found; earlier sources win when two say the same. The last: not the monitor's own, but
+  /// installed by an override file.
+  enum class Source { detailed, displayId, cta, standard, established, installed };
 
   std::uint64_t pixelClockHz = 0;
   std::uint32_t horizontalActive = 0, horizontalBlanking = 0, horizontalSyncOffset = 0, horizontalSyncWidth = 0;
@@ -34,6 +35,14 @@ struct Timing {
   friend bool operator==(const Timing&, const Timing&) = default;
 };
 
+/// The timings that a monitor or a driver takes. A bound of 0 is not said.
+struct TimingLimits {
+  std::uint64_t minClockHz = 0, maxClockHz = 0;
+  std::uint32_t minFrameHz = 0, maxFrameHz = 0;  ///< fields when interlaced
+  std::uint32_t minLineHz = 0, maxLineHz = 0;
+  friend bool operator==(const TimingLimits&, const TimingLimits&) = default;
+};
+
 /// What an EDID says, as far as the simulated Mac needs it.
 struct ParsedEdid {
   std::uint32_t vendor = 0;          ///< three letters packed in 16 bits, as in the bytes 8 and 9, first one high
@@ -44,6 +53,7 @@ struct ParsedEdid {
   std::uint32_t widthCentimetres = 0, heightCentimetres = 0;
   std::string name;  ///< monitor name descriptor; empty when there is none
   std::string serialText;
+  TimingLimits limits;          ///< display range limits descriptor
   std::vector<Timing> timings;  ///< preferred first, otherwise in the order found, without repetitions
   /// What was left out or repaired while reading ("block 2: checksum is 0x12"), for whoever wrote the file.
   std::vector<std::string> findings;

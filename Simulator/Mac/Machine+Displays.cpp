@@ -74,7 +74,7 @@ std::optional<std::string> faultInMachine(const MachineDescription& machine) {
   }
   // Whether the displays can be set up as described, the window server knows best.
   Journal journal;
-  const WindowServer trial(machine, journal);
+  const WindowServer trial(machine, journal, kNoFolders);
   if (!trial.faults().empty()) return trial.faults().front();
   return std::nullopt;
 }

@@ -11,6 +11,11 @@ namespace vlm::sim {
 /// The refresh rate of a timing (fields when interlaced), 16.16 fixed point.
 std::uint32_t refreshRateFixedOf(const Timing& timing);
 
+/// Whether the bounds that an override file sets let it be offered.
+bool isOffered(const ModeAdditions& additions, const Timing& timing);
+/// The last step: marks which installed timings are unsafe or stay dark, and chooses the default mode.
+void settleInstalled(ModeTable& table, const ModeAdditions& additions);
+
 class ModeTableBuilder {
  public:
   explicit ModeTableBuilder(const ModeOptions& options) : options_(options) {}
@@ -28,6 +33,9 @@ class ModeTableBuilder {
   /// Gives the mode its number.
   std::int32_t addFrameBufferMode(FrameBufferMode mode);
   void addLine(Line line) { lines_.push_back(std::move(line)); }
+  /// Timings and scaled sizes of an override file, behind what is there. The native mode gives the scaled ones its
+  /// timing; without one there are none.
+  void addInstalled(const ModeAdditions& additions, std::int32_t nativeFrameBufferModeID);
   /// By size, scale, rate, frame-buffer mode.
   void sortLines();
   /// Numbers the modes. The native one is the given line's, at the depth that people use.
@@ -40,6 +48,8 @@ class ModeTableBuilder {
 
  private:
   void appendModes(const Line& line, ModeTable& table) const;
+  void addInstalledTiming(const Timing& timing, const ModeAdditions& additions);
+  void addInstalledSize(const ModeAdditions::ScaledSize& size, const FrameBufferMode& native);
 
   const ModeOptions& options_;
   std::vector<FrameBufferMode> frameBufferModes_;

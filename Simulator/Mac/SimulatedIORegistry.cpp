@@ -29,7 +29,11 @@ void addEdidFacts(const SimulatedDisplay& display, plist::Dictionary& informatio
   information.set("DisplaySerialNumber", edid.serial);
   information.set("DisplayYearManufacture", edid.year);
   information.set("DisplayWeekManufacture", edid.week);
-  if (!edid.name.empty()) information.set("DisplayProductName", plist::Dictionary{{"en_US", edid.name}});
+  if (display.productName) {
+    information.set("DisplayProductName", *display.productName);
+  } else if (!edid.name.empty()) {
+    information.set("DisplayProductName", plist::Dictionary{{"en_US", edid.name}});
+  }
   if (edid.digital) information.set("IODisplayIsDigital", true);
 }
 

@@ -1,6 +1,7 @@
 #include "Simulator/Mac/SimulatedMac.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -21,6 +22,8 @@ namespace {
 constexpr std::int32_t kFirstProcessIdentifier = 501;
 /// Lock keys that are no part of a hot key.
 constexpr std::uint32_t kIgnoredModifiers = alphaLock;
+/// Below a home: the user's settings and the machine's.
+constexpr std::array<const char*, 2> kFoldersOfSettings = {"Library/Preferences", ".machine/Library/Preferences"};
 
 std::string temporaryFolder() {
   std::string path = (std::filesystem::temp_directory_path() / "velmoratix-XXXXXX").string();
@@ -29,6 +32,15 @@ std::string temporaryFolder() {
                                             std::error_code(errno, std::generic_category()));
   }
   return path;
+}
+
+/// Makes the folders that every home has; empty: in a temporary one.
+std::string makeHome(const std::string& homeFolder) {
+  std::string home =
+      homeFolder.empty() ? temporaryFolder() : std::filesystem::absolute(homeFolder).lexically_normal().string();
+  while (home.size() > 1 && home.ends_with('/')) home.pop_back();
+  for (const char* const folder : kFoldersOfSettings) std::filesystem::create_directories(home + "/" + folder);
+  return home;
 }
 
 std::string pathOf(const ProcessDescription& application) {
@@ -59,25 +71,23 @@ struct SimulatedMac::Implementation {
   std::vector<std::unique_ptr<Session>> sessions;
 };
 
-SimulatedMac::SimulatedMac(MachineDescription machine, std::string homeFolder)
+SimulatedMac::SimulatedMac(MachineDescription machine, const std::string& homeFolder)
     : accessibilityTrusted(machine.accessibilityTrusted),
       grayscale(machine.grayscale),
       dockAutoHides(machine.dockAutoHides),
       volume(machine.volume),
       darkAppearance(machine.darkAppearance),
       machine_(std::move(machine)),
-      windowServer_(std::make_unique<WindowServer>(machine_, journal_)),
+      homeFolder_(makeHome(homeFolder)),
+      homeOfProfiles_(homeFolder_),
+      windowServer_(std::make_unique<WindowServer>(machine_, journal_, localFolder())),
       events_(std::make_unique<MachineEvents>(*this)),
       implementation_(std::make_unique<Implementation>(*this)) {
   journal_.clock = [this, start = now()] { return now() - start; };
   implementation_->homeIsTemporary = homeFolder.empty();
-  homeFolder_ =
-      homeFolder.empty() ? temporaryFolder() : std::filesystem::absolute(homeFolder).lexically_normal().string();
-  while (homeFolder_.size() > 1 && homeFolder_.ends_with('/')) homeFolder_.pop_back();
-  homeOfProfiles_ = homeFolder_;
-  std::filesystem::create_directories(homeFolder_ + "/Library/Preferences");
-  std::filesystem::create_directories(localFolder() + "/Library/Preferences");
   implementation_->preferenceStore.setFolder(homeFolder_ + "/Library/Preferences");
+  windowServer_->log = [this](const std::string& line) { addLogLine(line); };
+  windowServer_->logOverrideFindings();
   windowServer_->onNextTurn = [this](std::function<void()> body) { scheduler().onNextTurn(nullptr, std::move(body)); };
   for (const ProcessDescription& process : machine_.processes) addSession(process);
 }
@@ -95,7 +105,7 @@ void SimulatedMac::leaveHome() {
   namespace fs = std::filesystem;
   const fs::path before = homeFolder_, copy = temporaryFolder();
   std::error_code ignored;
-  for (const char* const folder : {"Library/Preferences", ".machine/Library/Preferences"}) {
+  for (const char* const folder : kFoldersOfSettings) {
     fs::create_directories(copy / folder, ignored);
     // Not what lies deeper, and no pipes: a home may be somebody's own. What cannot be copied could not be read either.
     for (const auto& entry : fs::directory_iterator(before / folder, ignored)) {
@@ -105,9 +115,16 @@ void SimulatedMac::leaveHome() {
   homeFolder_ = copy.string();
   implementation_->homeIsTemporary = true;
   implementation_->preferenceStore.setFolder(homeFolder_ + "/Library/Preferences");
+  windowServer_->overrideFolder().moveTo(localFolder());
 }
 
 std::string SimulatedMac::localFolder() const { return homeFolder_ + "/.machine"; }
+
+std::string SimulatedMac::hostPath(const std::string& path) const {
+  const bool isMachines = path.starts_with("/Library/") || path.starts_with("/System/");
+  // A home of the host's may itself lie in such a place.
+  return isMachines && !path.starts_with(homeFolder_ + "/") ? localFolder() + path : path;
+}
 
 std::string SimulatedMac::localFolderOfProfiles() const { return homeOfProfiles_ + "/.machine"; }
 
@@ -327,6 +344,14 @@ LocalizedTexts& SimulatedMac::localizedTexts() { return implementation_->localiz
 std::vector<SimulatedMac::StatusItem>& SimulatedMac::statusItems() { return implementation_->statusItems; }
 
 void SimulatedMac::addFault(std::string text) { implementation_->faults.push_back(std::move(text)); }
+
+void SimulatedMac::addLogLine(std::string line) {
+  if (!logEnabled) return;
+  // The lines are anybody's to drop and to add to.
+  logTimes.resize(log.size());
+  logTimes.push_back(journal_.clock());
+  log.push_back(std::move(line));
+}
 
 std::uint64_t SimulatedMac::nextReference() { return ++implementation_->lastReference; }
 

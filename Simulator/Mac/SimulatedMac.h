@@ -32,7 +32,7 @@ class SimulatedMac {
   /// `homeFolder` becomes the user's home (created when missing); empty: a temporary folder that goes with the machine.
   /// A folder that cannot be made is a std::filesystem::filesystem_error. The processes that the description lists run
   /// from the beginning.
-  explicit SimulatedMac(MachineDescription machine, std::string homeFolder = {});
+  explicit SimulatedMac(MachineDescription machine, const std::string& homeFolder = {});
   ~SimulatedMac();
   SimulatedMac(const SimulatedMac&) = delete;
   SimulatedMac& operator=(const SimulatedMac&) = delete;
@@ -44,8 +44,11 @@ class SimulatedMac {
   /// with it: for a trial run, which must not touch the home. A folder that cannot be made is a
   /// std::filesystem::filesystem_error.
   void leaveHome();
-  /// Root of the machine-wide folders; its Library/Preferences exists.
+  /// Root of the machine-wide folders; its Library/Preferences exists. Here lies what programs know as "/Library/…" and
+  /// "/System/…".
   std::string localFolder() const;
+  /// Where a path of the machine lies on the host: those two in the machine's root, all others as they are.
+  std::string hostPath(const std::string& path) const;
   /// The same two where colour profiles are looked for: those of the beginning, also away from home.
   const std::string& homeOfProfiles() const { return homeOfProfiles_; }
   std::string localFolderOfProfiles() const;
@@ -132,6 +135,9 @@ class SimulatedMac {
   std::uint32_t modifiersHeld = 0;
   /// Whether the user lets programs control the computer. Taps that are there already stand still without it.
   bool accessibilityTrusted = false;
+  /// Whether the user lets programs act as an administrator, who may write below /Library (and below /System before
+  /// 10.11).
+  bool administratorAllows = false;
   /// What the user chooses from the next menu that pops up: the title of an entry, in it or in a menu below; absent:
   /// nothing.
   std::optional<std::string> menuChoice;
@@ -182,6 +188,8 @@ class SimulatedMac {
   LocalizedTexts& localizedTexts();
   std::vector<StatusItem>& statusItems();
   void addFault(std::string text);
+  /// Adds a line to `log`, unless nobody keeps it.
+  void addLogLine(std::string line);
   /// A number that nothing else on the machine is known by.
   std::uint64_t nextReference();
   /// The last one given.

@@ -22,13 +22,7 @@ std::optional<std::int32_t> SimulatedSystem::sysctlbyname(const std::string& nam
 
 bool SimulatedSystem::isLogEnabled() { return mac_.logEnabled; }
 
-void SimulatedSystem::log(const std::string& text) {
-  if (!mac_.logEnabled) return;
-  // The lines are anybody's to drop and to add to.
-  mac_.logTimes.resize(mac_.log.size());
-  mac_.logTimes.push_back(mac_.journal().clock());
-  mac_.log.push_back(session_.description().name + ": " + text);
-}
+void SimulatedSystem::log(const std::string& text) { mac_.addLogLine(session_.description().name + ": " + text); }
 
 double SimulatedSystem::timeIntervalSinceReferenceDate() { return mac_.now(); }
 

@@ -210,4 +210,23 @@ std::optional<std::uint32_t> appleTimingNumberOf(const Timing& timing) {
   return std::nullopt;
 }
 
+std::optional<Timing> timingOfAppleNumber(std::uint32_t number) {
+  if (number == 0) return std::nullopt;
+  const auto* dmt = std::ranges::find(kDmtRows, number, &DmtRow::appleNumber);
+  if (dmt != std::end(kDmtRows)) return timingOf(dmt->row, Timing::Source::standard);
+  const auto* old = std::ranges::find(kOldRows, number, &OldRow::appleNumber);
+  if (old != std::end(kOldRows)) return timingOf(old->row, Timing::Source::established);
+  return std::nullopt;
+}
+
+std::vector<std::uint32_t> appleTimingNumbers() {
+  std::vector<std::uint32_t> numbers;
+  for (const DmtRow& row : kDmtRows) numbers.push_back(row.appleNumber);
+  for (const OldRow& row : kOldRows) numbers.push_back(row.appleNumber);
+  std::ranges::sort(numbers);
+  numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+  std::erase(numbers, 0U);
+  return numbers;
+}
+
 }  // namespace vlm::sim

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "Simulator/Mac/Edid.h"
 
@@ -35,5 +36,8 @@ bool isSameSignal(const Timing& a, const Timing& b);
 
 /// The platform's own number (IOAppleTimingID) of an industry-standard timing; nothing for any other timing.
 std::optional<std::uint32_t> appleTimingNumberOf(const Timing& timing);
+/// The other direction, and every number that means a timing here, in ascending order.
+std::optional<Timing> timingOfAppleNumber(std::uint32_t number);
+std::vector<std::uint32_t> appleTimingNumbers();
 
 }  // namespace vlm::sim

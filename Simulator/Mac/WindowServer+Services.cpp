@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "Simulator/Mac/DdcMonitor.h"
+#include "Simulator/Mac/TimingLimits.h"
 #include "Simulator/Mac/WindowServerParts.h"
 
 /// What the I/O registry says about a display that is plugged in.
@@ -22,14 +23,15 @@ int connectionOf(const SimulatedDisplay& display) {
 }
 
 plist::Dictionary frameBufferProperties(const SimulatedDisplay& display) {
-  plist::Dictionary properties{{"IOFBConfig", frameBufferConfig(display.modes)}};
+  plist::Dictionary properties{{"IOFBConfig", frameBufferConfig(display.modes)},
+                               {"IOFBTimingRange", timingRangeRecord(display.range)}};
   if (display.description.canRotate) properties.set("IOFBTransform", transformOf(display.turn));
   if (display.description.probeOptions) properties.set("IOFBProbeOptions", *display.description.probeOptions);
   return properties;
 }
 
 plist::Dictionary displayProperties(const SimulatedDisplay& display) {
-  return {{"IODisplayEDID", display.description.edid},
+  return {{"IODisplayEDID", display.edidBytes},
           {"AppleDisplayType", connectionOf(display)},
           {"DisplayVendorID", display.edid.vendor},
           {"DisplayProductID", display.edid.product}};

@@ -139,7 +139,10 @@ std::string WindowServer::Implementation::describe(const DisplayChange& change) 
 std::optional<std::string> WindowServer::Implementation::refusalOfMode(const DisplayChange& change,
                                                                        const SimulatedDisplay& display) const {
   const std::string mode = "mode " + std::to_string(change.modeNumber);
-  if (display.modeNumbered(change.modeNumber) == nullptr) return display.description.name + " has no " + mode;
+  const SimulatedMode* const wanted = display.modeNumbered(change.modeNumber);
+  if (wanted == nullptr) return display.description.name + " has no " + mode;
+  const std::string& reason = frameBufferModeOf(display.modes, *wanted).darkBecause;
+  if (!reason.empty()) return display.description.name + " shows no picture in " + mode + ": " + reason;
   if (refusedModes.contains({&display, static_cast<std::uint32_t>(change.modeNumber)})) {
     return display.description.name + " refuses " + mode;
   }

@@ -72,8 +72,8 @@ const SimulatedMode& SimulatedDisplay::mode() const {
 
 // --- The machine's displays ---
 
-WindowServer::WindowServer(const MachineDescription& machine, Journal& journal)
-    : implementation_(std::make_unique<Implementation>(*this, machine.processor, journal)) {
+WindowServer::WindowServer(const MachineDescription& machine, Journal& journal, const std::string& root)
+    : implementation_(std::make_unique<Implementation>(*this, machine, journal, root)) {
   Registry& tree = registry();
   const io_service_t resources = tree.add(tree.root(), {"IOResources", "IOService"}, "IOResources");
   if (machine.processor == Processor::intel) {
@@ -119,10 +119,9 @@ void WindowServer::Implementation::prepare(SimulatedDisplay& display) {
   } else {
     display.edid = std::get<ParsedEdid>(std::move(edid));
   }
-  ModeOptions options = description.modeOptions;
-  options.builtIn = options.builtIn || description.builtIn;
-  display.modes = description.listedModes.empty() ? deriveModes(display.edid, options)
-                                                  : listModes(description.listedModes, options);
+  readOverride(display);
+  makeModes(display, ParsedEdid(display.edid), description.modeOptions.firstModeNumber);
+  logFindings(display);
   display.uuid = uuidOf(display);
   display.plugged = false;
   display.enabled = description.enabled;
@@ -134,7 +133,7 @@ void WindowServer::Implementation::prepare(SimulatedDisplay& display) {
       std::make_shared<DdcMonitor>(description.ddc, description.edid, description.ddcMaximum, display.ddcCurrent);
   if (description.origin) display.origin = *description.origin;
   display.placed = description.origin.has_value();
-  display.modeNumber = display.modes.nativeModeNumber;
+  display.modeNumber = display.modes.defaultModeNumber;
   if (description.mode.empty()) return;
   const auto text = readModeText(description.mode);
   const auto mode = text ? server.findMode(display, text->width, text->height, text->refreshHz) : std::nullopt;
@@ -146,7 +145,14 @@ void WindowServer::Implementation::prepare(SimulatedDisplay& display) {
 }
 
 void WindowServer::Implementation::connect(SimulatedDisplay& display) {
-  if (!connectedBefore.insert(&display).second) numberModesAnew(display);
+  const bool isFirst = connectedBefore.insert(&display).second;
+  if (readOverride(display)) {
+    makeModesAnew(display);
+    if (isFirst && display.description.mode.empty()) display.modeNumber = display.modes.defaultModeNumber;
+    logFindings(display);
+  } else if (!isFirst) {
+    numberModesAnew(display);
+  }
   display.plugged = true;
   display.asleep = asleep;
   display.id = nextDisplayID;
@@ -159,6 +165,7 @@ void WindowServer::Implementation::numberModesAnew(SimulatedDisplay& display) {
   const auto step = static_cast<std::uint32_t>(display.modes.modes.size());
   for (SimulatedMode& mode : display.modes.modes) mode.number += step;
   display.modes.nativeModeNumber += step;
+  display.modes.defaultModeNumber += step;
   display.modeNumber += step;
   std::set<std::pair<const SimulatedDisplay*, std::uint32_t>> refused;
   for (const auto& [of, number] : refusedModes) refused.emplace(of, of == &display ? number + step : number);
@@ -240,6 +247,8 @@ void WindowServer::wakeDisplays() {
 // --- Looking up ---
 
 Registry& WindowServer::registry() { return implementation_->registry; }
+
+OverrideFolder& WindowServer::overrideFolder() { return implementation_->overrides; }
 
 SimulatedDisplay* WindowServer::displayNamed(const std::string& name) {
   const auto found = std::find_if(displays_.begin(), displays_.end(),

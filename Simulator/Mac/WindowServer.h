@@ -13,6 +13,7 @@
 #include "Platform/Quartz.h"
 #include "Platform/SkyLight.h"
 #include "Simulator/Mac/Machine.h"
+#include "Simulator/Mac/OverrideFolder.h"
 #include "Simulator/Mac/Turn.h"
 
 namespace vlm::sim {
@@ -25,9 +26,17 @@ class Session;
 /// One display of the machine, plugged or not, as it is at the moment.
 struct SimulatedDisplay {
   DisplayDescription description;
+  /// In use: the monitor's own, or its override file's; identity and date are always the monitor's.
   ParsedEdid edid;
+  plist::Data edidBytes;  ///< of the one in use
   ModeTable modes;
-  CGDirectDisplayID id = 0;  ///< changes with a reconnection; 0 while unplugged
+  /// What was read when it was last connected; absent: there was none.
+  std::optional<OverrideFile> overrideFile;
+  /// What of that file could not be used, one text each.
+  std::vector<std::string> overrideFindings;
+  std::optional<plist::Value> productName;  ///< of the override file
+  TimingLimits range;                       ///< of its frame buffer
+  CGDirectDisplayID id = 0;                 ///< changes with a reconnection; 0 while unplugged
   std::string uuid;
   io_service_t frameBuffer = 0;     ///< 0 on Apple silicon and while unplugged
   io_service_t displayService = 0;  ///< the IODisplay entry below the frame buffer; 0 when there is none
@@ -81,7 +90,8 @@ struct DisplayChange {
 /// size change.
 class WindowServer {
  public:
-  WindowServer(const MachineDescription& machine, Journal& journal);
+  /// `root`: of the machine's own folders, where the override files lie.
+  WindowServer(const MachineDescription& machine, Journal& journal, const std::string& root);
   ~WindowServer();
 
   /// In the system's order. Unplugged ones too.
@@ -166,6 +176,12 @@ class WindowServer {
   /// Modes that are refused: completing a transaction that asks for one fails.
   void refuseMode(const SimulatedDisplay& display, std::uint32_t modeNumber);
 
+  OverrideFolder& overrideFolder();
+  /// Those of every display; what is found later is logged as it is found.
+  void logOverrideFindings() const;
+
+  /// Set by the machine: writes a line into its log.
+  std::function<void(const std::string&)> log;
   /// Set by the machine: runs a body on the next turn of the run loop.
   std::function<void(std::function<void()>)> onNextTurn;
 

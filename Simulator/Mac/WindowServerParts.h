@@ -43,12 +43,17 @@ struct BrightnessObserver {
 std::string uuidOf(const SimulatedDisplay& display);
 
 struct WindowServer::Implementation {
-  Implementation(WindowServer& windowServer, Processor machineProcessor, Journal& machineJournal)
-      : server(windowServer), processor(machineProcessor), journal(machineJournal) {}
+  Implementation(WindowServer& windowServer, const MachineDescription& machine, Journal& machineJournal,
+                 const std::string& root)
+      : server(windowServer),
+        processor(machine.processor),
+        journal(machineJournal),
+        overrides(root, machine.systemVersion) {}
 
   WindowServer& server;
   Processor processor;
   Journal& journal;
+  OverrideFolder overrides;
   Registry registry;
   CGDirectDisplayID nextDisplayID = 0x04280a40;
   std::uintptr_t nextTransaction = 0x1000;
@@ -65,6 +70,13 @@ struct WindowServer::Implementation {
   void prepare(SimulatedDisplay& display);
   void connect(SimulatedDisplay& display);
   void numberModesAnew(SimulatedDisplay& display);
+  /// Looks for the display's override file. False when it is as it was.
+  bool readOverride(SimulatedDisplay& display) const;
+  /// The EDID in use and the modes, from the monitor's EDID and the override file that was read.
+  void makeModes(SimulatedDisplay& display, const ParsedEdid& monitor, std::uint32_t firstModeNumber) const;
+  /// The same for a display that had modes: it keeps the mode that it is in, and what is refused, where it can.
+  void makeModesAnew(SimulatedDisplay& display);
+  void logFindings(const SimulatedDisplay& display) const;
   void disconnect(SimulatedDisplay& display);
   void publishServices(SimulatedDisplay& display);
   void withdrawServices(SimulatedDisplay& display);

@@ -81,7 +81,7 @@ void copyMode(VLMMode& mode, const VLMMode& saved, Identifiers& identifiers) {
 
 // The user owns: the identifier of the monitor and those of its modes and desktops, under which sets and layouts are
 // stored; the modes' names, choices, icons and aliases; the menu options; brightness and gamma handling with what they
-// stored; the name record; the imported EDID; the records carried for others.
+// stored; the override records; the imported EDID.
 // The system owns, and the live record keeps: who the monitor is and where it hangs, what it can do, which modes it has
 // and how they are made, and how it is configured now.
 // The document owns, and puts in afterwards: the states remembered from the daemon's start.
@@ -105,6 +105,10 @@ void VLMDisplay::copyOptionsFrom(const VLMDisplay& saved) {
   useGamma = saved.useGamma;
   gammaDelay = saved.gammaDelay;
   previousTransfType = saved.previousTransfType;
+  copyOverridesFrom(saved);
+}
+
+void VLMDisplay::copyOverridesFrom(const VLMDisplay& saved) {
   // A saved name that is only what the system once called the monitor is no choice of the user's: at first sight there
   // may have been no better one.
   const bool isUsersName = saved.displayName != nullptr &&
@@ -114,9 +118,13 @@ void VLMDisplay::copyOptionsFrom(const VLMDisplay& saved) {
     // Merging equal names keeps the system's record; whether it is to be written is the user's choice all the same.
     displayName->shouldOverride = saved.displayName->shouldOverride;
   }
+  overridenModes = saved.overridenModes;
+  monitorTiming = saved.monitorTiming;
+  defaultResolution = saved.defaultResolution;
+  displayPixelDimensions = saved.displayPixelDimensions;
+  displayFreqPolicy = saved.displayFreqPolicy;
   importedEDID = saved.importedEDID;
   importedEDIDKeepsID = saved.importedEDIDKeepsID;
-  carriedRecords = saved.carriedRecords;
 }
 
 void VLMDisplay::copyModesFrom(const VLMDisplay& saved) {

@@ -47,7 +47,14 @@ bool VLMDisplay::isADisplayableUnattachedMonitor() const {
   return !Common_CGIsVirtualOrIPad(cgID) && !Common_CGIsInVirtualMachine(cgID);
 }
 
-// The name is the one override record there is now; custom resolutions, the other records and an imported EDID join it.
-bool VLMDisplay::willNeedToSaveOverride() const { return displayName != nullptr && displayName->isModified(); }
+bool VLMDisplay::willNeedToSaveOverride() const {
+  const auto isModified = [](const auto& record) { return record != nullptr && record->isModified(); };
+  return isModified(displayName) || isModified(monitorTiming) || isModified(defaultResolution) ||
+         isModified(displayPixelDimensions) ||
+         // Once it is saved in the settings it is unmodified, though the override file still has it otherwise.
+         isModified(displayFreqPolicy) || (displayFreqPolicy != nullptr && displayFreqPolicy->shouldOverride()) ||
+         !areAllOverridenModesOriginal() || countOfOriginalModes != static_cast<std::int64_t>(overridenModes.size()) ||
+         hasToOverrideImportedEDID();
+}
 
 }  // namespace vlm

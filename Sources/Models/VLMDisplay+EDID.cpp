@@ -4,6 +4,7 @@
 #include "Models/VLMDisplay.h"
 #include "Shared/Log.h"
 #include "Shared/VLMEDIDUtils.h"
+#include "Shared/VLMExtension.h"
 
 namespace vlm {
 
@@ -12,7 +13,6 @@ namespace {
 /// The text of the synthetic EDID's first descriptor, and where it stands.
 constexpr std::string_view kFakeMark = "VLMFakeEDID";
 constexpr std::size_t kFakeMarkOffset = 59;
-constexpr std::size_t kBaseBlockLength = 128;
 
 /// What a bus reads when nobody drives it: all ones where the fixed header should be.
 bool isGarbled(const plist::Data& edid) {
@@ -51,9 +51,41 @@ void VLMDisplay::emptyCache() { cachedEDIDData.reset(); }
 
 bool VLMDisplay::hasFakeEDID() {
   const plist::Data edid = edidDataActual();
-  return edid.size() <= kBaseBlockLength && edid.size() >= kFakeMarkOffset + kFakeMark.size() &&
+  return edid.size() <= kEDIDBlockLength && edid.size() >= kFakeMarkOffset + kFakeMark.size() &&
          std::equal(kFakeMark.begin(), kFakeMark.end(), edid.begin() + kFakeMarkOffset,
                     [](char wanted, std::uint8_t byte) { return static_cast<std::uint8_t>(wanted) == byte; });
+}
+
+bool VLMDisplay::hasToSaveImportedEDID() {
+  VLMLog("%@ hasToSaveImportedEDID", lazily([&] { return displayedName(); }));
+  const plist::Data actual = edidDataActual();
+  bool result = false;
+  if (importedEDID) {
+    result = !VLMEDID_doEDIDMatch(actual, *importedEDID, !importedEDIDKeepsID);
+    if (result) VLMLog("edidDataActual does not match importedEDID so YES");
+  } else {
+    VLMLog("edidDataActual = YES");
+    result = hasImportedMark(actual);
+    if (result) VLMLog("range.location != NSNotFound so YES");
+  }
+  VLMLog("return = %d", static_cast<int>(result));
+  return result;
+}
+
+bool VLMDisplay::hasToOverrideImportedEDID() const {
+  VLMLog("%@ hasToOverrideImportedEDID", lazily([&] { return displayedName(); }));
+  bool result = false;
+  if (importedEDID) {
+    VLMLog("importedEDID = YES");
+    result = !VLMEDID_doEDIDMatch(inOverrideFileEDID.value_or(plist::Data()), *importedEDID, !importedEDIDKeepsID);
+    if (result) VLMLog("inOverrideFileEDID does not match importedEDID so YES");
+  } else if (inOverrideFileEDID) {
+    VLMLog("inOverrideFileEDID = YES");
+    result = hasImportedMark(*inOverrideFileEDID);
+    if (result) VLMLog("range.location != NSNotFound so YES");
+  }
+  VLMLog("return = %d", static_cast<int>(result));
+  return result;
 }
 
 }  // namespace vlm

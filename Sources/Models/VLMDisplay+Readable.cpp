@@ -72,19 +72,26 @@ constexpr std::array kFields{
     field<&VLMDisplay::previousTransfType>("previousTransfType"),
 };
 
-/// Override records that are carried through as they are.
-struct CarriedKey {
-  const char* key;
-  plist::Value::Kind kind;
-};
+/// Entries that are compared with each other; behind them a damaged file's are taken as they come.
+constexpr std::size_t kMostComparedResolutions = 4096;
 
-constexpr std::array kCarried{
-    CarriedKey{"overridenModes", plist::Value::Kind::array},
-    CarriedKey{"monitorTiming", plist::Value::Kind::dictionary},
-    CarriedKey{"defaultResolution", plist::Value::Kind::dictionary},
-    CarriedKey{"displayPixelDimensions", plist::Value::Kind::dictionary},
-    CarriedKey{"displayFreqPolicy", plist::Value::Kind::dictionary},
-};
+OverrideResolutions decodeResolutions(const plist::Dictionary& dict) {
+  OverrideResolutions resolutions;
+  const plist::Array* const array = dict.array("overridenModes");
+  if (array == nullptr) return resolutions;
+  for (const plist::Value& entry : *array) {
+    const plist::Dictionary* const resolutionDict = entry.dictionary();
+    if (resolutionDict == nullptr) continue;
+    const auto resolution = VLMOverrideResolution::initAndDecodeReadableWith(*resolutionDict);
+    resolution->copyBackupWith(*resolution);
+    if (resolutions.size() < kMostComparedResolutions) {
+      mergeObject(resolutions, resolution, true);
+    } else {
+      resolutions.push_back(resolution);
+    }
+  }
+  return resolutions;
+}
 
 VLMDisplay::Modes decodeModes(const plist::Dictionary& dict, const char* key, VLMDisplay& container) {
   VLMDisplay::Modes modes;
@@ -150,12 +157,22 @@ std::shared_ptr<VLMDisplay> VLMDisplay::initAndDecodeReadableWith(const plist::D
   // Modes that are gone for a while keep what they stand for, or it would be lost with the next save.
   linkStoredAliases(display->allDisplayModes, display->allDisplayModes);
 
-  for (const CarriedKey& row : kCarried) {
-    const plist::Value* record = dict.find(row.key);
-    if (record != nullptr && record->kind() == row.kind) display->carriedRecords.set(row.key, *record);
+  display->overridenModes = decodeResolutions(dict);
+  if (const auto* range = dict.dictionary("monitorTiming")) {
+    display->mergeMonitorTiming(VLMOverrideMonitorRange::initAndDecodeReadableWith(*range));
   }
-  if (const plist::Dictionary* name = dict.dictionary("displayName")) {
+  if (const auto* resolution = dict.dictionary("defaultResolution")) {
+    display->mergeDefaultResolution(VLMOverrideDefaultResolution::initAndDecodeReadableWith(*resolution));
+  }
+  if (const auto* dimensions = dict.dictionary("displayPixelDimensions")) {
+    display->mergeDisplayPixelDimensions(VLMOverrideDisplayPixelDimensions::initAndDecodeReadableWith(*dimensions));
+  }
+  if (const auto* name = dict.dictionary("displayName")) {
     display->mergeDisplayName(VLMOverrideDisplayName::initAndDecodeReadableWith(*name));
+  }
+  if (const auto* policy = dict.dictionary("displayFreqPolicy")) {
+    if (display->displayFreqPolicy == nullptr) display->displayFreqPolicy = std::make_shared<VLMOverrideBoolSettting>();
+    display->displayFreqPolicy->decodeReadableWith(*policy);
   }
   return display;
 }
@@ -172,8 +189,15 @@ plist::Dictionary VLMDisplay::encodeReadable() const {
   // Behind a wake the mode is not known yet, and of a display that went meanwhile it never will be.
   const auto known = currentMode.get() != nullptr ? currentMode.get() : previousMode.get();
   if (known != nullptr) entries.push_back({"currentMode", known->modeUniqueID});
-  for (const plist::Entry& carried : carriedRecords) entries.push_back(carried);
+  entries.push_back({"overridenModes", vlm::encodeReadable(overridenModes)});
+  const auto addUnlessEmpty = [&](const char* key, const auto& record) {
+    if (record != nullptr && !record->isEmpty()) entries.push_back({key, record->encodeReadable()});
+  };
+  addUnlessEmpty("monitorTiming", monitorTiming);
+  addUnlessEmpty("defaultResolution", defaultResolution);
+  addUnlessEmpty("displayPixelDimensions", displayPixelDimensions);
   if (displayName != nullptr && displayName->name) entries.push_back({"displayName", displayName->encodeReadable()});
+  if (displayFreqPolicy != nullptr) entries.push_back({"displayFreqPolicy", displayFreqPolicy->encodeReadable()});
   if (importedEDID) entries.push_back({"importedEDID", *importedEDID});
   return plist::Dictionary(std::move(entries));
 }

@@ -87,25 +87,8 @@ std::shared_ptr<VLMMode> VLMDisplay::validModeAtIndex(std::size_t index) const {
   return index < validDisplayModes.size() ? validDisplayModes[index] : nullptr;
 }
 
-void VLMDisplay::mergeDisplayName(const std::shared_ptr<VLMOverrideDisplayName>& name) {
-  if (displayName == nullptr) {
-    displayName = name;
-    return;
-  }
-  if (name == nullptr) return;
-  if (displayName->isEqualToDisplayName(name.get())) {
-    displayName->status = truncateTo<std::int16_t>(displayName->status | name->status);
-    if (displayName->original == nullptr) displayName->original = name->original;
-    return;
-  }
-  // What the user saved wins over what files and system say; those never replace a name that is there.
-  if (name->status == kOverrideFoundInSettings) displayName = name;
-}
-
-void VLMDisplay::restoreOriginalSettings() {
-  if (displayName == nullptr) return;
-  if (displayName->original != nullptr) displayName->fillWithDisplayName(*displayName->original);
-  displayName->status = kOverrideFoundInSettings;
+std::shared_ptr<VLMOverrideResolution> VLMDisplay::overridenModeAtIndex(std::size_t index) const {
+  return index < overridenModes.size() ? overridenModes[index] : nullptr;
 }
 
 void VLMDisplay::gatherModesInFrequencySets() {

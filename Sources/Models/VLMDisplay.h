@@ -11,7 +11,12 @@
 #include "Models/NotOwned.h"
 #include "Models/VLMDisplayContainer.h"
 #include "Models/VLMMode.h"
+#include "Models/VLMOverrideBoolSettting.h"
+#include "Models/VLMOverrideDefaultResolution.h"
 #include "Models/VLMOverrideDisplayName.h"
+#include "Models/VLMOverrideDisplayPixelDimensions.h"
+#include "Models/VLMOverrideMonitorRange.h"
+#include "Models/VLMOverrideResolution.h"
 #include "Platform/Geometry.h"
 #include "Platform/IORegistry.h"
 #include "Platform/PropertyList.h"
@@ -21,6 +26,13 @@ namespace vlm {
 
 class VLMColorPreset;
 class VLMColorProfile;
+
+/// What shall stand in the override file for one display.
+struct OverrideComposition {
+  plist::Dictionary content;
+  /// What could not be put in, and what may make the picture unusable, a text each.
+  std::vector<std::string> findings;
+};
 
 /// One monitor: who it is, what it can do, its modes, how it is and was configured, and the user's options for it. The
 /// document keeps records of the monitors attached now and of those known from earlier; records are replaced by every
@@ -133,17 +145,23 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
 
   // --- Overrides ---
 
+  // Each record is null until the settings file, the override file or the system has given one.
+
+  OverrideResolutions overridenModes;
+  std::shared_ptr<VLMOverrideMonitorRange> monitorTiming;
+  std::shared_ptr<VLMOverrideDefaultResolution> defaultResolution;
+  std::shared_ptr<VLMOverrideDisplayPixelDimensions> displayPixelDimensions;
   std::shared_ptr<VLMOverrideDisplayName> displayName;
-  std::int64_t countOfBackupedModes = 0;  ///< custom resolutions of the override file's backup
-  std::int64_t countOfOriginalModes = 0;  ///< custom resolutions when the override file was read
+  std::shared_ptr<VLMOverrideBoolSettting> displayFreqPolicy;
+  std::int64_t countOfBackupedModes = 0;  ///< timings and scaled sizes of the override file's backup
+  std::int64_t countOfOriginalModes = 0;  ///< `overridenModes` when they were read last
+  /// Name of the override file that was found: 0 none, 1 by product, 2 by year and week of manufacture.
   std::int32_t typeOfOverrideFile = 0;
   std::optional<plist::Data> inOverrideFileEDID;
   std::optional<plist::Data> importedEDID;
+  /// An imported EDID is installed with the manufacturer, product and date of the monitor's own.
   bool importedEDIDKeepsID = false;
   std::optional<plist::Data> cachedEDIDData;
-  /// Records of the settings file that this daemon does not work with yet ("overridenModes", "monitorTiming",
-  /// "defaultResolution", "displayPixelDimensions", "displayFreqPolicy"): kept as found, so that a save loses nothing.
-  plist::Dictionary carriedRecords;
 
   // --- Names ---
 
@@ -163,6 +181,7 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   std::shared_ptr<VLMMode> validModeWithUniqueID(std::uint32_t uniqueID) const;
   std::shared_ptr<VLMMode> validModeWithIOFBMode(std::int64_t frameBufferMode) const;
   std::shared_ptr<VLMMode> validModeAtIndex(std::size_t index) const;
+  std::shared_ptr<VLMOverrideResolution> overridenModeAtIndex(std::size_t index) const;
 
   // --- Live state, asked of the system at each call ---
 
@@ -210,15 +229,61 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
 
   // --- Overrides ---
 
+  void mergeMonitorTiming(const std::shared_ptr<VLMOverrideMonitorRange>& range);
+  void mergeDefaultResolution(const std::shared_ptr<VLMOverrideDefaultResolution>& resolution);
+  void mergeDisplayPixelDimensions(const std::shared_ptr<VLMOverrideDisplayPixelDimensions>& dimensions);
   void mergeDisplayName(const std::shared_ptr<VLMOverrideDisplayName>& name);
+  /// Takes the single records back to what they were when they were read.
   void restoreOriginalSettings();
   void gatherModesInFrequencySets();
+  bool areAllOverridenModesOriginal() const;
+  /// A scaled size stands in both files, and the display does not offer it.
+  bool isANonActiveScaledMode() const;
+  /// Why the picture may be unusable with a custom resolution on this display; see VLMOverrideResolution::findings.
+  std::vector<std::string> findingsOf(const VLMOverrideResolution& resolution);
+
+  // --- The override file ---
+
+  /// What the directories hold for this display: a dictionary (empty when there is no file) or an array; renews
+  /// `typeOfOverrideFile`.
+  plist::Value readAllOverrides(bool includingLibDir);
+  /// The one dictionary that is for this display; with just its numbers when there is no file. Absent when the file has
+  /// none for it.
+  std::optional<plist::Dictionary> makeContentOfOverrideDictionary(bool includingLibDir);
+  /// The whole content of the file with this in the place of the display's own.
+  plist::Value modifiedOverrideContentWith(const plist::Dictionary& content, bool includingLibDir);
+  /// Brings keys of earlier versions to today's names and keeps a snapshot of the whole content, once and for good.
+  static void makeBackupOfOverrides(plist::Dictionary& content);
+  /// Joins what the override file says to the records.
+  void completeOverridesWithDictionary();
+  /// Joins what the display offers now to the records.
+  void completeOverridesWithActualSettings();
+  /// The content for this display as the records want it; what nobody here understands is carried over from the file.
+  OverrideComposition composeOverrides();
+  /// The content as it was found at first, with the snapshot of it.
+  std::optional<plist::Dictionary> contentBeforeOverrides();
+  /// The place of the file that is written.
+  std::string overridePathForSaving() const;
+  /// Writes a composed content into the file; from then on the records are what stands there. The reason of a failure,
+  /// which changes nothing, or nothing.
+  std::optional<std::string> writeOverrides(const plist::Dictionary& content);
+  /// Brings the file back to what it was before us, and the records with it. The reason of a failure, or nothing.
+  std::optional<std::string> restoreOverrides();
+  /// Lets the override file's EDID be this one. Leaves out extensions that an earlier import has added. The reason why
+  /// it cannot be used, or nothing.
+  std::optional<std::string> importEDID(plist::Data edid, bool keepsID);
 
   // --- EDID ---
 
   /// The monitor's EDID, or a synthetic one; kept until emptyCache().
   plist::Data edidDataActual();
   void emptyCache();
+  /// Whether the display does not show the imported EDID yet, or still shows one that was taken back.
+  bool hasToSaveImportedEDID();
+  /// The same of the override file.
+  bool hasToOverrideImportedEDID() const;
+  /// Apple silicon keeps EDIDs out of the registry: whether the AV service tells this display's.
+  bool canOverrideWithAVEDID() const { return edidFromAVService().has_value(); }
 
   // --- Discovery ---
 
@@ -313,12 +378,24 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   VLMDisplay();
 
   void copyOptionsFrom(const VLMDisplay& saved);
+  void copyOverridesFrom(const VLMDisplay& saved);
+  void joinRecordsOf(const plist::Dictionary& content);
+  void joinCurrentMode(const VLMMode& mode);
+  void markOfferedResolutions();
+  std::shared_ptr<VLMMode> findNativeMode() const;
+  void composeResolutions(OverrideComposition& composition, plist::Array& extensionTimings);
+  void composeEDID(OverrideComposition& composition, const plist::Array& extensionTimings);
+  /// The EDID that extension timings can be put into, without ours; the reason when there is none.
+  std::optional<plist::Data> baseOfExtensions(const plist::Dictionary& content, std::string& reason);
+  std::optional<std::string> writeContent(const plist::Dictionary& content);
+  void takeOverridesForRead();
   void copyModesFrom(const VLMDisplay& saved);
   void linkAliases();
   void readRegistry(const plist::Dictionary& registry);
   void readEDID(std::string& nameText);
   /// The name in the EDID of an Apple-silicon machine's AV service; empty when there is none.
   std::string nameFromAVService() const;
+  std::optional<plist::Data> edidFromAVService() const;
   void turnOnIn(DisplayTransaction& transaction);
   void turnOffIn(DisplayTransaction& transaction);
   void turnBrightnessDown();

@@ -253,11 +253,11 @@ void VLMGlobals::getInitialSettings() {
 }
 
 void VLMGlobals::completeOverridesWithDictionaries() {
-  // Reads every display's override file into its records.
+  for (const auto& display : extraDisplayArray) display->completeOverridesWithDictionary();
 }
 
 void VLMGlobals::completeOverridesWithActualSettings() {
-  // Marks which override records the displays actually offer.
+  for (const auto& display : extraDisplayArray) display->completeOverridesWithActualSettings();
 }
 
 }  // namespace vlm

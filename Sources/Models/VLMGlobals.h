@@ -171,8 +171,14 @@ class VLMGlobals final : public VLMDisplayContainer {
   std::int32_t getNumberOfDisplays() const;
   void initializeCurrentDisplays();
   void initializeAllDisplaysFromSystemData();
+  /// Reads every known display's override file into its records.
   void completeOverridesWithDictionaries();
+  /// Marks what the displays offer now; comes behind the other.
   void completeOverridesWithActualSettings();
+  /// The platform's override directories, in the order in which they are read, and the one that is written.
+  /// `includingLibDir`: the one below /Library counts, too, on the systems that have it.
+  static std::vector<std::string> overridesPathsForReadingIncludingLibDir(bool includingLibDir);
+  static std::string overridesPathForSavingIncludingLibDir(bool includingLibDir);
 
   // --- Changing the displays ---
 

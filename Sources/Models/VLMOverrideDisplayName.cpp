@@ -1,6 +1,26 @@
 #include "Models/VLMOverrideDisplayName.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 namespace vlm {
+
+namespace {
+
+constexpr const char* kKey = "DisplayProductName";
+
+/// The characters of MacRoman above ASCII, from 0x80 on.
+constexpr std::array<std::string_view, 128> kMacRoman{
+    "Ä", "Å", "Ç", "É", "Ñ", "Ö", "Ü", "á", "à", "â", "ä", "ã", "å", "ç", "é", "è", "ê", "ë",      "í",
+    "ì", "î", "ï", "ñ", "ó", "ò", "ô", "ö", "õ", "ú", "ù", "û", "ü", "†", "°", "¢", "£", "§",      "•",
+    "¶", "ß", "®", "©", "™", "´", "¨", "≠", "Æ", "Ø", "∞", "±", "≤", "≥", "¥", "µ", "∂", "∑",      "∏",
+    "π", "∫", "ª", "º", "Ω", "æ", "ø", "¿", "¡", "¬", "√", "ƒ", "≈", "∆", "«", "»", "…", "\u00a0", "À",
+    "Ã", "Õ", "Œ", "œ", "–", "—", "“", "”", "‘", "’", "÷", "◊", "ÿ", "Ÿ", "⁄", "€", "‹", "›",      "ﬁ",
+    "ﬂ", "‡", "·", "‚", "„", "‰", "Â", "Ê", "Á", "Ë", "È", "Í", "Î", "Ï", "Ì", "Ó", "Ô", "\uf8ff", "Ò",
+    "Ú", "Û", "Ù", "ı", "ˆ", "˜", "¯", "˘", "˙", "˚", "¸", "˝", "˛", "ˇ"};
+
+}  // namespace
 
 std::shared_ptr<VLMOverrideDisplayName> VLMOverrideDisplayName::initWithString(const std::optional<std::string>& name,
                                                                                std::int16_t status,
@@ -11,6 +31,25 @@ std::shared_ptr<VLMOverrideDisplayName> VLMOverrideDisplayName::initWithString(c
   record->status = status;
   record->shouldOverride = shouldOverride;
   record->copyBackupWith(*record);
+  return record;
+}
+
+std::shared_ptr<VLMOverrideDisplayName> VLMOverrideDisplayName::initWithPascalString(std::span<const std::uint8_t> text,
+                                                                                     bool shouldOverride) {
+  if (text.empty() || text[0] == 0) return nullptr;
+  const auto characters = text.subspan(1, std::min<std::size_t>(text[0], text.size() - 1));
+  if (characters.empty()) return nullptr;
+  auto record = std::make_shared<VLMOverrideDisplayName>();
+  record->name.emplace();
+  for (const std::uint8_t character : characters) {
+    if (character < 0x80) {
+      record->name->push_back(static_cast<char>(character));
+    } else {
+      *record->name += kMacRoman[character - 0x80U];
+    }
+  }
+  record->status = kOverrideFoundInSettings;
+  record->shouldOverride = shouldOverride;
   return record;
 }
 
@@ -30,25 +69,21 @@ plist::Dictionary VLMOverrideDisplayName::encodeReadable() const {
   return dict;
 }
 
+void VLMOverrideDisplayName::addInOverrideDictionary(plist::Dictionary& content) const {
+  if (shouldOverride && name) {
+    content.set(kKey, *name);
+  } else {
+    content.remove(kKey);
+  }
+}
+
 void VLMOverrideDisplayName::fillWithDisplayName(const VLMOverrideDisplayName& other) {
   name = other.name;
   shouldOverride = other.shouldOverride;
 }
 
-void VLMOverrideDisplayName::copyBackupWith(const VLMOverrideDisplayName& other) {
-  auto copy = std::make_shared<VLMOverrideDisplayName>();
-  copy->fillWithDisplayName(other);
-  copy->status = other.status;
-  original = std::move(copy);
-}
-
 bool VLMOverrideDisplayName::isEqualToDisplayName(const VLMOverrideDisplayName* other) const {
   return other != nullptr && name == other->name;
-}
-
-bool VLMOverrideDisplayName::isModified() const {
-  const bool didOverride = original != nullptr && original->shouldOverride;
-  return shouldOverride != didOverride || (shouldOverride && !isEqualToDisplayName(original.get()));
 }
 
 }  // namespace vlm

@@ -3,39 +3,38 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
+#include "Models/OverrideRecord.h"
 #include "Platform/PropertyList.h"
 
 namespace vlm {
 
-/// Where an override record was found: bits of `status`, OR-ed when records are merged.
-constexpr std::int16_t kOverrideFoundInSettings = 1;
-constexpr std::int16_t kOverrideFoundInOverrideFile = 2;
-constexpr std::int16_t kOverrideFoundInSystem = 4;
-
-/// The name under which a monitor is shown, and whether it shall go into the monitor's override file.
-class VLMOverrideDisplayName {
+/// The name under which a monitor is shown; "DisplayProductName" of an override file.
+class VLMOverrideDisplayName : public OverrideRecord<VLMOverrideDisplayName> {
  public:
-  /// With a copy of itself as `original`.
+  /// With a copy of itself as `original`. Null without a name.
   static std::shared_ptr<VLMOverrideDisplayName> initWithString(const std::optional<std::string>& name,
                                                                 std::int16_t status, bool shouldOverride);
+  /// From a text behind its length byte, MacRoman as the system's drivers wrote it. Status 1, no original; null when
+  /// the text is empty or missing. A length beyond the bytes ends with them.
+  static std::shared_ptr<VLMOverrideDisplayName> initWithPascalString(std::span<const std::uint8_t> text,
+                                                                      bool shouldOverride);
   /// From the settings file: status 1, no original.
   static std::shared_ptr<VLMOverrideDisplayName> initAndDecodeReadableWith(const plist::Dictionary& dict);
   plist::Dictionary encodeReadable() const;
+  /// Sets its key of an override file's content, or removes it.
+  void addInOverrideDictionary(plist::Dictionary& content) const;
 
   std::optional<std::string> name;
-  bool shouldOverride = false;
-  std::int16_t status = 0;
-  /// The record as it was read; none for a record of the settings file.
-  std::shared_ptr<VLMOverrideDisplayName> original;
 
   /// Copies the other's name and its `shouldOverride`.
   void fillWithDisplayName(const VLMOverrideDisplayName& other);
-  /// Sets `original` to a copy of the record given.
-  void copyBackupWith(const VLMOverrideDisplayName& other);
   bool isEqualToDisplayName(const VLMOverrideDisplayName* other) const;
-  bool isModified() const;
+
+  static constexpr auto kFill = &VLMOverrideDisplayName::fillWithDisplayName;
+  static constexpr auto kIsEqual = &VLMOverrideDisplayName::isEqualToDisplayName;
 };
 
 }  // namespace vlm

@@ -19,6 +19,8 @@ class Files {
   virtual bool checkResourceIsReachable(const std::string& path) = 0;
   /// A property-list file whose root is a dictionary; absent for anything else, a missing file too.
   virtual std::optional<plist::Dictionary> dictionaryWithContentsOfURL(const std::string& path) = 0;
+  /// The same with any root.
+  virtual std::optional<plist::Value> propertyListWithContentsOfURL(const std::string& path) = 0;
   /// A file's bytes; absent when it cannot be read.
   virtual std::optional<plist::Data> dataWithContentsOfURL(const std::string& path) = 0;
   /// A bookmark for the file that an alias record of an older system names (CFURLCreateBookmarkDataFromAliasRecord);
@@ -30,6 +32,10 @@ class Files {
   /// Makes no folders. Answers the reason of a failure ("No space left on device"), or nothing.
   virtual std::optional<std::string> writeToURLAtomically(const plist::Dictionary& dictionary,
                                                           const std::string& path) = 0;
+  /// The same with any root, in a place that needs an administrator (the override directories), with the folder that it
+  /// stands in. The reason also says when nobody may write there ("Operation not permitted").
+  virtual std::optional<std::string> writeToURLAsAdministrator(const plist::Value& propertyList,
+                                                               const std::string& path) = 0;
   /// Copies a file byte for byte to a place where nothing is yet: a taken place is a failure. Answers the reason of a
   /// failure, which leaves nothing at the new place, or nothing.
   virtual std::optional<std::string> copyItem(const std::string& from, const std::string& to) = 0;

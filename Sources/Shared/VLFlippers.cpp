@@ -1,10 +1,12 @@
 #include "Shared/VLFlippers.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <initializer_list>
 
 #include "Platform/Process.h"
+#include "Shared/ModeMath.h"
 #include "Shared/SystemVersion.h"
 
 namespace vlm {
@@ -70,14 +72,49 @@ std::optional<std::uint32_t> DetailedTimingFields::horizontalActive() const { re
 std::optional<std::uint32_t> DetailedTimingFields::horizontalBlanking() const {
   return read<std::uint32_t>(record_, 68);
 }
+std::optional<std::uint32_t> DetailedTimingFields::horizontalSyncOffset() const {
+  return read<std::uint32_t>(record_, 72);
+}
+std::optional<std::uint32_t> DetailedTimingFields::horizontalSyncPulseWidth() const {
+  return read<std::uint32_t>(record_, 76);
+}
 std::optional<std::uint32_t> DetailedTimingFields::verticalActive() const { return read<std::uint32_t>(record_, 80); }
 std::optional<std::uint32_t> DetailedTimingFields::verticalBlanking() const { return read<std::uint32_t>(record_, 84); }
+std::optional<std::uint32_t> DetailedTimingFields::verticalSyncOffset() const {
+  return read<std::uint32_t>(record_, 88);
+}
+std::optional<std::uint32_t> DetailedTimingFields::verticalSyncPulseWidth() const {
+  return read<std::uint32_t>(record_, 92);
+}
+std::optional<std::uint32_t> DetailedTimingFields::horizontalSyncConfig() const {
+  return read<std::uint32_t>(record_, 112);
+}
+std::optional<std::uint32_t> DetailedTimingFields::verticalSyncConfig() const {
+  return read<std::uint32_t>(record_, 120);
+}
 std::optional<std::uint32_t> DetailedTimingFields::verticalBlankingExtension() const {
   return read<std::uint32_t>(record_, 132);
 }
 
 std::optional<std::uint32_t> displayModeInformationFlags(std::span<const std::uint8_t> record) {
   return read<std::uint32_t>(record, 16);
+}
+
+std::int16_t IODisplayGetCVTSyncWidth(std::int16_t horizontal, std::int16_t vertical, std::int16_t type) {
+  constexpr std::int16_t kFirstTypeOfOneWidth = 3, kWidthOfThatType = 8, kWidthOfOtherRatios = 10;
+  constexpr double kSameRatio = 1.03125;
+  struct Row {
+    float ratio;
+    std::int16_t lines;
+  };
+  static constexpr std::array<Row, 5> kRows = {{{4.0F / 3, 4}, {16.0F / 9, 5}, {1.6F, 6}, {1.25F, 7}, {5.0F / 3, 7}}};
+  if (type >= kFirstTypeOfOneWidth) return kWidthOfThatType;
+  if (vertical == 0) return kWidthOfOtherRatios;
+  const float ratio = static_cast<float>(horizontal) / static_cast<float>(vertical);
+  for (const Row& row : kRows) {
+    if (static_cast<double>(ratioOver(ratio, row.ratio)) <= kSameRatio) return row.lines;
+  }
+  return kWidthOfOtherRatios;
 }
 
 namespace {

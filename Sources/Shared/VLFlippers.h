@@ -40,9 +40,17 @@ class DetailedTimingFields {
   /// Pixels.
   std::optional<std::uint32_t> horizontalActive() const;
   std::optional<std::uint32_t> horizontalBlanking() const;
+  /// From the end of the picture.
+  std::optional<std::uint32_t> horizontalSyncOffset() const;
+  std::optional<std::uint32_t> horizontalSyncPulseWidth() const;
   /// Lines.
   std::optional<std::uint32_t> verticalActive() const;
   std::optional<std::uint32_t> verticalBlanking() const;
+  std::optional<std::uint32_t> verticalSyncOffset() const;
+  std::optional<std::uint32_t> verticalSyncPulseWidth() const;
+  /// Not 0: the sync pulses are positive.
+  std::optional<std::uint32_t> horizontalSyncConfig() const;
+  std::optional<std::uint32_t> verticalSyncConfig() const;
   /// Lines by which the blanking may grow (variable refresh); 0 when it may not.
   std::optional<std::uint32_t> verticalBlankingExtension() const;
 
@@ -52,6 +60,11 @@ class DetailedTimingFields {
 
 /// Flags of a display-mode information record in host byte order ("DM"); absent when the record is too short.
 std::optional<std::uint32_t> displayModeInformationFlags(std::span<const std::uint8_t> record);
+
+/// Lines of vertical sync, by which monitors know the aspect ratio of a CVT timing (VESA CVT 1.2, 3.4.2): a ratio
+/// within a 32nd of a named one counts as that. `type` as VLMOverrideResolution numbers them: from 3 on there is but
+/// one width.
+std::int16_t IODisplayGetCVTSyncWidth(std::int16_t horizontal, std::int16_t vertical, std::int16_t type);
 
 /// The display service that belongs to a frame buffer: the frame buffer itself when it is one, else the first below it.
 /// None when there is none. `options` are reserved.

@@ -213,7 +213,7 @@ TEST_F(ModeIdentifiers, CopyWhatTheUserOwnsAndKeepWhatTheSystemSays) {
   saved->maxBrightness = 80;
   saved->showFrequenciesApart = false;
   saved->importedEDID = plist::Data{1, 2};
-  saved->carriedRecords.set("monitorTiming", plist::Dictionary{{"a", 1}});
+  saved->overridenModes = {VLMOverrideResolution::initAndDecodeReadableWith({})};
   saved->connection = 5;
   saved->canBrightness = 1;
   saved->driverLocationName = "elsewhere";
@@ -230,7 +230,7 @@ TEST_F(ModeIdentifiers, CopyWhatTheUserOwnsAndKeepWhatTheSystemSays) {
   EXPECT_TRUE(live->useBrightness && live->useGamma && !live->showFrequenciesApart);
   EXPECT_TRUE(live->savedBrightness == 1.4F && live->gammaDelay == 3);
   EXPECT_EQ(live->importedEDID, saved->importedEDID);
-  EXPECT_EQ(live->carriedRecords, saved->carriedRecords);
+  EXPECT_EQ(live->overridenModes, saved->overridenModes);
   EXPECT_TRUE(live->maxBrightness == 100 && live->connection == 0 && live->canBrightness == 2);
   EXPECT_EQ(live->driverLocationName, "here");
 }

@@ -19,6 +19,11 @@ Dictionary modeDict(std::uint32_t uniqueID, std::uint32_t width = 1920, std::uin
   return dict;
 }
 
+Dictionary timingDict(std::uint32_t width) {
+  return VLMOverrideResolution::initAndDecodeReadableWith({{"activeNx", width}, {"toInstall", false}})
+      ->encodeReadable();
+}
+
 /// Every value differs from its default, but for what cannot come back (see below).
 Dictionary wholeDisplay() {
   Dictionary display{{"sysMonitorName", "LG"},
@@ -30,7 +35,7 @@ Dictionary wholeDisplay() {
                      {"connection", -2},
                      {"displayModes", Array{modeDict(1), modeDict(2, 1280, 1)}},
                      {"allDisplayModes", Array{modeDict(2, 1280, 1), modeDict(3), modeDict(1)}},
-                     {"overridenModes", Array{Dictionary{{"activeNx", 2560}}, "kept as it is"}},
+                     {"overridenModes", Array{timingDict(2560), timingDict(1440)}},
                      {"displayName", Dictionary{{"name", "Left"}, {"shouldOverride", true}}},
                      {"importedEDID", plist::Data{0, 255, 255}}};
   int number = 0;
@@ -47,9 +52,16 @@ Dictionary wholeDisplay() {
                           "hasSupplementalCAFreq", "importedEDIDKeepsID"}) {
     display.set(key, false);
   }
-  for (const char* key : {"monitorTiming", "defaultResolution", "displayPixelDimensions", "displayFreqPolicy"}) {
-    display.set(key, Dictionary{{"carried", ++number}});
-  }
+  display.set("monitorTiming", Dictionary{{"minH", 30.5},
+                                          {"maxH", 99.0},
+                                          {"minV", 48},
+                                          {"maxV", 144},
+                                          {"minPClock", 25.0},
+                                          {"maxPClock", 600.0},
+                                          {"shouldOverride", true}});
+  display.set("defaultResolution", Dictionary{{"Nx", 1920}, {"Ny", 1080}, {"Hz", 59.94}, {"shouldOverride", true}});
+  display.set("displayPixelDimensions", Dictionary{{"Nx", 3840}, {"Ny", 2160}, {"shouldOverride", true}});
+  display.set("displayFreqPolicy", Dictionary{{"settingInPreferences", true}});
   return display;
 }
 
@@ -118,6 +130,7 @@ TEST(DisplayRecord, LosesOnlyWhatIsOfAWrongKind) {
   damaged.set("displayModes", Array{"mode", modeDict(1)});
   damaged.set("displayName", "Left");
   damaged.set("monitorTiming", 1);
+  damaged.set("overridenModes", Array{"1920x1080", timingDict(1440)});
   damaged.set("importedEDID", "EDID");
   const auto display = VLMDisplay::initAndDecodeReadableWith(damaged, nullptr);
   EXPECT_EQ(display->sysMonitorName, std::nullopt);
@@ -125,8 +138,8 @@ TEST(DisplayRecord, LosesOnlyWhatIsOfAWrongKind) {
   EXPECT_EQ(display->validDisplayModes.size(), 1U);
   EXPECT_EQ(display->displayedName(), "");
   EXPECT_FALSE(display->importedEDID);
-  EXPECT_FALSE(display->carriedRecords.contains("monitorTiming"));
-  EXPECT_TRUE(display->carriedRecords.contains("overridenModes"));
+  EXPECT_EQ(display->monitorTiming, nullptr);
+  EXPECT_EQ(display->overridenModes.size(), 1U);
   EXPECT_EQ(display->edidSerialString, "SN1");
 }
 
@@ -181,11 +194,11 @@ TEST(DisplayNameMerging, IsUndoneByRestoringTheOriginal) {
   display->mergeDisplayName(VLMOverrideDisplayName::initWithString("A", kOverrideFoundInOverrideFile, true));
   display->displayName->name = "B";
   display->displayName->shouldOverride = false;
-  EXPECT_TRUE(display->willNeedToSaveOverride());
+  EXPECT_TRUE(display->displayName->isModified());
   display->restoreOriginalSettings();
   EXPECT_EQ(display->displayedName(), "A");
   EXPECT_EQ(display->displayName->status, kOverrideFoundInSettings);
-  EXPECT_FALSE(display->willNeedToSaveOverride());
+  EXPECT_FALSE(display->displayName->isModified());
 }
 
 }  // namespace

@@ -1,0 +1,44 @@
+#include "Models/OverrideContent.h"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+#include "Platform/Numbers.h"
+
+namespace vlm {
+
+namespace {
+
+constexpr std::string_view kOurMark = "VLMT";
+constexpr std::size_t kStandardModeLength = 16;
+
+}  // namespace
+
+std::optional<std::string> productNameIn(const plist::Dictionary& dictionary) {
+  const plist::Value* const name = dictionary.find("DisplayProductName");
+  if (name == nullptr) return std::nullopt;
+  if (const std::string* const text = name->string()) return *text;
+  const plist::Dictionary* const texts = name->dictionary();
+  if (texts == nullptr) return std::nullopt;
+  if (const auto english = texts->string("en_US")) return english;
+  for (const plist::Entry& entry : *texts) {
+    if (const std::string* const text = entry.value.string()) return *text;
+  }
+  return std::nullopt;
+}
+
+bool isOurStandardMode(const plist::Value& record) {
+  const plist::Data* const data = record.data();
+  return data != nullptr && data->size() >= kStandardModeLength &&
+         std::equal(kOurMark.begin(), kOurMark.end(), data->begin(),
+                    [](char wanted, std::uint8_t byte) { return static_cast<std::uint8_t>(wanted) == byte; });
+}
+
+std::int16_t appleIDOfKey(const std::string& key) {
+  std::int64_t number = 0;
+  std::from_chars(key.data(), key.data() + key.size(), number);
+  return truncateTo<std::int16_t>(number);
+}
+
+}  // namespace vlm

@@ -1,0 +1,207 @@
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "Models/VLMDisplay.h"
+#include "Models/VLMGlobals.h"
+#include "Platform/Files.h"
+#include "Platform/Process.h"
+#include "Shared/Format.h"
+#include "Shared/Log.h"
+#include "Shared/SystemVersion.h"
+
+/// The override file of a display: where it lies, which part of it is for the display, and the snapshot of what it held
+/// before us.
+namespace vlm {
+
+namespace {
+
+constexpr const char* kSystemDirectory = "/System/Library/Displays/Contents/Resources/Overrides";
+constexpr const char* kOldSystemDirectory = "/System/Library/Displays/Overrides";
+constexpr const char* kLibraryDirectory = "/Library/Displays/Contents/Resources/Overrides";
+/// From here on the platform reads the directory below /Library; until here the older one of the system.
+constexpr std::int32_t kLibraryDirectorySince = systemVersionOf(10, 15, 2);
+constexpr std::int32_t kOldDirectoryBefore = systemVersionOf(10, 11);
+
+constexpr const char* kBackup = "Velmoratix backup settings";
+constexpr const char* kOldBackup = "Velmoratix backuped settings";
+
+/// `typeOfOverrideFile`.
+constexpr std::int32_t kNoFile = 0, kByProduct = 1, kByDate = 2;
+
+/// A key of earlier versions, and the platform's key whose value it kept.
+struct OldKey {
+  const char* oldKey;
+  const char* key;
+};
+constexpr std::array kOldKeys{
+    OldKey{"VLdspc", "dspc"},
+    OldKey{"VLtspc", "tspc"},
+    OldKey{"VLScale", "scale-resolutions"},
+    OldKey{"VZtr", "tovr"},
+    OldKey{"VLdefres", "default-resolution"},
+    OldKey{"VLDisplayProductName", "DisplayProductName"},
+    OldKey{"VLtrng", "trng"},
+    OldKey{"VLEDID", "IODisplayEDID"},
+};
+/// One that went without a successor.
+constexpr const char* kDroppedKey = "VZto";
+
+bool readsLibraryDirectory(bool includingLibDir) {
+  return includingLibDir && systemVersion() >= kLibraryDirectorySince;
+}
+
+std::string pathIn(const VLMDisplay& display, const std::string& directory, std::int32_t type) {
+  if (type == kByDate) {
+    return format("%@/DisplayVendorID-%lx/DisplayYearManufacture-%d-DisplayWeekManufacture-%d", directory,
+                  display.displayVendorID, display.manufactureYear, display.manufactureWeek);
+  }
+  return format("%@/DisplayVendorID-%lx/DisplayProductID-%lx", directory, display.displayVendorID,
+                display.displayProductID);
+}
+
+/// A dictionary or an array; anything else is no override file.
+std::optional<plist::Value> fileAt(const std::string& path) {
+  auto root = os().files.propertyListWithContentsOfURL(path);
+  if (root && root->dictionary() == nullptr && root->array() == nullptr) root.reset();
+  return root;
+}
+
+void renameOldBackup(plist::Dictionary& content) {
+  const plist::Value* const old = content.find(kOldBackup);
+  if (old == nullptr || content.contains(kBackup)) return;
+  plist::Value section = *old;
+  content.remove(kOldBackup);
+  content.set(kBackup, std::move(section));
+}
+
+/// Whether a value says anything: earlier versions left an empty one where the user had removed the setting.
+bool holdsData(const plist::Value& value) {
+  if (const auto* data = value.data()) return !data->empty();
+  if (const auto* text = value.string()) return !text->empty();
+  if (const auto* array = value.array()) return !array->empty();
+  if (const auto* dictionary = value.dictionary()) return !dictionary->empty();
+  return true;
+}
+
+/// The entry for a digital or an analogue connection; -1 when there is none. An entry that does not say what it is for
+/// ends the search.
+std::ptrdiff_t indexForDisplay(const plist::Array& entries, bool isDigital) {
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const plist::Dictionary* const entry = entries[i].dictionary();
+    if (entry == nullptr) continue;
+    const plist::Dictionary* const matching = entry->dictionary("IODisplayOverrideMatching");
+    if (matching == nullptr) return -1;
+    if (matching->boolean("IODisplayIsDigital", isDigital) == isDigital) return static_cast<std::ptrdiff_t>(i);
+  }
+  return -1;
+}
+
+std::string describeOrNone(const std::optional<plist::Dictionary>& content) {
+  return content ? plist::describe(*content) : std::string("(null)");
+}
+
+}  // namespace
+
+std::vector<std::string> VLMGlobals::overridesPathsForReadingIncludingLibDir(bool includingLibDir) {
+  if (readsLibraryDirectory(includingLibDir)) return {kSystemDirectory, kLibraryDirectory};
+  return {systemVersion() < kOldDirectoryBefore ? kOldSystemDirectory : kSystemDirectory};
+}
+
+std::string VLMGlobals::overridesPathForSavingIncludingLibDir(bool includingLibDir) {
+  // The one that wins when both hold a file.
+  return overridesPathsForReadingIncludingLibDir(includingLibDir).back();
+}
+
+plist::Value VLMDisplay::readAllOverrides(bool includingLibDir) {
+  typeOfOverrideFile = kNoFile;
+  plist::Dictionary result;
+  for (const std::string& directory : VLMGlobals::overridesPathsForReadingIncludingLibDir(includingLibDir)) {
+    std::int32_t type = kByProduct;
+    auto root = fileAt(pathIn(*this, directory, type));
+    if (!root && manufactureYear != 0 && manufactureWeek != 0) {
+      type = kByDate;
+      root = fileAt(pathIn(*this, directory, type));
+    }
+    if (!root) continue;
+    typeOfOverrideFile = type;
+    if (root->array() != nullptr) return std::move(*root);
+    result = std::move(*root->dictionary());
+  }
+  renameOldBackup(result);
+  return result;
+}
+
+std::optional<plist::Dictionary> VLMDisplay::makeContentOfOverrideDictionary(bool includingLibDir) {
+  VLMLog("makeContentOfOverrideDictionary");
+  plist::Value root = readAllOverrides(includingLibDir);
+  std::optional<plist::Dictionary> content;
+  if (plist::Dictionary* const dictionary = root.dictionary()) {
+    const bool isEmpty = dictionary->empty();
+    content = std::move(*dictionary);
+    if (isEmpty) {
+      content->set("DisplayVendorID", displayVendorID);
+      content->set("DisplayProductID", displayProductID);
+      VLMLog("makeContentOfOverrideDictionary is NIL - create empty %@",
+             lazily([&] { return describeOrNone(content); }));
+    } else {
+      VLMLog("makeContentOfOverrideDictionary is Dict %@", lazily([&] { return describeOrNone(content); }));
+    }
+  } else if (plist::Array* const entries = root.array()) {
+    const std::ptrdiff_t index = indexForDisplay(*entries, isDigital);
+    if (index >= 0) content = std::move(*(*entries)[static_cast<std::size_t>(index)].dictionary());
+    if (content) renameOldBackup(*content);
+    VLMLog("makeContentOfOverrideDictionary is Array %@", lazily([&] { return describeOrNone(content); }));
+  }
+  return content;
+}
+
+plist::Value VLMDisplay::modifiedOverrideContentWith(const plist::Dictionary& content, bool includingLibDir) {
+  plist::Value root = readAllOverrides(includingLibDir);
+  plist::Array* const entries = root.array();
+  if (entries == nullptr) return content;
+  const std::ptrdiff_t index = indexForDisplay(*entries, isDigital);
+  if (index >= 0) (*entries)[static_cast<std::size_t>(index)] = content;
+  return root;
+}
+
+void VLMDisplay::makeBackupOfOverrides(plist::Dictionary& content) {
+  if (content.contains(kBackup)) return;
+  for (const auto& [oldKey, key] : kOldKeys) {
+    const plist::Value* const old = content.find(oldKey);
+    if (old == nullptr) continue;
+    plist::Value value = *old;
+    content.remove(oldKey);
+    if (holdsData(value)) {
+      content.set(key, std::move(value));
+    } else {
+      content.remove(key);
+    }
+  }
+  content.remove(kDroppedKey);
+  plist::Dictionary snapshot = content;
+  content.set(kBackup, std::move(snapshot));
+}
+
+std::optional<plist::Dictionary> VLMDisplay::contentBeforeOverrides() {
+  const auto content = makeContentOfOverrideDictionary(true);
+  const plist::Dictionary* const snapshot = content ? content->dictionary(kBackup) : nullptr;
+  if (snapshot == nullptr) return std::nullopt;
+  plist::Dictionary before = *snapshot;
+  before.set(kBackup, *snapshot);
+  return before;
+}
+
+std::string VLMDisplay::overridePathForSaving() const {
+  return pathIn(*this, VLMGlobals::overridesPathForSavingIncludingLibDir(true), typeOfOverrideFile);
+}
+
+std::optional<std::string> VLMDisplay::writeContent(const plist::Dictionary& content) {
+  const plist::Value whole = modifiedOverrideContentWith(content, true);
+  if (whole.array() != nullptr && indexForDisplay(*whole.array(), isDigital) < 0) {
+    return "the override file has no entry for this display's kind of connection";
+  }
+  return os().files.writeToURLAsAdministrator(whole, overridePathForSaving());
+}
+
+}  // namespace vlm

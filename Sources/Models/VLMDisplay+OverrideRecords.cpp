@@ -1,0 +1,297 @@
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+#include <tuple>
+#include <unordered_set>
+
+#include "Models/BigEndian.h"
+#include "Models/OverrideContent.h"
+#include "Models/VLMDisplay.h"
+#include "Shared/Log.h"
+#include "Shared/VLMExtension.h"
+
+/// What override files, and the display itself, say to the records.
+namespace vlm {
+
+namespace {
+
+constexpr std::uint32_t kDisplayModeNativeFlag = 0x2000000;
+/// What some versions put in front of a name.
+constexpr std::string_view kNamePrefix = "Velmoratix4 - ";
+
+std::string describe(const OverrideResolutions& resolutions) {
+  std::string text = "(";
+  for (const auto& resolution : resolutions) text += "\n    \"" + resolution->description() + "\"";
+  return text + "\n)";
+}
+
+std::optional<plist::Data> dataIn(const plist::Dictionary& content, const char* key) {
+  const plist::Data* const data = content.data(key);
+  return data == nullptr ? std::nullopt : std::optional(*data);
+}
+
+std::optional<std::string> nameWithoutPrefix(std::optional<std::string> name) {
+  if (!name) return name;
+  for (std::size_t at = name->find(kNamePrefix); at != std::string::npos; at = name->find(kNamePrefix, at)) {
+    name->erase(at, kNamePrefix.size());
+  }
+  return name;
+}
+
+/// Reads one section of an override file into the custom resolutions.
+class SectionReader {
+ public:
+  SectionReader(OverrideResolutions& resolutions, bool isBackup)
+      : resolutions_(resolutions),
+        origin_(isBackup ? VLMOverrideResolution::kOriginBackup : VLMOverrideResolution::kOriginFile),
+        isBackup_(isBackup) {}
+
+  void read(const plist::Dictionary& section) {
+    if (const auto* records = section.dictionary(OverrideKey::standardModes)) readStandardModes(*records);
+    if (const auto* items = section.array(OverrideKey::timings)) readTimings(*items);
+    if (const auto* items = section.array(OverrideKey::scaledSizes)) readScaledSizes(*items);
+    if (const auto* edid = section.data(OverrideKey::edid)) readExtensionTimings(*edid);
+  }
+
+ private:
+  void readStandardModes(const plist::Dictionary& records) {
+    std::size_t count = 0;
+    for (const plist::Entry& entry : records) {
+      if (!isOurStandardMode(entry.value) || ++count > kMostOverrideItems) continue;
+      take(VLMOverrideResolution::initWithAppleID(appleIDOfKey(entry.key), kOverrideFoundInOverrideFile, origin_));
+    }
+  }
+
+  void readTimings(const plist::Array& items) {
+    for (std::size_t i = 0; i < items.size() && i < kMostOverrideItems; ++i) {
+      const plist::Data* const data = items[i].data();
+      const auto resolution = VLMOverrideResolution::initWithDTDData(data == nullptr ? plist::Data() : *data, origin_);
+      VLMLog("Read custom resolution from override file - %@", lazily([&] { return resolution->description(); }));
+      take(resolution);
+    }
+  }
+
+  void readScaledSizes(const plist::Array& items) {
+    for (std::size_t i = 0; i < items.size() && i < kMostOverrideItems; ++i) {
+      const auto resolution = VLMOverrideResolution::initWithScaleData(&items[i], origin_);
+      if (resolution->scaledNx == 0) continue;
+      VLMLog("Read scaled resolution from override file - %@", lazily([&] { return resolution->description(); }));
+      take(resolution);
+    }
+  }
+
+  void readExtensionTimings(const plist::Data& edid) {
+    for (const VLMTiming& timing : timingsInVLMExtensions(edid)) {
+      const auto resolution = VLMOverrideResolution::initWithDisplayIdType1Data(timing, origin_);
+      VLMLog("Read DisplayID resolution from override file - %@", lazily([&] { return resolution->description(); }));
+      take(resolution);
+    }
+  }
+
+  void take(const std::shared_ptr<VLMOverrideResolution>& resolution) {
+    resolution->toInstall = !isBackup_;
+    resolution->copyBackupWith(*resolution);
+    mergeObject(resolutions_, resolution, !isBackup_);
+  }
+
+  OverrideResolutions& resolutions_;
+  const std::uint16_t origin_;
+  const bool isBackup_;
+};
+
+/// Joins a single record of the file to the display's. A record that shall not override holds what the system said when
+/// the settings were saved, and would hide the file for good; only with the file's own values is it the user's wish to
+/// have it out of there.
+template <class Record>
+void joinFromFile(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile) {
+  const bool isChoice =
+      kept == nullptr || kept->shouldOverride || (inFile != nullptr && ((*kept).*Record::kIsEqual)(inFile.get()));
+  if (!isChoice) kept = nullptr;
+  mergeOverrideRecord(kept, inFile);
+}
+
+std::size_t countIn(const plist::Dictionary& section, const char* key) {
+  const plist::Array* const items = section.array(key);
+  return items == nullptr ? 0 : items->size();
+}
+
+std::uint32_t pixels(std::uint32_t points, const VLMMode& mode) {
+  return wholePartTo<std::uint32_t>(std::round(static_cast<double>(points) * static_cast<double>(mode.definition)));
+}
+
+}  // namespace
+
+// --- From the file ---
+
+void VLMDisplay::completeOverridesWithDictionary() {
+  VLMLog("Before beginning treatment: Custom resolutions array = %@", lazily([&] { return describe(overridenModes); }));
+  const auto found = makeContentOfOverrideDictionary(true);
+  VLMLog("Content of overrides = %@", lazily([&] { return found ? plist::describe(*found) : std::string("(null)"); }));
+  plist::Dictionary content;
+  if (found) {
+    content = *found;
+    makeBackupOfOverrides(content);
+  }
+  const plist::Dictionary* const snapshot = content.dictionary(OverrideKey::backup);
+  const plist::Dictionary backup = snapshot == nullptr ? plist::Dictionary() : *snapshot;
+  SectionReader(overridenModes, false).read(content);
+  inOverrideFileEDID = dataIn(content, OverrideKey::edid);
+  SectionReader(overridenModes, true).read(backup);
+  VLMLog("After reading overrides : Custom resolutions array = %@", lazily([&] { return describe(overridenModes); }));
+  countOfBackupedModes =
+      static_cast<std::int64_t>(countIn(backup, OverrideKey::scaledSizes) + countIn(backup, OverrideKey::timings));
+  countOfOriginalModes = static_cast<std::int64_t>(overridenModes.size());
+  joinRecordsOf(content);
+}
+
+void VLMDisplay::joinRecordsOf(const plist::Dictionary& content) {
+  constexpr auto kStatus = kOverrideFoundInOverrideFile;
+  joinFromFile(monitorTiming, VLMOverrideMonitorRange::initWithIODisplayTimingRange(
+                                  dataIn(content, OverrideKey::timingRange), kStatus, true));
+  joinFromFile(defaultResolution, VLMOverrideDefaultResolution::initWithDefaultResolutionData(
+                                      dataIn(content, OverrideKey::defaultResolution), kStatus, true));
+  joinFromFile(displayPixelDimensions, VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(
+                                           dataIn(content, OverrideKey::pixelDimensions), kStatus, true));
+  const auto name = VLMOverrideDisplayName::initWithString(nameWithoutPrefix(productNameIn(content)), kStatus, true);
+  // The system's own name stands here since the display was discovered, and must not keep the file's out.
+  const bool isSystemsName = displayName != nullptr && displayName->status == kOverrideFoundInSystem;
+  if (name != nullptr && isSystemsName && !displayName->isEqualToDisplayName(name.get())) displayName = nullptr;
+  mergeDisplayName(name);
+
+  const bool hasPolicy = content.contains(OverrideKey::refreshRatePolicy);
+  if (displayFreqPolicy == nullptr) {
+    displayFreqPolicy = std::make_shared<VLMOverrideBoolSettting>();
+    displayFreqPolicy->settingActual = hasPolicy;
+    displayFreqPolicy->fillWithValue(hasPolicy, kOverrideFoundInSettings);
+  }
+  displayFreqPolicy->fillWithValue(hasPolicy, kOverrideFoundInOverrideFile);
+}
+
+// --- From the display ---
+
+void VLMDisplay::completeOverridesWithActualSettings() {
+  emptyCache();
+  markOfferedResolutions();
+  VLMLog("After reading current settings : Custom resolutions array = %@",
+         lazily([&] { return describe(overridenModes); }));
+  countOfOriginalModes = static_cast<std::int64_t>(overridenModes.size());
+
+  mergeMonitorTiming(VLMOverrideMonitorRange::initWithIODisplayTimingRange(contentOfIOFBTimingRangeRegData(),
+                                                                           kOverrideFoundInSystem, false));
+  if (monitorTiming == nullptr) monitorTiming = std::make_shared<VLMOverrideMonitorRange>();
+  nativeMode = findNativeMode();
+  if (const auto mode = currentMode.get()) joinCurrentMode(*mode);
+  mergeDisplayName(VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false));
+  const auto native = nativeMode.get();
+  for (const auto& resolution : overridenModes) {
+    const bool hasNoSize = resolution->activeNx == 0 || resolution->activeNy == 0;
+    if (native == nullptr || resolution->resolutionType != VLMOverrideResolution::kScaled || !hasNoSize) continue;
+    resolution->activeNx = pixels(native->Nx, *native);
+    resolution->activeNy = pixels(native->Ny, *native);
+  }
+}
+
+void VLMDisplay::markOfferedResolutions() {
+  if (overridenModes.empty()) return;
+  const auto detailedModes = getDetailedModesArray();
+  if (!detailedModes) return;
+  std::unordered_set<std::int64_t> offered;
+  for (const auto& mode : validDisplayModes) offered.insert(mode->IOFBModeID);
+  for (const plist::Value& entry : *detailedModes) {
+    const plist::Dictionary* const detailed = entry.dictionary();
+    const plist::Data* const timing = detailed == nullptr ? nullptr : detailed->data("TM");
+    const auto identifier = detailed == nullptr ? std::nullopt : detailed->number("ID");
+    if (timing == nullptr || !identifier || !offered.contains(*identifier)) continue;
+    const plist::Data* const information = detailed->data("DM");
+    const auto number = detailed->number("AID");
+    const auto resolution = VLMOverrideResolution::initWithTM(
+        *timing, information == nullptr ? plist::Data() : *information,
+        number ? std::optional(truncateTo<std::int16_t>(*number)) : std::nullopt, false);
+    resolution->copyBackupWith(*resolution);
+    VLMLog("Read resolution from current settings - %@", lazily([&] { return resolution->description(); }));
+    mergeObject(overridenModes, resolution, false);
+  }
+}
+
+void VLMDisplay::joinCurrentMode(const VLMMode& mode) {
+  plist::Data data;
+  appendBigEndian32(data, mode.Nx);
+  appendBigEndian32(data, mode.Ny);
+  constexpr double kFixedPointOne = 65536;
+  appendBigEndian32(data, wholePartTo<std::uint32_t>(static_cast<double>(mode.Hz) * kFixedPointOne));
+  mergeDefaultResolution(
+      VLMOverrideDefaultResolution::initWithDefaultResolutionData(data, kOverrideFoundInSystem, false));
+  const auto native = nativeMode.get();
+  const VLMMode& panel = native == nullptr ? mode : *native;
+  data.clear();
+  appendBigEndian32(data, pixels(panel.Nx, panel));
+  appendBigEndian32(data, pixels(panel.Ny, panel));
+  mergeDisplayPixelDimensions(
+      VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(data, kOverrideFoundInSystem, false));
+}
+
+// The largest of those that the driver calls native; where it calls none so, of those that are not scaled.
+std::shared_ptr<VLMMode> VLMDisplay::findNativeMode() const {
+  std::shared_ptr<VLMMode> best;
+  const auto rank = [](const VLMMode& mode) {
+    const bool isFlagged = (mode.sysFlags & kDisplayModeNativeFlag) != 0;
+    return std::tuple(isFlagged && !mode.isScaled, mode.isNative && !mode.isScaled,
+                      std::uint64_t{pixels(mode.Nx, mode)} * pixels(mode.Ny, mode));
+  };
+  for (const auto& mode : validDisplayModes) {
+    if (mode->isScaled || (best != nullptr && rank(*mode) <= rank(*best))) continue;
+    best = mode;
+  }
+  return best;
+}
+
+// --- Merging, and back ---
+
+void VLMDisplay::mergeMonitorTiming(const std::shared_ptr<VLMOverrideMonitorRange>& range) {
+  mergeOverrideRecord(monitorTiming, range);
+}
+
+void VLMDisplay::mergeDefaultResolution(const std::shared_ptr<VLMOverrideDefaultResolution>& resolution) {
+  mergeOverrideRecord(defaultResolution, resolution);
+}
+
+void VLMDisplay::mergeDisplayPixelDimensions(const std::shared_ptr<VLMOverrideDisplayPixelDimensions>& dimensions) {
+  mergeOverrideRecord(displayPixelDimensions, dimensions);
+}
+
+void VLMDisplay::mergeDisplayName(const std::shared_ptr<VLMOverrideDisplayName>& name) {
+  mergeOverrideRecord(displayName, name);
+}
+
+namespace {
+
+template <class Record>
+void restore(const std::shared_ptr<Record>& record) {
+  if (record == nullptr) return;
+  if (const auto original = record->original) ((*record).*Record::kFill)(*original);
+  record->status = kOverrideFoundInSettings;
+}
+
+}  // namespace
+
+void VLMDisplay::restoreOriginalSettings() {
+  restore(monitorTiming);
+  restore(defaultResolution);
+  restore(displayPixelDimensions);
+  restore(displayName);
+  if (displayFreqPolicy != nullptr) displayFreqPolicy->settingActual = displayFreqPolicy->settingInOverride;
+}
+
+bool VLMDisplay::areAllOverridenModesOriginal() const {
+  return std::none_of(overridenModes.begin(), overridenModes.end(),
+                      [](const auto& resolution) { return resolution->isModified(); });
+}
+
+bool VLMDisplay::isANonActiveScaledMode() const {
+  return std::any_of(overridenModes.begin(), overridenModes.end(), [](const auto& resolution) {
+    return resolution->resolutionType == VLMOverrideResolution::kScaled &&
+           resolution->status == (kOverrideFoundInSettings | kOverrideFoundInOverrideFile);
+  });
+}
+
+}  // namespace vlm
