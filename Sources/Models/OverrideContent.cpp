@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <string_view>
 
 #include "Platform/Numbers.h"
@@ -26,6 +27,18 @@ std::optional<std::string> productNameIn(const plist::Dictionary& dictionary) {
     if (const std::string* const text = entry.value.string()) return *text;
   }
   return std::nullopt;
+}
+
+bool isUnfilled(const VLMOverrideResolution& resolution) {
+  return resolution.resolutionType == VLMOverrideResolution::kCustomTiming && resolution.activeNx == 0 &&
+         resolution.activeNy == 0;
+}
+
+std::size_t hashOfItem(const plist::Value& item) {
+  if (const plist::Data* const data = item.data()) {
+    return std::hash<std::string_view>()({reinterpret_cast<const char*>(data->data()), data->size()});
+  }
+  return std::hash<std::uint64_t>()(item.uInt64());
 }
 
 bool isOurStandardMode(const plist::Value& record) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "Models/VLMOverrideResolution.h"
 #include "Platform/PropertyList.h"
 
 /// Keys of the platform's override files, and what their readers and writers share.
@@ -30,6 +31,11 @@ constexpr std::size_t kMostOverrideItems = 4096;
 /// "DisplayProductName" of an override file or of what the system tells of a display: a text, or one by language, of
 /// which the English one is as good as any other. Absent when there is none.
 std::optional<std::string> productNameIn(const plist::Dictionary& dictionary);
+
+/// Nothing was read into it: a descriptor that is no timing.
+bool isUnfilled(const VLMOverrideResolution& resolution);
+/// A number by which an item of a list is known again.
+std::size_t hashOfItem(const plist::Value& item);
 
 /// Whether a record of "tovr" is one that we write; those of others are none of our business.
 bool isOurStandardMode(const plist::Value& record);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <unordered_set>
+#include <utility>
 
 #include "Models/ModeFacts.h"
 #include "Models/VLMDisplay.h"
@@ -111,12 +112,10 @@ void VLMDisplay::copyOptionsFrom(const VLMDisplay& saved) {
 void VLMDisplay::copyOverridesFrom(const VLMDisplay& saved) {
   // A saved name that is only what the system once called the monitor is no choice of the user's: at first sight there
   // may have been no better one.
-  const bool isUsersName = saved.displayName != nullptr &&
-                           (saved.displayName->shouldOverride || saved.displayName->name != saved.sysMonitorName);
-  if (isUsersName) {
-    mergeDisplayName(saved.displayName);
-    // Merging equal names keeps the system's record; whether it is to be written is the user's choice all the same.
-    displayName->shouldOverride = saved.displayName->shouldOverride;
+  const bool hasName = saved.displayName != nullptr && !saved.displayName->name.value_or("").empty();
+  if (hasName && (saved.displayName->shouldOverride || saved.displayName->name != saved.sysMonitorName)) {
+    const auto systems = std::exchange(displayName, saved.displayName);
+    if (displayName->isEqualToDisplayName(systems.get())) displayName->status |= kOverrideFoundInSystem;
   }
   overridenModes = saved.overridenModes;
   monitorTiming = saved.monitorTiming;

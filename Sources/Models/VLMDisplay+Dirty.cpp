@@ -53,8 +53,8 @@ bool VLMDisplay::willNeedToSaveOverride() const {
          isModified(displayPixelDimensions) ||
          // Once it is saved in the settings it is unmodified, though the override file still has it otherwise.
          isModified(displayFreqPolicy) || (displayFreqPolicy != nullptr && displayFreqPolicy->shouldOverride()) ||
-         !areAllOverridenModesOriginal() || countOfOriginalModes != static_cast<std::int64_t>(overridenModes.size()) ||
-         hasToOverrideImportedEDID();
+         fileHasOtherResolutions_ || !areAllOverridenModesOriginal() ||
+         countOfOriginalModes != static_cast<std::int64_t>(overridenModes.size()) || hasToOverrideImportedEDID();
 }
 
 }  // namespace vlm

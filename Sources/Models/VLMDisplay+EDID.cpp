@@ -61,7 +61,7 @@ bool VLMDisplay::hasToSaveImportedEDID() {
   const plist::Data actual = edidDataActual();
   bool result = false;
   if (importedEDID) {
-    result = !VLMEDID_doEDIDMatch(actual, *importedEDID, !importedEDIDKeepsID);
+    result = !VLMEDID_doEDIDMatch(actual, withoutVLMExtensions(*importedEDID), !importedEDIDKeepsID);
     if (result) VLMLog("edidDataActual does not match importedEDID so YES");
   } else {
     VLMLog("edidDataActual = YES");
@@ -72,12 +72,19 @@ bool VLMDisplay::hasToSaveImportedEDID() {
   return result;
 }
 
+std::optional<plist::Data> VLMDisplay::ownEDID() {
+  const plist::Data actual = edidDataActual();
+  if (!hasFakeEDID()) return hasImportedMark(actual) ? std::nullopt : std::optional(actual);
+  return dispIsPresent ? edidFromAVService() : std::nullopt;
+}
+
 bool VLMDisplay::hasToOverrideImportedEDID() const {
   VLMLog("%@ hasToOverrideImportedEDID", lazily([&] { return displayedName(); }));
   bool result = false;
   if (importedEDID) {
     VLMLog("importedEDID = YES");
-    result = !VLMEDID_doEDIDMatch(inOverrideFileEDID.value_or(plist::Data()), *importedEDID, !importedEDIDKeepsID);
+    result = !VLMEDID_doEDIDMatch(inOverrideFileEDID.value_or(plist::Data()), withoutVLMExtensions(*importedEDID),
+                                  !importedEDIDKeepsID);
     if (result) VLMLog("inOverrideFileEDID does not match importedEDID so YES");
   } else if (inOverrideFileEDID) {
     VLMLog("inOverrideFileEDID = YES");

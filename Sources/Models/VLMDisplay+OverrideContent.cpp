@@ -2,11 +2,11 @@
 #include <cmath>
 #include <unordered_set>
 
-#include "Models/DDC.h"
 #include "Models/EDIDRangeLimits.h"
 #include "Models/OverrideContent.h"
 #include "Models/VLMDisplay.h"
-#include "Models/VLMStandardResolutions.h"
+#include "Platform/Files.h"
+#include "Platform/Process.h"
 #include "Shared/VLMEDIDUtils.h"
 #include "Shared/VLMExtension.h"
 
@@ -15,30 +15,80 @@ namespace vlm {
 
 namespace {
 
-/// Nothing was read into it: a descriptor that is no timing.
-bool isUnfilled(const VLMOverrideResolution& resolution) {
-  return resolution.resolutionType == VLMOverrideResolution::kCustomTiming && resolution.activeNx == 0 &&
-         resolution.activeNy == 0;
+/// An EDID that we have put timings or a mark into.
+bool isOurEDID(const plist::Data& edid) {
+  return hasImportedMark(edid) || VLMEDID_findVLMDisplayIDExtensionInEDID(edid) != kNoVLMExtension;
 }
 
-bool isReadTiming(const plist::Value& item) {
+/// The EDID that the file held before us, if it held one.
+std::optional<plist::Data> edidBeforeOurs(const plist::Dictionary& content) {
+  const plist::Dictionary* const before = content.dictionary(OverrideKey::backup);
+  const plist::Data* const edid = before == nullptr ? nullptr : before->data(OverrideKey::edid);
+  if (edid == nullptr || edid->size() < kEDIDBlockLength || hasImportedMark(*edid)) return std::nullopt;
+  return isOurEDID(*edid) ? withoutVLMExtensions(*edid) : *edid;
+}
+
+using Resolution = std::shared_ptr<VLMOverrideResolution>;
+using Read = Resolution (*)(const plist::Value& item);
+
+/// Null when the item is no timing.
+Resolution readTiming(const plist::Value& item) {
   const plist::Data* const data = item.data();
-  return data != nullptr &&
-         !isUnfilled(*VLMOverrideResolution::initWithDTDData(*data, VLMOverrideResolution::kOriginFile));
+  if (data == nullptr) return nullptr;
+  auto resolution = VLMOverrideResolution::initWithDTDData(*data, VLMOverrideResolution::kOriginFile);
+  return isUnfilled(*resolution) ? nullptr : resolution;
 }
 
-bool isReadScaledSize(const plist::Value& item) {
-  return VLMOverrideResolution::initWithScaleData(&item, VLMOverrideResolution::kOriginFile)->scaledNx != 0;
+/// Null when the item is no size.
+Resolution readScaledSize(const plist::Value& item) {
+  auto resolution = VLMOverrideResolution::initWithScaleData(&item, VLMOverrideResolution::kOriginFile);
+  return resolution->scaledNx == 0 ? nullptr : resolution;
 }
 
-/// The items of a list that the records do not know.
-plist::Array unreadItems(const plist::Dictionary& content, const char* key, bool (*isRead)(const plist::Value& item)) {
-  plist::Array unread;
+/// The items of a list of the file that stay as they are: what is no business of ours, what came into it since it was
+/// read, and the resolutions that nobody has changed, for others may have put more into them than we read. The last are
+/// taken off `wanted`.
+plist::Array keptItems(const plist::Dictionary& content, const char* key, Read read,
+                       const std::unordered_set<std::size_t>& itemsReadLast, OverrideResolutions& wanted) {
+  plist::Array kept;
   const plist::Array* const items = content.array(key);
   for (std::size_t i = 0; items != nullptr && i < items->size(); ++i) {
-    if (i >= kMostOverrideItems || !isRead((*items)[i])) unread.push_back((*items)[i]);
+    const plist::Value& item = (*items)[i];
+    const Resolution resolution = i < kMostOverrideItems ? read(item) : nullptr;
+    if (resolution == nullptr) {
+      kept.push_back(item);
+      continue;
+    }
+    const auto same = std::find_if(wanted.begin(), wanted.end(),
+                                   [&](const auto& one) { return one->isEqualToRes(resolution.get()); });
+    if (same == wanted.end() && itemsReadLast.contains(hashOfItem(item))) continue;
+    kept.push_back(item);
+    if (same != wanted.end()) wanted.erase(same);
   }
-  return unread;
+  return kept;
+}
+
+/// What shall be installed, each once.
+OverrideResolutions wantedOf(const OverrideResolutions& resolutions) {
+  OverrideResolutions wanted;
+  for (const auto& resolution : resolutions) {
+    if (!resolution->toInstall || isUnfilled(*resolution)) continue;
+    const bool isThere = wanted.size() < kMostOverrideItems && std::ranges::any_of(wanted, [&](const auto& other) {
+                           return other->isEqualToRes(resolution.get());
+                         });
+    if (!isThere) wanted.push_back(resolution);
+  }
+  return wanted;
+}
+
+/// Of two items with the same bytes the second goes: a timing that its form cuts is not known again when it is read.
+void removeRepeated(plist::Array& items) {
+  std::vector<plist::Value> once;
+  std::unordered_set<std::size_t> known;
+  for (plist::Value& item : items) {
+    if (item.data() == nullptr || known.insert(hashOfItem(item)).second) once.push_back(std::move(item));
+  }
+  items = std::move(once);
 }
 
 plist::Dictionary unreadStandardModes(const plist::Dictionary& content) {
@@ -96,16 +146,20 @@ std::uint32_t nativePixels(std::uint32_t points, const VLMMode& mode) {
 
 }  // namespace
 
-std::vector<std::string> VLMDisplay::findingsOf(const VLMOverrideResolution& resolution) {
+std::vector<TimingLimits> VLMDisplay::timingLimits() {
   std::vector<TimingLimits> limits;
-  if (auto range = rangeLimitsInEDID(importedEDID ? *importedEDID : edidDataActual())) {
-    limits.push_back(std::move(*range));
-  }
+  auto edid = importedEDID ? importedEDID : ownEDID();
+  if (!edid) edid = inOverrideFileEDID;
+  if (auto range = edid ? rangeLimitsInEDID(*edid) : std::nullopt) limits.push_back(std::move(*range));
   const bool isSystems = monitorTiming == nullptr || !monitorTiming->shouldOverride;
   if (auto range = limitsOf(monitorTiming, isSystems ? "the system's timing range" : "the timing range that is set")) {
     limits.push_back(std::move(*range));
   }
-  return resolution.findings(limits);
+  return limits;
+}
+
+std::vector<std::string> VLMDisplay::findingsOf(const VLMOverrideResolution& resolution) {
+  return resolution.findings(timingLimits());
 }
 
 OverrideComposition VLMDisplay::composeOverrides() {
@@ -132,19 +186,24 @@ OverrideComposition VLMDisplay::composeOverrides() {
 
 void VLMDisplay::composeResolutions(OverrideComposition& composition, plist::Array& extensionTimings) {
   plist::Dictionary& content = composition.content;
-  plist::Array timings = unreadItems(content, OverrideKey::timings, isReadTiming);
-  plist::Array scaledSizes = unreadItems(content, OverrideKey::scaledSizes, isReadScaledSize);
+  OverrideResolutions wanted = wantedOf(overridenModes);
+  const auto limits = timingLimits();
+  for (const auto& resolution : wanted) {
+    for (const std::string& finding : resolution->findings(limits)) {
+      composition.findings.push_back(resolution->displayedModeName() + ": " + finding);
+    }
+  }
+  plist::Array timings = keptItems(content, OverrideKey::timings, readTiming, itemsReadLast_, wanted);
+  plist::Array scaledSizes = keptItems(content, OverrideKey::scaledSizes, readScaledSize, itemsReadLast_, wanted);
   plist::Dictionary standardModes = unreadStandardModes(content);
   const auto native = findNativeMode();
   const std::uint32_t nativeNx = native == nullptr ? 0 : nativePixels(native->Nx, *native);
   const std::uint32_t nativeNy = native == nullptr ? 0 : nativePixels(native->Ny, *native);
-  for (const auto& resolution : overridenModes) {
-    if (isUnfilled(*resolution) || resolution->isDuplicate || !resolution->toInstall) continue;
-    for (const std::string& finding : findingsOf(*resolution)) {
-      composition.findings.push_back(resolution->displayedModeName() + ": " + finding);
-    }
+  for (const auto& resolution : wanted) {
     resolution->addInOverridesDspc(timings, scaledSizes, standardModes, extensionTimings, nativeNx, nativeNy);
   }
+  removeRepeated(timings);
+  removeRepeated(extensionTimings);
   setOrRemove(content, OverrideKey::timings, std::move(timings), content.array(OverrideKey::timings) != nullptr);
   setOrRemove(content, OverrideKey::scaledSizes, std::move(scaledSizes),
               content.array(OverrideKey::scaledSizes) != nullptr);
@@ -157,37 +216,52 @@ void VLMDisplay::composeResolutions(OverrideComposition& composition, plist::Arr
 void VLMDisplay::composeEDID(OverrideComposition& composition, const plist::Array& extensionTimings) {
   plist::Dictionary& content = composition.content;
   const auto timings = timingsIn(extensionTimings);
-  std::optional<plist::Data> base;
+  std::vector<std::string>& findings = composition.findings;
   if (importedEDID && importedEDID->size() < kEDIDBlockLength) {
-    composition.findings.push_back("the imported EDID is " + std::to_string(importedEDID->size()) +
-                                   " bytes long, 128 at least");
+    findings.push_back("the imported EDID is " + std::to_string(importedEDID->size()) + " bytes long, 128 at least");
     return;
   }
+  std::optional<plist::Data> base;
   if (importedEDID) {
     base = withoutVLMExtensions(*importedEDID);
-    if (importedEDIDKeepsID) base = withIdentityOf(std::move(*base), edidDataActual());
+    if (importedEDIDKeepsID) base = withIdentityOf(std::move(*base), ownIdentity());
   } else if (!timings.empty()) {
     std::string reason;
     base = baseOfExtensions(content, reason);
-    if (!base) composition.findings.push_back(reason);
-  }
-  if (base) {
-    std::size_t left = 0;
-    content.set(OverrideKey::edid, withVLMExtensions(std::move(*base), timings, importedEDID.has_value(), left));
-    if (left > 0) composition.findings.push_back(std::to_string(left) + " timings have no room in the EDID");
-    return;
+    if (!base) findings.push_back(reason);
   }
   const plist::Data* const found = content.data(OverrideKey::edid);
-  const bool isOurs = found != nullptr &&
-                      (hasImportedMark(*found) || VLMEDID_findVLMDisplayIDExtensionInEDID(*found) != kNoVLMExtension);
-  if (!isOurs) return;
-  const plist::Dictionary* const before = content.dictionary(OverrideKey::backup);
-  const plist::Data* const edidBefore = before == nullptr ? nullptr : before->data(OverrideKey::edid);
-  if (edidBefore != nullptr && *edidBefore != *found) {
-    content.set(OverrideKey::edid, *edidBefore);
-  } else {
-    content.remove(OverrideKey::edid);
+  if (!base) {
+    if (found == nullptr || !isOurEDID(*found)) return;
+    if (!importedEDID && hasImportedMark(*found)) findings.emplace_back("the EDID that was imported goes out");
+    if (auto before = edidBeforeOurs(content)) {
+      content.set(OverrideKey::edid, std::move(*before));
+    } else {
+      content.remove(OverrideKey::edid);
+    }
+    return;
   }
+  std::size_t left = 0;
+  plist::Data edid = withVLMExtensions(std::move(*base), timings, importedEDID.has_value(), left);
+  if (left > 0) findings.push_back(std::to_string(left) + " timings have no room in the EDID");
+  if (importedEDID && !hasImportedMark(edid)) findings.emplace_back("the EDID has no room for the mark of an import");
+  for (const std::string& name : namesOfTwins()) {
+    findings.push_back(name + " is of the same model and gets this EDID, too, with this one's serial number");
+  }
+  content.set(OverrideKey::edid, std::move(edid));
+}
+
+/// An EDID with the numbers and the date by which the monitor is known.
+plist::Data VLMDisplay::ownIdentity() {
+  if (auto own = ownEDID()) return std::move(*own);
+  plist::Data identity = syntheticEDID(displayVendorID, displayProductID);
+  constexpr std::size_t kWeekAt = 16, kYearAt = 17;
+  constexpr std::uint32_t kFirstYear = 1990;
+  if (manufactureYear >= kFirstYear) {
+    identity[kWeekAt] = truncateTo<std::uint8_t>(manufactureWeek);
+    identity[kYearAt] = truncateTo<std::uint8_t>(manufactureYear - kFirstYear);
+  }
+  return identity;
 }
 
 std::optional<plist::Data> VLMDisplay::baseOfExtensions(const plist::Dictionary& content, std::string& reason) {
@@ -195,43 +269,44 @@ std::optional<plist::Data> VLMDisplay::baseOfExtensions(const plist::Dictionary&
   if (inFile != nullptr && inFile->size() >= kEDIDBlockLength && !hasImportedMark(*inFile)) {
     return withoutVLMExtensions(*inFile);
   }
-  const plist::Data actual = edidDataActual();
-  if (hasImportedMark(actual)) {
-    reason =
-        "the display still shows an EDID that was imported before; connect it anew for the timings that need an EDID";
-    return std::nullopt;
-  }
-  if (!hasFakeEDID()) return withoutVLMExtensions(actual);
-  if (auto edid = edidFromAVService()) return withoutVLMExtensions(*edid);
-  reason = "the display reports no EDID, which the largest timings would be put into";
+  if (auto before = edidBeforeOurs(content)) return before;
+  if (auto own = ownEDID()) return withoutVLMExtensions(*own);
+  reason = hasFakeEDID()
+               ? "the display reports no EDID, which the largest timings would be put into"
+               : "the display still shows an EDID that was imported; connect it anew for the timings that need its own";
   return std::nullopt;
 }
 
 std::optional<std::string> VLMDisplay::writeOverrides(const plist::Dictionary& content) {
   if (auto failure = writeContent(content)) return failure;
-  takeOverridesForRead();
-  completeOverridesWithDictionary();
-  completeOverridesWithActualSettings();
-  checkIsDirty();
-  return std::nullopt;
-}
-
-/// What stands in the file now is what the records are compared with from here on.
-void VLMDisplay::takeOverridesForRead() {
-  for (const auto& resolution : overridenModes) resolution->copyBackupWith(*resolution);
-  const auto take = [](const auto& record) {
+  const auto compareWithFile = [](const auto& record) {
     if (record != nullptr) record->copyBackupWith(*record);
   };
-  take(monitorTiming);
-  take(defaultResolution);
-  take(displayPixelDimensions);
-  take(displayName);
+  for (const auto& resolution : overridenModes) {
+    // Reading the file gives one that got into it its original anew; one that did not stays to be written.
+    if (resolution->toInstall) {
+      resolution->original = nullptr;
+    } else {
+      resolution->copyBackupWith(*resolution);
+    }
+  }
+  compareWithFile(monitorTiming);
+  compareWithFile(defaultResolution);
+  compareWithFile(displayPixelDimensions);
+  compareWithFile(displayName);
+  overrideFileWasWritten();
+  return std::nullopt;
 }
 
 std::optional<std::string> VLMDisplay::restoreOverrides() {
   const auto before = contentBeforeOverrides();
-  if (!before) return "nothing is kept of what the override file held before";
-  if (auto failure = writeContent(*before)) return failure;
+  // With the file gone, moved away by hand perhaps, the records alone still want what was in it.
+  const bool isFileGone =
+      !before && typeOfOverrideFile == 0 && !os().files.checkResourceIsReachable(overridePathForSaving());
+  if (!before && !isFileGone) return "nothing is kept of what the override file held before";
+  if (before) {
+    if (auto failure = writeContent(*before)) return failure;
+  }
   overridenModes.clear();
   monitorTiming = nullptr;
   defaultResolution = nullptr;
@@ -239,10 +314,57 @@ std::optional<std::string> VLMDisplay::restoreOverrides() {
   displayName = VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false);
   displayFreqPolicy = nullptr;
   importedEDID.reset();
+  overrideFileWasWritten();
+  return std::nullopt;
+}
+
+void VLMDisplay::overrideFileWasWritten() {
   completeOverridesWithDictionary();
   completeOverridesWithActualSettings();
+  isDirtyEDIDOptions_ = false;
   checkIsDirty();
-  return std::nullopt;
+  if (container == nullptr) return;
+  const std::string path = overridePathForSaving();
+  for (const auto& other : container->knownDisplays()) {
+    if (other.get() != this && other->overridePathForSaving() == path) other->followOverrideFile(*this);
+  }
+}
+
+std::vector<std::string> VLMDisplay::namesOfTwins() const {
+  std::vector<std::string> names;
+  if (container == nullptr) return names;
+  for (const auto& other : container->knownDisplays()) {
+    if (other.get() != this && other->overridePathForSaving() == overridePathForSaving()) {
+      names.push_back(other->displayedName());
+    }
+  }
+  return names;
+}
+
+// The file is for every display of a model: what another one has put into it or taken out counts here as well, or the
+// next write for this one would undo it. What was changed here and not written yet stays.
+void VLMDisplay::followOverrideFile(const VLMDisplay& writer) {
+  std::erase_if(overridenModes, [](const auto& resolution) {
+    const bool wasInFile = (resolution->status & kOverrideFoundInOverrideFile) != 0;
+    return wasInFile && resolution->toInstall && !resolution->isModified();
+  });
+  const auto takeBack = [](auto& record) {
+    if (record != nullptr && record->shouldOverride && !record->isModified()) record = nullptr;
+  };
+  takeBack(monitorTiming);
+  takeBack(defaultResolution);
+  takeBack(displayPixelDimensions);
+  takeBack(displayName);
+  if (displayName == nullptr) {
+    displayName = VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false);
+  }
+  if (displayFreqPolicy != nullptr && !displayFreqPolicy->isModified()) displayFreqPolicy = nullptr;
+  importedEDID = writer.importedEDID;
+  importedEDIDKeepsID = writer.importedEDIDKeepsID;
+  completeOverridesWithDictionary();
+  completeOverridesWithActualSettings();
+  // Also of a monitor that is not there, whose record would be kept as it is in the settings file.
+  setIsDirtyEDIDOptions(true);
 }
 
 std::optional<std::string> VLMDisplay::importEDID(plist::Data edid, bool keepsID) {

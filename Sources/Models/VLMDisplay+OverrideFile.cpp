@@ -198,10 +198,18 @@ std::string VLMDisplay::overridePathForSaving() const {
 
 std::optional<std::string> VLMDisplay::writeContent(const plist::Dictionary& content) {
   const plist::Value whole = modifiedOverrideContentWith(content, true);
+  const std::string path = overridePathForSaving();
+  const auto there = fileAt(path);
+  if (!there && os().files.checkResourceIsReachable(path)) {
+    return path + " cannot be read, and what it holds would be lost";
+  }
   if (whole.array() != nullptr && indexForDisplay(*whole.array(), isDigital) < 0) {
     return "the override file has no entry for this display's kind of connection";
   }
-  return os().files.writeToURLAsAdministrator(whole, overridePathForSaving());
+  if (whole.array() != nullptr && (!there || there->array() == nullptr)) {
+    return "the system's own override file is a list of entries, which hides the file that would be written";
+  }
+  return os().files.writeToURLAsAdministrator(whole, path);
 }
 
 }  // namespace vlm

@@ -41,8 +41,9 @@ std::optional<std::string> nameWithoutPrefix(std::optional<std::string> name) {
 /// Reads one section of an override file into the custom resolutions.
 class SectionReader {
  public:
-  SectionReader(OverrideResolutions& resolutions, bool isBackup)
+  SectionReader(OverrideResolutions& resolutions, std::unordered_set<std::size_t>& items, bool isBackup)
       : resolutions_(resolutions),
+        items_(items),
         origin_(isBackup ? VLMOverrideResolution::kOriginBackup : VLMOverrideResolution::kOriginFile),
         isBackup_(isBackup) {}
 
@@ -64,6 +65,7 @@ class SectionReader {
 
   void readTimings(const plist::Array& items) {
     for (std::size_t i = 0; i < items.size() && i < kMostOverrideItems; ++i) {
+      remember(items[i]);
       const plist::Data* const data = items[i].data();
       const auto resolution = VLMOverrideResolution::initWithDTDData(data == nullptr ? plist::Data() : *data, origin_);
       VLMLog("Read custom resolution from override file - %@", lazily([&] { return resolution->description(); }));
@@ -74,6 +76,7 @@ class SectionReader {
   void readScaledSizes(const plist::Array& items) {
     for (std::size_t i = 0; i < items.size() && i < kMostOverrideItems; ++i) {
       const auto resolution = VLMOverrideResolution::initWithScaleData(&items[i], origin_);
+      remember(items[i]);
       if (resolution->scaledNx == 0) continue;
       VLMLog("Read scaled resolution from override file - %@", lazily([&] { return resolution->description(); }));
       take(resolution);
@@ -88,6 +91,10 @@ class SectionReader {
     }
   }
 
+  void remember(const plist::Value& item) {
+    if (!isBackup_) items_.insert(hashOfItem(item));
+  }
+
   void take(const std::shared_ptr<VLMOverrideResolution>& resolution) {
     resolution->toInstall = !isBackup_;
     resolution->copyBackupWith(*resolution);
@@ -95,19 +102,26 @@ class SectionReader {
   }
 
   OverrideResolutions& resolutions_;
+  std::unordered_set<std::size_t>& items_;
   const std::uint16_t origin_;
   const bool isBackup_;
 };
 
 /// Joins a single record of the file to the display's. A record that shall not override holds what the system said when
-/// the settings were saved, and would hide the file for good; only with the file's own values is it the user's wish to
-/// have it out of there.
+/// the settings were saved: nobody chose it, and it would hide the file's for good, or take it out.
 template <class Record>
 void joinFromFile(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile) {
-  const bool isChoice =
-      kept == nullptr || kept->shouldOverride || (inFile != nullptr && ((*kept).*Record::kIsEqual)(inFile.get()));
-  if (!isChoice) kept = nullptr;
+  if (inFile != nullptr && kept != nullptr && !kept->shouldOverride) kept = nullptr;
   mergeOverrideRecord(kept, inFile);
+}
+
+/// Those that the file installs are not those that shall be installed. To be asked between its own keys and the
+/// snapshot, which both count as found in the file.
+bool hasOtherResolutions(const OverrideResolutions& resolutions) {
+  return std::any_of(resolutions.begin(), resolutions.end(), [](const auto& resolution) {
+    const bool isInFile = (resolution->status & kOverrideFoundInOverrideFile) != 0;
+    return !resolution->isDuplicate && !isUnfilled(*resolution) && resolution->toInstall != isInFile;
+  });
 }
 
 std::size_t countIn(const plist::Dictionary& section, const char* key) {
@@ -134,9 +148,14 @@ void VLMDisplay::completeOverridesWithDictionary() {
   }
   const plist::Dictionary* const snapshot = content.dictionary(OverrideKey::backup);
   const plist::Dictionary backup = snapshot == nullptr ? plist::Dictionary() : *snapshot;
-  SectionReader(overridenModes, false).read(content);
+  itemsReadLast_.clear();
+  for (const auto& resolution : overridenModes) {
+    resolution->status = truncateTo<std::int16_t>(resolution->status & ~kOverrideFoundInOverrideFile);
+  }
+  SectionReader(overridenModes, itemsReadLast_, false).read(content);
   inOverrideFileEDID = dataIn(content, OverrideKey::edid);
-  SectionReader(overridenModes, true).read(backup);
+  fileHasOtherResolutions_ = hasOtherResolutions(overridenModes);
+  SectionReader(overridenModes, itemsReadLast_, true).read(backup);
   VLMLog("After reading overrides : Custom resolutions array = %@", lazily([&] { return describe(overridenModes); }));
   countOfBackupedModes =
       static_cast<std::int64_t>(countIn(backup, OverrideKey::scaledSizes) + countIn(backup, OverrideKey::timings));
@@ -153,9 +172,12 @@ void VLMDisplay::joinRecordsOf(const plist::Dictionary& content) {
   joinFromFile(displayPixelDimensions, VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(
                                            dataIn(content, OverrideKey::pixelDimensions), kStatus, true));
   const auto name = VLMOverrideDisplayName::initWithString(nameWithoutPrefix(productNameIn(content)), kStatus, true);
-  // The system's own name stands here since the display was discovered, and must not keep the file's out.
-  const bool isSystemsName = displayName != nullptr && displayName->status == kOverrideFoundInSystem;
-  if (name != nullptr && isSystemsName && !displayName->isEqualToDisplayName(name.get())) displayName = nullptr;
+  // The system's own name stands here since the display was discovered, and must not keep the file's out. Once the file
+  // is in force the two are often the same.
+  if (name != nullptr && displayName != nullptr && displayName->status == kOverrideFoundInSystem) {
+    if (displayName->isEqualToDisplayName(name.get())) name->status |= kOverrideFoundInSystem;
+    displayName = nullptr;
+  }
   mergeDisplayName(name);
 
   const bool hasPolicy = content.contains(OverrideKey::refreshRatePolicy);
@@ -268,7 +290,12 @@ namespace {
 template <class Record>
 void restore(const std::shared_ptr<Record>& record) {
   if (record == nullptr) return;
-  if (const auto original = record->original) ((*record).*Record::kFill)(*original);
+  if (const auto original = record->original) {
+    ((*record).*Record::kFill)(*original);
+  } else {
+    // It was not in the override file.
+    record->shouldOverride = false;
+  }
   record->status = kOverrideFoundInSettings;
 }
 

@@ -197,7 +197,10 @@ plist::Dictionary VLMDisplay::encodeReadable() const {
   addUnlessEmpty("defaultResolution", defaultResolution);
   addUnlessEmpty("displayPixelDimensions", displayPixelDimensions);
   if (displayName != nullptr && displayName->name) entries.push_back({"displayName", displayName->encodeReadable()});
-  if (displayFreqPolicy != nullptr) entries.push_back({"displayFreqPolicy", displayFreqPolicy->encodeReadable()});
+  // A policy that is nowhere on says nothing: saved, it would stand against one that somebody puts into the file.
+  if (displayFreqPolicy != nullptr && (displayFreqPolicy->settingActual || displayFreqPolicy->settingInOverride)) {
+    entries.push_back({"displayFreqPolicy", displayFreqPolicy->encodeReadable()});
+  }
   if (importedEDID) entries.push_back({"importedEDID", *importedEDID});
   return plist::Dictionary(std::move(entries));
 }

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "Models/DisplayTransaction.h"
@@ -383,12 +384,19 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   void joinCurrentMode(const VLMMode& mode);
   void markOfferedResolutions();
   std::shared_ptr<VLMMode> findNativeMode() const;
+  void followOverrideFile(const VLMDisplay& writer);
+  std::vector<std::string> namesOfTwins() const;
+  std::vector<TimingLimits> timingLimits();
   void composeResolutions(OverrideComposition& composition, plist::Array& extensionTimings);
   void composeEDID(OverrideComposition& composition, const plist::Array& extensionTimings);
   /// The EDID that extension timings can be put into, without ours; the reason when there is none.
   std::optional<plist::Data> baseOfExtensions(const plist::Dictionary& content, std::string& reason);
   std::optional<std::string> writeContent(const plist::Dictionary& content);
-  void takeOverridesForRead();
+  /// What writing the file has changed for this display and for all others that it is for.
+  void overrideFileWasWritten();
+  /// The monitor's own EDID: neither a synthetic one nor one that we have installed; absent when nobody tells it.
+  std::optional<plist::Data> ownEDID();
+  plist::Data ownIdentity();
   void copyModesFrom(const VLMDisplay& saved);
   void linkAliases();
   void readRegistry(const plist::Dictionary& registry);
@@ -401,6 +409,11 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   void turnBrightnessDown();
   /// What it is known by as long as the process lives, over rebuilds and reconnections.
   std::int64_t identity() const { return monitorResID.value_or(kUnmatchedResID); }
+
+  /// Hashes of the override file's items as they were read last: what came into the file since is not ours to remove.
+  std::unordered_set<std::size_t> itemsReadLast_;
+  /// The file, as it was read last, installs other resolutions than those that shall be.
+  bool fileHasOtherResolutions_ = false;
 
   bool isDirty_ = false;
   bool isDirtyStandardMenu_ = false;

@@ -20,6 +20,8 @@ class VLMDisplayContainer {
 
   /// The displays attached now.
   virtual const std::vector<std::shared_ptr<VLMDisplay>>& attachedDisplays() const = 0;
+  /// Every display known, attached or not.
+  virtual const std::vector<std::shared_ptr<VLMDisplay>>& knownDisplays() const = 0;
   /// Whether turning this display off leaves one on. Displays that the open transaction turns off count as off.
   virtual bool canDisableDisplay(const VLMDisplay& display) const = 0;
   /// A second later, when the displays have settled.

@@ -212,6 +212,7 @@ class VLMGlobals final : public VLMDisplayContainer {
   // --- What displays ask ---
 
   const std::vector<std::shared_ptr<VLMDisplay>>& attachedDisplays() const override { return displayArray; }
+  const std::vector<std::shared_ptr<VLMDisplay>>& knownDisplays() const override { return extraDisplayArray; }
   void markActivityChangeOriginatedFromMe() override { activityChangeOriginatedFromMe = true; }
   bool quitsDockAfterEnabling() const override { return quitDockAfterEnabling; }
   bool quitsDockAfterDisabling() const override { return quitDockAfterDisabling; }

@@ -3,13 +3,13 @@
 #include <cmath>
 
 #include "Models/BigEndian.h"
+#include "Models/OverrideContent.h"
 
 namespace vlm {
 
 namespace {
 
-constexpr const char* kKey = "default-resolution";
-constexpr std::size_t kLength = 12;
+constexpr std::size_t kDefaultResolutionLength = 12;
 /// The rate's unit in the file.
 constexpr double kFixedPointOne = 65536;
 /// The same rate once it has been through a file.
@@ -19,7 +19,7 @@ constexpr double kSameHz = 0.01;
 
 std::shared_ptr<VLMOverrideDefaultResolution> VLMOverrideDefaultResolution::initWithDefaultResolutionData(
     const std::optional<plist::Data>& data, std::int16_t status, bool shouldOverride) {
-  if (!data || data->size() < kLength) return nullptr;
+  if (!data || data->size() < kDefaultResolutionLength) return nullptr;
   auto record = std::make_shared<VLMOverrideDefaultResolution>();
   record->Nx = bigEndian32(*data, 0);
   record->Ny = bigEndian32(*data, 4);
@@ -47,14 +47,14 @@ plist::Dictionary VLMOverrideDefaultResolution::encodeReadable() const {
 
 void VLMOverrideDefaultResolution::addInOverrideDictionary(plist::Dictionary& content) const {
   if (!shouldOverride) {
-    content.remove(kKey);
+    content.remove(OverrideKey::defaultResolution);
     return;
   }
   plist::Data data;
   appendBigEndian32(data, Nx);
   appendBigEndian32(data, Ny);
   appendBigEndian32(data, wholePartTo<std::uint32_t>(Hz * kFixedPointOne));
-  content.set(kKey, std::move(data));
+  content.set(OverrideKey::defaultResolution, std::move(data));
 }
 
 void VLMOverrideDefaultResolution::fillWithDefaultResolution(const VLMOverrideDefaultResolution& other) {

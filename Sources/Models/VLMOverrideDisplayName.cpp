@@ -4,11 +4,11 @@
 #include <array>
 #include <string_view>
 
+#include "Models/OverrideContent.h"
+
 namespace vlm {
 
 namespace {
-
-constexpr const char* kKey = "DisplayProductName";
 
 /// The characters of MacRoman above ASCII, from 0x80 on.
 constexpr std::array<std::string_view, 128> kMacRoman{
@@ -71,9 +71,9 @@ plist::Dictionary VLMOverrideDisplayName::encodeReadable() const {
 
 void VLMOverrideDisplayName::addInOverrideDictionary(plist::Dictionary& content) const {
   if (shouldOverride && name) {
-    content.set(kKey, *name);
+    content.set(OverrideKey::productName, *name);
   } else {
-    content.remove(kKey);
+    content.remove(OverrideKey::productName);
   }
 }
 

@@ -1,21 +1,21 @@
 #include "Models/VLMOverrideDisplayPixelDimensions.h"
 
 #include "Models/BigEndian.h"
+#include "Models/OverrideContent.h"
 #include "Shared/Format.h"
 
 namespace vlm {
 
 namespace {
 
-constexpr const char* kKey = "DisplayPixelDimensions";
-constexpr std::size_t kLength = 8;
+constexpr std::size_t kPixelDimensionsLength = 8;
 
 }  // namespace
 
 std::shared_ptr<VLMOverrideDisplayPixelDimensions>
 VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(const std::optional<plist::Data>& data,
                                                                       std::int16_t status, bool shouldOverride) {
-  if (!data || data->size() < kLength) return nullptr;
+  if (!data || data->size() < kPixelDimensionsLength) return nullptr;
   auto record = std::make_shared<VLMOverrideDisplayPixelDimensions>();
   record->Nx = bigEndian32(*data, 0);
   record->Ny = bigEndian32(*data, 4);
@@ -41,13 +41,13 @@ plist::Dictionary VLMOverrideDisplayPixelDimensions::encodeReadable() const {
 
 void VLMOverrideDisplayPixelDimensions::addInOverrideDictionary(plist::Dictionary& content) const {
   if (!shouldOverride) {
-    content.remove(kKey);
+    content.remove(OverrideKey::pixelDimensions);
     return;
   }
   plist::Data data;
   appendBigEndian32(data, Nx);
   appendBigEndian32(data, Ny);
-  content.set(kKey, std::move(data));
+  content.set(OverrideKey::pixelDimensions, std::move(data));
 }
 
 std::string VLMOverrideDisplayPixelDimensions::description() const {

@@ -6,6 +6,7 @@
 #include <limits>
 #include <span>
 
+#include "Models/OverrideContent.h"
 #include "Models/ReadableField.h"
 #include "Shared/VLFlippers.h"
 
@@ -16,7 +17,6 @@ namespace {
 using Field = ReadableField<VLMOverrideMonitorRange>;
 using Record = std::array<std::uint8_t, kIOTimingRangeLength>;
 
-constexpr const char* kKey = "trng";
 // Where the limits stand in the platform's record: 64 bits, Hz, and 32 bits, Hz.
 constexpr std::size_t kMinPixelClockAt = 32, kMaxPixelClockAt = 40, kMinFrameRateAt = 64, kMaxFrameRateAt = 68,
                       kMinLineRateAt = 72, kMaxLineRateAt = 76;
@@ -25,7 +25,7 @@ constexpr double kHzInkHz = 1e3, kHzInMHz = 1e6;
 constexpr double kSame = 0.01;
 
 template <auto kMember>
-constexpr Field realField(std::string_view key) {
+constexpr Field rangeField(std::string_view key) {
   return {.key = key,
           .readKey = key,
           .written = [](const VLMOverrideMonitorRange& range) { return plist::Value(range.*kMember); },
@@ -33,13 +33,13 @@ constexpr Field realField(std::string_view key) {
                      const Field& row) { range.*kMember = dict.real(row.readKey); }};
 }
 
-constexpr std::array kFields{
-    realField<&VLMOverrideMonitorRange::minH>("minH"),
-    realField<&VLMOverrideMonitorRange::maxH>("maxH"),
+constexpr std::array kRangeFields{
+    rangeField<&VLMOverrideMonitorRange::minH>("minH"),
+    rangeField<&VLMOverrideMonitorRange::maxH>("maxH"),
     readable::field<&VLMOverrideMonitorRange::minV>("minV"),
     readable::field<&VLMOverrideMonitorRange::maxV>("maxV"),
-    realField<&VLMOverrideMonitorRange::minPClock>("minPClock"),
-    realField<&VLMOverrideMonitorRange::maxPClock>("maxPClock"),
+    rangeField<&VLMOverrideMonitorRange::minPClock>("minPClock"),
+    rangeField<&VLMOverrideMonitorRange::maxPClock>("maxPClock"),
 };
 
 /// A field of the record; all ones say that there is no such limit.
@@ -82,7 +82,7 @@ std::shared_ptr<VLMOverrideMonitorRange> VLMOverrideMonitorRange::initWithIODisp
 std::shared_ptr<VLMOverrideMonitorRange> VLMOverrideMonitorRange::initAndDecodeReadableWith(
     const plist::Dictionary& dict) {
   auto record = std::make_shared<VLMOverrideMonitorRange>();
-  for (const Field& row : kFields) row.read(*record, dict, row);
+  for (const Field& row : kRangeFields) row.read(*record, dict, row);
   record->shouldOverride = dict.boolean("shouldOverride");
   record->status = kOverrideFoundInSettings;
   return record;
@@ -90,14 +90,14 @@ std::shared_ptr<VLMOverrideMonitorRange> VLMOverrideMonitorRange::initAndDecodeR
 
 plist::Dictionary VLMOverrideMonitorRange::encodeReadable() const {
   plist::Dictionary dict;
-  for (const Field& row : kFields) dict.set(row.key, row.written(*this));
+  for (const Field& row : kRangeFields) dict.set(row.key, row.written(*this));
   dict.set("shouldOverride", shouldOverride);
   return dict;
 }
 
 void VLMOverrideMonitorRange::addInOverrideDictionary(plist::Dictionary& content) const {
   if (!shouldOverride) {
-    content.remove(kKey);
+    content.remove(OverrideKey::timingRange);
     return;
   }
   plist::Data record(kIOTimingRangeLength);
@@ -108,7 +108,7 @@ void VLMOverrideMonitorRange::addInOverrideDictionary(plist::Dictionary& content
   putLimit(record, kMinPixelClockAt, wholePartTo<std::uint64_t>(minPClock * kHzInMHz));
   putLimit(record, kMaxPixelClockAt, wholePartTo<std::uint64_t>(maxPClock * kHzInMHz));
   Common_FlipIOTimingRange(std::span<std::uint8_t, kIOTimingRangeLength>(record), false);
-  content.set(kKey, std::move(record));
+  content.set(OverrideKey::timingRange, std::move(record));
 }
 
 void VLMOverrideMonitorRange::fillWithTimingRange(const VLMOverrideMonitorRange& other) {

@@ -47,10 +47,9 @@ void consolidate(VLMOverrideResolution& resolution) {
 constexpr std::uint32_t kDisplayDescriptor = 0x0000, kUnusedDescriptor = 0x0101;
 /// Flags, byte 17.
 constexpr std::uint8_t kSeparateSync = 0x18, kPositiveH = 0x02, kPositiveV = 0x04, kDescriptorInterlaced = 0x80;
-/// Hz of one unit; what is above a whole number of them is cut off.
+/// Hz of one unit; what is above a whole number of them is cut off. A decimal number of MHz whose nearest binary
+/// fraction lies below it loses a unit (32.01 MHz is stored as 32.00), which still counts as the same timing.
 constexpr std::int64_t kClockUnit = 10000;
-/// Hz that the nearest binary fraction of a decimal number of MHz may lack: 32.01 MHz would be stored as 32.00.
-constexpr double kMissingInFraction = 0.001;
 
 plist::Data descriptorOf(const VLMOverrideResolution& timing) {
   const std::uint32_t fields = timing.interlaced ? 2 : 1;
@@ -58,9 +57,7 @@ plist::Data descriptorOf(const VLMOverrideResolution& timing) {
                       blanking = front + sync + timing.backNy / fields;
   const std::uint32_t blankingX = timing.frontNx + timing.syncNx + timing.backNx;
   plist::Data bytes(VLMOverrideResolution::kDescriptorLength);
-  putLittle16(
-      bytes, 0,
-      truncateTo<std::uint32_t>(wholePartTo<std::int64_t>(1e6 * timing.pixelClock + kMissingInFraction) / kClockUnit));
+  putLittle16(bytes, 0, truncateTo<std::uint32_t>(wholePartTo<std::int64_t>(1e6 * timing.pixelClock) / kClockUnit));
   bytes[2] = byteOf(timing.activeNx);
   bytes[3] = byteOf(blankingX);
   bytes[4] = byteOf(bits(timing.activeNx, 4, 8) << 4 | bits(blankingX, 4, 8));

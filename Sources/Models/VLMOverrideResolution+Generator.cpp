@@ -287,7 +287,7 @@ void VLMOverrideResolution::generateAllValuesWithGranAct(std::span<VLMOverrideRe
   if (granAct == 0) return;
   while (!resolutions.empty()) {
     const std::size_t count = std::min(resolutions.size(), kGroups * kLanes);
-    generate(resolutions.first(count), granAct, std::min(type, kOwnBlanking));
+    generate(resolutions.first(count), granAct, type);
     resolutions = resolutions.subspan(count);
   }
 }

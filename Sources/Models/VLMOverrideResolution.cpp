@@ -123,6 +123,8 @@ std::shared_ptr<VLMOverrideResolution> VLMOverrideResolution::duplicate() const 
   resolution->status = 0;
   resolution->origin = kOriginFile;
   resolution->original.reset();
+  // It is there to be changed.
+  resolution->isDuplicate = false;
   return resolution;
 }
 

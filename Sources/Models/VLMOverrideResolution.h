@@ -22,7 +22,8 @@ class VLMOverrideResolution {
  public:
   /// `resolutionType`.
   static constexpr std::uint32_t kCustomTiming = 0, kScaled = 1, kStandardMode = 2;
-  /// Types of generateValuesWithGranAct; every one above is treated as the last.
+  /// Types of generateValuesWithGranAct. Every one above is made as the last, but for the front porch: 8 pixels are the
+  /// last one's alone.
   static constexpr std::uint32_t kGTF = 0, kCVT = 1, kCVTReduced = 2, kCVTReduced2 = 3, kOwnBlanking = 4;
   /// `origin`: from the override file's own keys (and duplicates made by the user), or from its backup section.
   static constexpr std::uint16_t kOriginFile = 1, kOriginBackup = 2;
