@@ -65,37 +65,6 @@ Outcome openSettings(Simulator& simulator, Arguments) {
   return {};
 }
 
-/// A text that would be read as something else is marked as one.
-constexpr std::string_view kTextMark = "text:";
-
-plist::Value valueFrom(const std::string& text) {
-  if (text.starts_with(kTextMark)) return text.substr(kTextMark.size());
-  if (text == "true" || text == "false") return text == "true";
-  if (const auto number = parseInteger(text)) return *number;
-  if (const auto real = parseReal(text)) return *real;
-  return text;
-}
-
-/// Makes the dictionaries on the way where there is nothing. False when something else stands there.
-bool setValueAt(plist::Value& root, std::string_view keyPath, const plist::Value& value) {
-  const std::size_t dot = keyPath.find('.');
-  const std::string_view key = keyPath.substr(0, dot);
-  plist::Value* place = nullptr;
-  if (plist::Array* const array = root.array()) {
-    const auto index = parseInteger(key);
-    if (!index || *index < 0 || static_cast<std::size_t>(*index) >= array->size()) return false;
-    place = &(*array)[static_cast<std::size_t>(*index)];
-  } else if (plist::Dictionary* const dictionary = root.dictionary()) {
-    if (!dictionary->contains(key)) dictionary->set(key, plist::Dictionary());
-    place = dictionary->find(key);
-  } else {
-    return false;
-  }
-  if (dot != std::string_view::npos) return setValueAt(*place, keyPath.substr(dot + 1), value);
-  *place = value;
-  return true;
-}
-
 Outcome notOpen() { return Outcome::refused("the control application has not read the settings: settings open"); }
 
 Outcome setSetting(Simulator& simulator, Arguments arguments) {
@@ -124,7 +93,7 @@ constexpr std::array kCommands{
     Command{"settings open", "", 0, 0, "the control application reads the settings file", "settings open",
             openSettings},
     Command{"settings set", "KEYPATH VALUE", 2, 2,
-            "it changes what it has read; true, false, numbers, other texts; text:12 for a text",
+            "it changes what it has read; true, false, numbers, other texts; text:12 for a text, data:0A1F for bytes",
             "settings set launchShortCut 28421", setSetting},
     Command{"settings save", "", 0, 0, "it writes that back; nobody is told", "settings save", saveSettings},
 };

@@ -8,6 +8,7 @@
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/EdidView.h"
 #include "Simulator/Program/OnDisplay.h"
 #include "Simulator/Program/Paths.h"
 #include "Simulator/Program/Simulator.h"
@@ -117,6 +118,11 @@ void putField(plist::Data& edid, const EdidField& field, std::int64_t value) {
 }
 
 Outcome edid(Simulator& simulator, Arguments arguments) {
+  if (arguments.size() == 1) return showEdid(simulator, arguments[0]);
+  if (arguments[1] == "--raw") {
+    if (arguments.size() == 2) return Outcome::refused("behind --raw stands a file");
+    return saveEdid(simulator, arguments[0], arguments[2]);
+  }
   const auto found = simulator.displayNamed(arguments[0]);
   if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
   const SimulatedDisplay& display = *std::get<SimulatedDisplay*>(found);
@@ -205,8 +211,10 @@ constexpr std::array kCommands{
             plugUnnoticed},
     Command{"uuid", "DISPLAY UUID", 2, 2, "the system knows a display by another UUID",
             "uuid Left 11111111-2222-3333-4444-555555555555", uuid},
-    Command{"edid", "DISPLAY FILE | DISPLAY product|serial|week|year NUMBER", 2, 3,
-            "an unplugged monitor has another EDID, or another number in it", "edid Left year 2021", edid},
+    Command{
+        "edid", "DISPLAY [--raw|product|serial|week|year|FILE] [FILE|NUMBER]", 1, 3,
+        "what its EDID says, or its bytes into a file; an unplugged monitor has another one, or another number in it",
+        "edid Left", edid, true},
     Command{"switch-user", "[away|back]", 0, 1, "to another user and back", "switch-user away", switchUser},
     Command{"storm", "DISPLAY COUNT [mode|added|removed]", 2, 3, "callbacks for nothing: repeated, out of order, late",
             "storm Left 5", storm},

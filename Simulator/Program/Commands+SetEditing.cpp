@@ -4,9 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "Models/VLMGlobals.h"
 #include "Platform/Numbers.h"
-#include "Platform/Process.h"
 #include "Shared/Shortcuts.h"
 #include "Simulator/Mac/AtomicFile.h"
 #include "Simulator/Mac/Bookmark.h"
@@ -15,6 +13,7 @@
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/OnDocument.h"
 #include "Simulator/Program/Paths.h"
 #include "Simulator/Program/SetEditing.h"
 #include "Simulator/Program/Simulator.h"
@@ -47,30 +46,6 @@ Outcome editedSet(Simulator& simulator, const std::string& name, Edit edit) {
     if (const auto* reason = std::get_if<std::string>(&found)) return *reason;
     return edit(settings, *std::get<plist::Dictionary*>(found));
   });
-}
-
-/// Does something with the running daemon's document, within its process.
-template <class Action>
-Refusal withDocument(Simulator& simulator, Action action) {
-  Session* const session = simulator.daemon();
-  if (session == nullptr) return "no daemon runs; launch-daemon starts one";
-  const Process::Scope inDaemon(session->process());
-  return action(VLMGlobals::sharedInstance());
-}
-
-/// One that is not plugged in is known by what the daemon remembers of it.
-std::variant<EditedDisplay, std::string> displayIn(const VLMGlobals& document, Simulator& simulator,
-                                                   const std::string& text) {
-  const auto found = simulator.displayNamed(text);
-  if (const auto* reason = std::get_if<std::string>(&found)) return *reason;
-  const SimulatedDisplay& display = *std::get<SimulatedDisplay*>(found);
-  std::shared_ptr<VLMDisplay> record = display.id == 0 ? nullptr : document.displayWithcgID(display.id);
-  for (const auto& known : document.extraDisplayArray) {
-    if (!record && display.id == 0 && known->displayUUIDString == display.uuid) record = known;
-  }
-  const std::string& name = display.description.name;
-  if (!record || !record->monitorResID) return "the daemon does not know " + quoted(name);
-  return EditedDisplay{.name = name, .monitorResID = *record->monitorResID, .record = record};
 }
 
 // --- Making and removing ---

@@ -124,10 +124,10 @@ std::string usage(const Command& command) {
 const std::vector<Command>& allCommands() {
   static const std::vector<Command> kAll = [] {
     std::vector<Command> all;
-    for (const auto theme :
-         {showCommands(), setCommands(), setEditingCommands(), machineCommands(), displayCommands(), monitorCommands(),
-          inputCommands(), eventCommands(), daemonCommands(), settingsCommands(), diskCommands(), fileCommands(),
-          displayExpectations(), daemonExpectations(), std::span<const Command>(kHelpCommands)}) {
+    for (const auto theme : {showCommands(), setCommands(), setEditingCommands(), overrideCommands(), machineCommands(),
+                             displayCommands(), monitorCommands(), inputCommands(), eventCommands(), daemonCommands(),
+                             settingsCommands(), diskCommands(), fileCommands(), displayExpectations(),
+                             overrideExpectations(), daemonExpectations(), std::span<const Command>(kHelpCommands)}) {
       all.insert(all.end(), theme.begin(), theme.end());
     }
     return all;

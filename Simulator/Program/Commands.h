@@ -16,6 +16,7 @@ const std::vector<Command>& allCommands();
 std::span<const Command> showCommands();
 std::span<const Command> setCommands();
 std::span<const Command> setEditingCommands();
+std::span<const Command> overrideCommands();
 std::span<const Command> machineCommands();
 std::span<const Command> displayCommands();
 std::span<const Command> monitorCommands();
@@ -26,6 +27,7 @@ std::span<const Command> settingsCommands();
 std::span<const Command> diskCommands();
 std::span<const Command> fileCommands();
 std::span<const Command> displayExpectations();
+std::span<const Command> overrideExpectations();
 std::span<const Command> daemonExpectations();
 
 /// The word that asks a command for its answer in JSON.

@@ -93,10 +93,12 @@ Words choicesFor(Simulator& simulator, std::string token, const TypedLine& line)
   if (token == "COMMAND") return firstWordsOfCommands();
   if (token == "MESSAGE") return simulator.knownMessages();
   if (token == "ANNOUNCEMENT") return {kAnnouncements.begin(), kAnnouncements.end()};
-  if (token.starts_with("WIDTHxHEIGHT")) return modesOf(simulator, line.words.back());
+  Words choices;
+  if (token.starts_with("WIDTHxHEIGHT")) choices = modesOf(simulator, line.words.back());
   std::replace(token.begin(), token.end(), '|', ' ');
-  Words choices = wordsOf(token);
-  std::erase_if(choices, [](const std::string& choice) { return !isLiteral(choice); });
+  for (const std::string& choice : wordsOf(token)) {
+    if (isLiteral(choice)) choices.push_back(choice);
+  }
   return choices;
 }
 

@@ -144,6 +144,16 @@ Outcome expectNotPosted(Simulator& simulator, Arguments arguments) {
   return simulator.wasPosted(arguments[0]) ? Outcome::notHeld("a daemon has announced it") : Outcome{};
 }
 
+Outcome expectFails(Simulator& simulator, Arguments arguments) {
+  if (arguments[0].empty()) return emptyText();
+  const auto call = callFor({arguments.begin() + 1, arguments.end()});
+  if (const auto* reason = std::get_if<std::string>(&call)) return Outcome::refused(*reason);
+  const Outcome outcome = runCall(simulator, std::get<Call>(call));
+  if (outcome.held()) return Outcome::notHeld("it did not fail");
+  if (outcome.reason.find(arguments[0]) != std::string::npos) return {};
+  return Outcome::notHeld("it failed for another reason: " + outcome.reason);
+}
+
 constexpr std::array kCommands{
     Command{"remember", "KEYPATH", 1, 1, "keeps a value of the settings file for expect unchanged",
             "remember allDisplays", rememberSetting},
@@ -170,6 +180,8 @@ constexpr std::array kCommands{
             expectPosted},
     Command{"expect no posted", "ANNOUNCEMENT", 1, 1, "no daemon has announced it", "expect no posted daemonStopped",
             expectNotPosted},
+    Command{"expect fails", "TEXT COMMAND...", 2, 20, "the command fails, and the reason has the text",
+            "expect fails \"no mode\" mode Left huge", expectFails},
 };
 
 }  // namespace

@@ -1,0 +1,210 @@
+#include "Simulator/Program/OverrideTexts.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Platform/Files.h"
+#include "Platform/Process.h"
+#include "Shared/VLMExtension.h"
+#include "Simulator/Program/DisplayTexts.h"
+#include "Simulator/Program/Views.h"
+
+namespace vlm::sim {
+
+namespace {
+
+std::string sizeOf(std::uint32_t width, std::uint32_t height) {
+  return std::to_string(width) + "x" + std::to_string(height);
+}
+
+std::string spanText(double lowest, double highest) { return shortNumber(lowest) + "-" + shortNumber(highest); }
+
+// --- Each record in the form of its command; asked of one that shall be in the file ---
+
+std::string textOf(const VLMOverrideDisplayName& name) { return name.name.value_or(""); }
+
+std::string textOf(const VLMOverrideMonitorRange& range) {
+  if (range.isEmpty()) return "-";
+  return spanText(range.minH, range.maxH) + " " + spanText(range.minV, range.maxV) + " " +
+         spanText(range.minPClock, range.maxPClock);
+}
+
+std::string textOf(const VLMOverrideDefaultResolution& resolution) {
+  return sizeOf(resolution.Nx, resolution.Ny) + "@" + shortNumber(resolution.Hz);
+}
+
+std::string textOf(const VLMOverrideDisplayPixelDimensions& dimensions) { return sizeOf(dimensions.Nx, dimensions.Ny); }
+
+template <class Record>
+std::string commandText(const std::shared_ptr<Record>& record) {
+  return record != nullptr && record->shouldOverride ? textOf(*record) : "off";
+}
+
+std::string policyText(const VLMDisplay& display) {
+  return display.displayFreqPolicy != nullptr && display.displayFreqPolicy->settingActual ? "on" : "off";
+}
+
+std::string importText(const VLMDisplay& display) {
+  if (!display.importedEDID) return "off";
+  return display.importedEDIDKeepsID ? "monitor's identity" : "own identity";
+}
+
+struct RecordRow {
+  std::string_view name;
+  std::string (*text)(const VLMDisplay& display);
+};
+constexpr std::array kRecords{
+    RecordRow{"name", [](const VLMDisplay& display) { return commandText(display.displayName); }},
+    RecordRow{"range", [](const VLMDisplay& display) { return commandText(display.monitorTiming); }},
+    RecordRow{"default", [](const VLMDisplay& display) { return commandText(display.defaultResolution); }},
+    RecordRow{"pixels", [](const VLMDisplay& display) { return commandText(display.displayPixelDimensions); }},
+    RecordRow{"policy", policyText},
+    RecordRow{"import", importText},
+};
+
+// --- States ---
+
+plist::Array stateWords(std::int16_t status, bool isModified) {
+  plist::Array words;
+  if (isModified) words.emplace_back("not written yet");
+  if ((status & kOverrideFoundInOverrideFile) != 0) words.emplace_back("in the file");
+  if ((status & kOverrideFoundInSettings) != 0) words.emplace_back("in the settings");
+  if ((status & kOverrideFoundInSystem) != 0) words.emplace_back("offered now");
+  return words;
+}
+
+template <class Record>
+void addRecord(plist::Array& records, const char* what, const std::shared_ptr<Record>& record) {
+  if (record == nullptr) return;
+  records.emplace_back(plist::Dictionary{{"record", what},
+                                         {"value", textOf(*record)},
+                                         {"overrides", record->shouldOverride},
+                                         {"status", stateWords(record->status, record->isModified())}});
+}
+
+void addPolicy(plist::Array& records, const VLMOverrideBoolSettting* policy) {
+  if (policy == nullptr) return;
+  plist::Array status;
+  if (policy->shouldOverride()) status.emplace_back("not written yet");
+  if (policy->settingInOverride) status.emplace_back("in the file");
+  if (policy->settingInPreferences) status.emplace_back("in the settings");
+  records.emplace_back(plist::Dictionary{{"record", "policy"},
+                                         {"value", policy->settingActual ? "on" : "off"},
+                                         {"overrides", policy->settingActual},
+                                         {"status", std::move(status)}});
+}
+
+void addEdid(plist::Array& records, const VLMDisplay& display) {
+  plist::Array status;
+  if (display.hasToOverrideImportedEDID()) status.emplace_back("not written yet");
+  if (display.inOverrideFileEDID) status.emplace_back("in the file");
+  std::string value = display.importedEDID ? "imported, with its own identity" : "the monitor's own";
+  if (display.importedEDID && display.importedEDIDKeepsID) value = "imported, with the monitor's identity";
+  if (display.inOverrideFileEDID) {
+    if (hasImportedMark(*display.inOverrideFileEDID)) status.emplace_back("marked as imported");
+    const std::size_t timings = timingsInVLMExtensions(*display.inOverrideFileEDID).size();
+    if (timings > 0) status.emplace_back("custom timings in it: " + std::to_string(timings));
+  }
+  records.emplace_back(plist::Dictionary{{"record", "import"},
+                                         {"value", value},
+                                         {"overrides", display.importedEDID.has_value()},
+                                         {"status", std::move(status)}});
+}
+
+plist::Dictionary resolutionView(VLMDisplay& display, const VLMOverrideResolution& entry) {
+  const bool isScaled = entry.resolutionType == VLMOverrideResolution::kScaled;
+  plist::Dictionary view{{"name", entry.displayedModeName()},
+                         {"kind", kindText(entry)},
+                         {"width", isScaled ? entry.scaledNx : entry.activeNx},
+                         {"height", isScaled ? entry.scaledNy : entry.activeNy},
+                         {"overrides", entry.toInstall},
+                         {"status", stateWords(entry.status, entry.isModified())}};
+  if (entry.resolutionType == VLMOverrideResolution::kStandardMode) view.set("systemNumber", entry.appleID);
+  if (!isScaled) {
+    view.set("refreshHz", rateView(entry.vfreq));
+    view.set("pixelClockMHz", rateView(entry.pixelClock));
+    view.set("lineRateKHz", rateView(entry.hfreq));
+    view.set("interlaced", entry.interlaced);
+  }
+  plist::Array findings;
+  for (const std::string& finding : display.findingsOf(entry)) findings.emplace_back(finding);
+  if (entry.isDuplicate) findings.emplace_back("it is there twice");
+  view.set("findings", std::move(findings));
+  return view;
+}
+
+}  // namespace
+
+bool ResolutionArgument::matches(const VLMOverrideResolution& entry) const {
+  if (entry.resolutionType == VLMOverrideResolution::kScaled) {
+    return !interlaced && !mode.refreshHz && mode.matches(entry.scaledNx, entry.scaledNy, 0);
+  }
+  return interlaced == entry.interlaced && mode.matches(entry.activeNx, entry.activeNy, entry.vfreq);
+}
+
+std::optional<ResolutionArgument> parseResolution(std::string_view text) {
+  std::string plain(text);
+  const std::size_t end = std::min(plain.find('@'), plain.size());
+  const bool interlaced = end > 0 && plain[end - 1] == 'i';
+  if (interlaced) plain.erase(end - 1, 1);
+  const auto mode = parseMode(plain);
+  return mode ? std::optional(ResolutionArgument{.mode = *mode, .interlaced = interlaced}) : std::nullopt;
+}
+
+std::optional<SpanArgument> parseSpan(std::string_view text) {
+  const std::size_t dash = text.find('-');
+  if (dash == std::string_view::npos) return std::nullopt;
+  const auto lowest = parseReal(text.substr(0, dash));
+  const auto highest = parseReal(text.substr(dash + 1));
+  if (!lowest || !highest || *lowest < 0 || *highest < *lowest) return std::nullopt;
+  return SpanArgument{.lowest = *lowest, .highest = *highest};
+}
+
+std::string kindText(const VLMOverrideResolution& entry) {
+  if (entry.resolutionType == VLMOverrideResolution::kScaled) return "scaled";
+  return entry.resolutionType == VLMOverrideResolution::kStandardMode ? "standard" : "custom";
+}
+
+std::string timingText(const VLMOverrideResolution& entry) {
+  const auto parts = [](std::initializer_list<std::uint32_t> figures) {
+    std::string text;
+    for (const std::uint32_t figure : figures) text += (text.empty() ? "" : " + ") + std::to_string(figure);
+    return text;
+  };
+  return shortNumber(entry.pixelClock) + " MHz, " + shortNumber(entry.hfreq) + " kHz, " +
+         parts({entry.activeNx, entry.frontNx, entry.syncNx, entry.backNx}) + " pixels, " +
+         parts({entry.activeNy, entry.frontNy, entry.syncNy, entry.backNy}) +
+         " lines (active, front porch, sync, back porch)";
+}
+
+std::optional<std::string> recordText(const VLMDisplay& display, std::string_view record) {
+  for (const RecordRow& row : kRecords) {
+    if (row.name == record) return row.text(display);
+  }
+  return std::nullopt;
+}
+
+plist::Dictionary overridesView(VLMDisplay& display, const std::string& name) {
+  const auto content = display.makeContentOfOverrideDictionary(true);
+  const std::string path = display.overridePathForSaving();
+  plist::Dictionary view{{"display", name},
+                         {"file", path},
+                         {"fileExists", os().files.checkResourceIsReachable(path)},
+                         {"fileFound", display.typeOfOverrideFile != 0},
+                         {"needsWriting", display.willNeedToSaveOverride()},
+                         {"hasBackup", content.has_value() && content->contains("Velmoratix backup settings")}};
+  plist::Array resolutions;
+  for (const auto& entry : display.overridenModes) resolutions.emplace_back(resolutionView(display, *entry));
+  view.set("resolutions", std::move(resolutions));
+  plist::Array records;
+  addRecord(records, "name", display.displayName);
+  addRecord(records, "range", display.monitorTiming);
+  addRecord(records, "default", display.defaultResolution);
+  addRecord(records, "pixels", display.displayPixelDimensions);
+  addPolicy(records, display.displayFreqPolicy.get());
+  addEdid(records, display);
+  view.set("records", std::move(records));
+  return view;
+}
+
+}  // namespace vlm::sim

@@ -1,0 +1,75 @@
+#include <gtest/gtest.h>
+
+#include "Simulator/Mac/PropertyListFile.h"
+#include "Simulator/Program/Json.h"
+#include "Tests/Simulator/Program/ProgramFixture.h"
+
+namespace vlm::sim {
+namespace {
+
+TEST(OverrideCommands, RefuseWithTheArgumentAndTheReason) {
+  struct Row {
+    const char* line;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"override add Left 1600@60 cvt", "\"1600@60\" is no resolution"},
+      {"override add Left 1600x900i60 cvt", "is no resolution"},
+      {"override add Left 1600x900 cvt", "needs a rate"},
+      {"override add Left 40000x900@60 cvt", "is beyond 32767 pixels"},
+      {"override add Left 1600x900@60 vesa", "\"vesa\" is none of gtf, cvt"},
+      {"override add Left 1601x901@61 standard", "not in the platform's table"},
+      {"override add Left 1280x720i scaled", "never interlaced"},
+      {"override remove Left 1600x900@60", "\"Left\" has no custom resolution \"1600x900@60\""},
+      {"override remove Left some", "neither all nor a resolution"},
+      {"override range Left 30-81", "MINH-MAXH MINV-MAXV"},
+      {"override range Left 81-30 56-76 25-170", "\"81-30\" is no range"},
+      {"override default Left 1920x1080", "a resolution with a rate"},
+      {"override pixels Left 1920x1080@60", "a size such as"},
+      {"override name Left \"\"", "a name has characters"},
+      {"override import Left off --own-identity", "behind the file stands"},
+      {"override import Left ~/none.bin", "~/none.bin: "},
+      {"override policy Left yes", "neither on nor off"},
+      {"edid Left --raw", "behind --raw stands a file"},
+      {"expect override Left name", "stands a value"},
+      {"override show Nobody", "Nobody"},
+  };
+  Desk desk;
+  for (const Row& row : rows) {
+    const Outcome outcome = desk.play({row.line});
+    EXPECT_EQ(outcome.status, Outcome::Status::refused) << row.line;
+    EXPECT_NE(outcome.reason.find(row.reason), std::string::npos) << outcome.reason;
+  }
+  // None of them has left anything behind.
+  EXPECT_TRUE(desk.play({"expect override Left range off", "expect override Left default off"}).held());
+}
+
+TEST(OverrideCommands, PrintWhatSpeaksAgainstATimingBelowIt) {
+  Desk desk;
+  const Outcome outcome = desk.play(
+      {"override range Left 30-60 50-76 25-170", "override add Left 2560x1440@75 cvt-rb", "override show Left"});
+  ASSERT_TRUE(outcome.held()) << outcome.reason;
+  const std::string text = desk.data.str();
+  const std::size_t entry = text.rfind("2560 × 1440");
+  EXPECT_NE(text.find("! pixel clock", entry), std::string::npos) << text;
+  EXPECT_LT(text.find("! pixel clock", entry), text.find("RECORD", entry)) << text;
+}
+
+TEST(EdidCommand, ShowsAndSavesWhatTheDaemonReads) {
+  Desk desk;
+  ASSERT_TRUE(desk.play({"edid Left --json", "edid Left --raw ~/left.bin"}).held());
+  const auto view = valueFromJson(desk.data.str());
+  ASSERT_TRUE(view) << desk.data.str();
+  EXPECT_EQ(view->dictionary()->string("name"), "Left");
+  const auto& timing = *view->dictionary()->array("timings")->front().dictionary();
+  EXPECT_TRUE(timing.boolean("preferred"));
+  EXPECT_EQ(timing.sInt64("width"), 2560);
+  EXPECT_TRUE(view->dictionary()->array("findings")->empty());
+  std::string reason;
+  const auto file = readFile(desk.simulator.mac().homeFolder() + "/left.bin", kLongestEdid, reason);
+  const plist::Data& edid = desk.simulator.mac().display("Left").description.edid;
+  EXPECT_EQ(file, std::string(edid.begin(), edid.end()));
+}
+
+}  // namespace
+}  // namespace vlm::sim
