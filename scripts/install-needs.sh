@@ -1,16 +1,17 @@
 #!/usr/bin/env bash
 # Installs what a stock Debian 12 lacks, by name; does nothing, quickly, when all is there.
 #   scripts/install-needs.sh NEED...
-# NEED: build, test, benchmark, cross.
+# NEED: build, test, fuzz, benchmark, cross.
 set -euo pipefail
 
 packages_for() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config libplist-dev libcli11-dev nlohmann-json3-dev libedit-dev ;;
     test) echo libgtest-dev clang clang-format clang-tidy libplist-utils edid-decode icc-profiles-free ;;
-    benchmark) echo libbenchmark-dev ;;
+    fuzz) echo clang libclang-rt-14-dev ;;
+    benchmark) echo libbenchmark-dev libxcvt-dev ;;
     cross) echo clang-19 lld-19 libc++-19-dev ninja-build ;;
-    *) echo "install-needs.sh: unknown need '$1' (build, test, benchmark, cross)" >&2; return 2 ;;
+    *) echo "install-needs.sh: unknown need '$1' (build, test, fuzz, benchmark, cross)" >&2; return 2 ;;
   esac
 }
 
