@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "Models/VLMDisplay.h"
+#include "Platform/Process.h"
+#include "Simulator/Mac/Machine.h"
+#include "Simulator/Mac/SessionPorts.h"
+#include "Simulator/Mac/SimulatedMac.h"
+
+namespace vlm::fuzz {
+
+/// A record as a settings file has it once it was read from one: the first time some fields are left out on purpose.
+inline plist::Dictionary readBack(const plist::Dictionary& record) {
+  return VLMDisplay::initAndDecodeReadableWith(record, nullptr)->encodeReadable();
+}
+
+/// A simulated Mac that all executions of a target share: making one takes too long. Each execution makes a Process of
+/// its own over `session`'s ports, so that nothing of the daemon's lasts; and whatever changes the machine itself, a
+/// target leaves out.
+struct FuzzMac {
+  /// By the name of one of Simulator/Machines; its displays have a few modes, for the hundreds cost most of the time.
+  explicit FuzzMac(const std::string& machine)
+      : mac(withFewModes(machineNamed(machine))),
+        session(mac.addSession({.bundleIdentifier = "org.kelvane.velmoratix.daemon", .name = "daemon"})) {
+    mac.logEnabled = false;
+  }
+
+  static sim::MachineDescription machineNamed(const std::string& name) {
+    auto machine = sim::readMachine(std::string(VELMORATIX_MACHINES_FOLDER) + "/" + name + ".plist");
+    if (std::holds_alternative<std::string>(machine)) std::abort();
+    return std::get<sim::MachineDescription>(std::move(machine));
+  }
+
+  static sim::MachineDescription withFewModes(sim::MachineDescription machine) {
+    for (sim::DisplayDescription& display : machine.displays) {
+      display.mode.clear();
+      display.listedModes = {{.width = 1920, .height = 1080},
+                             {.width = 960, .height = 540, .scale = 2.0F},
+                             {.width = 1280, .height = 720, .refreshHz = 50}};
+    }
+    return machine;
+  }
+
+  /// The session's ports with others in place of some.
+  Ports portsWith(Files& files) {
+    Ports base = session.ports();
+    return withPorts(base, files, base.monitorBus, base.runLoop);
+  }
+  Ports portsWith(MonitorBus& monitorBus, RunLoop& runLoop) {
+    Ports base = session.ports();
+    return withPorts(base, base.files, monitorBus, runLoop);
+  }
+
+  sim::SimulatedMac mac;
+  sim::Session& session;
+
+ private:
+  static Ports withPorts(const Ports& base, Files& files, MonitorBus& monitorBus, RunLoop& runLoop) {
+    return {.appleEvents = base.appleEvents,
+            .application = base.application,
+            .bundle = base.bundle,
+            .colorSync = base.colorSync,
+            .files = files,
+            .input = base.input,
+            .registry = base.registry,
+            .monitorBus = monitorBus,
+            .notifications = base.notifications,
+            .powerSources = base.powerSources,
+            .preferences = base.preferences,
+            .quartz = base.quartz,
+            .runLoop = runLoop,
+            .skyLight = base.skyLight,
+            .system = base.system,
+            .userInterface = base.userInterface,
+            .workspace = base.workspace};
+  }
+};
+
+}  // namespace vlm::fuzz
