@@ -93,7 +93,7 @@ class Deriver {
   float defaultScale() const {
     constexpr std::uint32_t kDenseWidth = 3840;
     const bool isDense = options_.builtIn || native_.horizontalActive >= kDenseWidth;
-    return options_.hiDPI && canHalve() && isDense ? kHiDPIScale : 1.0F;
+    return options_.hiDPI && canHalve() && isDense && !native_.interlaced ? kHiDPIScale : 1.0F;
   }
 
   bool isNativeSize(const Timing& timing) const {

@@ -111,7 +111,7 @@ Outcome expectOffer(Simulator& simulator, Arguments arguments) {
   });
 }
 
-constexpr std::array kCommands{
+constexpr std::array kOverrideCommands{
     Command{"expect override", "DISPLAY WIDTHxHEIGHT[i][@HZ]|name|range|default|pixels|policy|import [VALUE]", 2, 3,
             "the daemon has that custom resolution; or another override is that, as its command takes it",
             "expect override Left name off", expectOverride},
@@ -129,6 +129,6 @@ constexpr std::array kCommands{
 
 }  // namespace
 
-std::span<const Command> overrideExpectations() { return kCommands; }
+std::span<const Command> overrideExpectations() { return kOverrideCommands; }
 
 }  // namespace vlm::sim

@@ -15,6 +15,10 @@ inline std::uint32_t bigEndian32(std::span<const std::uint8_t> bytes, std::size_
          static_cast<std::uint32_t>(bytes[at + 2]) << 8 | static_cast<std::uint32_t>(bytes[at + 3]);
 }
 
+inline void putBigEndian32(std::span<std::uint8_t> bytes, std::size_t at, std::uint32_t number) {
+  for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes[at++] = static_cast<std::uint8_t>(number >> shift & 0xFFU);
+}
+
 inline void appendBigEndian32(plist::Data& data, std::uint32_t number) {
   for (const unsigned shift : {24U, 16U, 8U, 0U}) data.push_back(static_cast<std::uint8_t>(number >> shift & 0xFFU));
 }

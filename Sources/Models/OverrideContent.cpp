@@ -41,6 +41,8 @@ std::size_t hashOfItem(const plist::Value& item) {
   return std::hash<std::uint64_t>()(item.uInt64());
 }
 
+std::size_t hashOfKey(const std::string& key) { return std::hash<std::string>()("tovr " + key); }
+
 bool isOurStandardMode(const plist::Value& record) {
   const plist::Data* const data = record.data();
   return data != nullptr && data->size() >= kStandardModeLength &&

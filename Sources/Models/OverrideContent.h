@@ -34,8 +34,9 @@ std::optional<std::string> productNameIn(const plist::Dictionary& dictionary);
 
 /// Nothing was read into it: a descriptor that is no timing.
 bool isUnfilled(const VLMOverrideResolution& resolution);
-/// A number by which an item of a list is known again.
+/// A number by which an item of a list, or a key of a dictionary, is known again.
 std::size_t hashOfItem(const plist::Value& item);
+std::size_t hashOfKey(const std::string& key);
 
 /// Whether a record of "tovr" is one that we write; those of others are none of our business.
 bool isOurStandardMode(const plist::Value& record);

@@ -1,12 +1,10 @@
 #include <algorithm>
-#include <cmath>
 #include <unordered_set>
 
 #include "Models/EDIDRangeLimits.h"
 #include "Models/OverrideContent.h"
 #include "Models/VLMDisplay.h"
-#include "Platform/Files.h"
-#include "Platform/Process.h"
+#include "Platform/Numbers.h"
 #include "Shared/VLMEDIDUtils.h"
 #include "Shared/VLMExtension.h"
 
@@ -45,27 +43,59 @@ Resolution readScaledSize(const plist::Value& item) {
   return resolution->scaledNx == 0 ? nullptr : resolution;
 }
 
+/// Resolutions that shall be installed, and which of them the file has.
+class Wanted {
+ public:
+  explicit Wanted(const OverrideResolutions& resolutions) : resolutions_(resolutions) {}
+
+  /// Whether it shall be installed; the file has it, then. Of several items that say the same each may ask.
+  bool has(const VLMOverrideResolution& resolution) {
+    for (std::size_t i = 0; i < std::min(resolutions_.size(), kMostOverrideItems); ++i) {
+      if (!resolutions_[i]->isEqualToRes(&resolution)) continue;
+      inFile_.insert(i);
+      return true;
+    }
+    return false;
+  }
+  OverrideResolutions missing() const {
+    OverrideResolutions missing;
+    for (std::size_t i = 0; i < resolutions_.size(); ++i) {
+      if (!inFile_.contains(i)) missing.push_back(resolutions_[i]);
+    }
+    return missing;
+  }
+
+ private:
+  const OverrideResolutions& resolutions_;
+  std::unordered_set<std::size_t> inFile_;
+};
+
 /// The items of a list of the file that stay as they are: what is no business of ours, what came into it since it was
-/// read, and the resolutions that nobody has changed, for others may have put more into them than we read. The last are
-/// taken off `wanted`.
+/// read, and the resolutions that nobody has changed, for others may have put more into them than we read.
 plist::Array keptItems(const plist::Dictionary& content, const char* key, Read read,
-                       const std::unordered_set<std::size_t>& itemsReadLast, OverrideResolutions& wanted) {
+                       const std::unordered_set<std::size_t>& itemsReadLast, Wanted& wanted) {
   plist::Array kept;
   const plist::Array* const items = content.array(key);
   for (std::size_t i = 0; items != nullptr && i < items->size(); ++i) {
     const plist::Value& item = (*items)[i];
     const Resolution resolution = i < kMostOverrideItems ? read(item) : nullptr;
-    if (resolution == nullptr) {
-      kept.push_back(item);
-      continue;
-    }
-    const auto same = std::find_if(wanted.begin(), wanted.end(),
-                                   [&](const auto& one) { return one->isEqualToRes(resolution.get()); });
-    if (same == wanted.end() && itemsReadLast.contains(hashOfItem(item))) continue;
-    kept.push_back(item);
-    if (same != wanted.end()) wanted.erase(same);
+    const bool isKept = resolution == nullptr || wanted.has(*resolution) || !itemsReadLast.contains(hashOfItem(item));
+    if (isKept) kept.push_back(item);
   }
   return kept;
+}
+
+/// Whether it comes back as it is. A timing with figures beyond its record's would be installed as another one. The odd
+/// line of an interlaced one is lost, and meant to be.
+bool canBeWritten(const VLMOverrideResolution& resolution) {
+  if (resolution.resolutionType != VLMOverrideResolution::kCustomTiming || resolution.interlaced) return true;
+  plist::Array descriptors, scaledSizes, extensionTimings;
+  plist::Dictionary standardModes;
+  resolution.addInOverridesDspc(descriptors, scaledSizes, standardModes, extensionTimings, 0, 0);
+  const plist::Data* const data = (descriptors.empty() ? extensionTimings : descriptors).front().data();
+  const auto back = resolution.extended ? VLMOverrideResolution::initWithDisplayIdType1Data(*data, 0)
+                                        : VLMOverrideResolution::initWithDTDData(*data, 0);
+  return back->isEqualToRes(&resolution);
 }
 
 /// What shall be installed, each once.
@@ -73,32 +103,51 @@ OverrideResolutions wantedOf(const OverrideResolutions& resolutions) {
   OverrideResolutions wanted;
   for (const auto& resolution : resolutions) {
     if (!resolution->toInstall || isUnfilled(*resolution)) continue;
-    const bool isThere = wanted.size() < kMostOverrideItems && std::ranges::any_of(wanted, [&](const auto& other) {
-                           return other->isEqualToRes(resolution.get());
-                         });
+    const auto compared = std::span(wanted).first(std::min(wanted.size(), kMostOverrideItems));
+    const bool isThere =
+        std::ranges::any_of(compared, [&](const auto& other) { return other->isEqualToRes(resolution.get()); });
     if (!isThere) wanted.push_back(resolution);
   }
   return wanted;
 }
 
-/// Of two items with the same bytes the second goes: a timing that its form cuts is not known again when it is read.
-void removeRepeated(plist::Array& items) {
-  std::vector<plist::Value> once;
-  std::unordered_set<std::size_t> known;
-  for (plist::Value& item : items) {
-    if (item.data() == nullptr || known.insert(hashOfItem(item)).second) once.push_back(std::move(item));
+/// Of items behind the first `count` those go whose bytes are there already: a timing that its form cuts is not known
+/// again when it is read.
+void removeRepeated(plist::Array& items, std::size_t count) {
+  for (std::size_t i = items.size(); i-- > count;) {
+    const auto end = items.begin() + static_cast<std::ptrdiff_t>(i);
+    if (std::find(items.begin(), end, items[i]) != end) items.erase(end);
   }
-  items = std::move(once);
 }
 
-plist::Dictionary unreadStandardModes(const plist::Dictionary& content) {
+/// The same of the records of standard modes.
+plist::Dictionary keptStandardModes(const plist::Dictionary& content,
+                                    const std::unordered_set<std::size_t>& itemsReadLast, Wanted& wanted) {
   const plist::Dictionary* const records = content.dictionary(OverrideKey::standardModes);
-  plist::Dictionary unread;
+  plist::Dictionary kept;
   std::size_t ours = 0;
-  for (const plist::Entry& entry : records == nullptr ? plist::Dictionary() : *records) {
-    if (!isOurStandardMode(entry.value) || ++ours > kMostOverrideItems) unread.set(entry.key, entry.value);
+  VLMOverrideResolution mode;
+  mode.resolutionType = VLMOverrideResolution::kStandardMode;
+  if (records == nullptr) return kept;
+  for (const plist::Entry& entry : *records) {
+    mode.appleID = appleIDOfKey(entry.key);
+    const bool isRead = isOurStandardMode(entry.value) && ++ours <= kMostOverrideItems;
+    const bool isKept = !isRead || wanted.has(mode) || !itemsReadLast.contains(hashOfKey(entry.key));
+    if (isKept) kept.set(entry.key, entry.value);
   }
-  return unread;
+  return kept;
+}
+
+/// Timings that came into the file's EDID since it was read.
+void keepNewExtensionTimings(const plist::Dictionary& content, const std::unordered_set<std::size_t>& itemsReadLast,
+                             Wanted& wanted, plist::Array& extensionTimings) {
+  const plist::Data* const edid = content.data(OverrideKey::edid);
+  for (const VLMTiming& timing : edid == nullptr ? std::vector<VLMTiming>() : timingsInVLMExtensions(*edid)) {
+    const auto resolution =
+        VLMOverrideResolution::initWithDisplayIdType1Data(timing, VLMOverrideResolution::kOriginFile);
+    const plist::Value item = plist::Data(timing.begin(), timing.end());
+    if (wanted.has(*resolution) || !itemsReadLast.contains(hashOfItem(item))) extensionTimings.push_back(item);
+  }
 }
 
 /// Sets a key that has something to say, else removes it; one whose value is of a kind that nobody knows stays.
@@ -138,10 +187,6 @@ std::optional<TimingLimits> limitsOf(const std::shared_ptr<VLMOverrideMonitorRan
                       .maxV = static_cast<double>(range->maxV),
                       .minPClock = range->minPClock,
                       .maxPClock = range->maxPClock};
-}
-
-std::uint32_t nativePixels(std::uint32_t points, const VLMMode& mode) {
-  return wholePartTo<std::uint32_t>(std::round(static_cast<double>(points) * static_cast<double>(mode.definition)));
 }
 
 }  // namespace
@@ -186,24 +231,31 @@ OverrideComposition VLMDisplay::composeOverrides() {
 
 void VLMDisplay::composeResolutions(OverrideComposition& composition, plist::Array& extensionTimings) {
   plist::Dictionary& content = composition.content;
-  OverrideResolutions wanted = wantedOf(overridenModes);
+  const OverrideResolutions resolutions = wantedOf(overridenModes);
   const auto limits = timingLimits();
-  for (const auto& resolution : wanted) {
+  for (const auto& resolution : resolutions) {
     for (const std::string& finding : resolution->findings(limits)) {
       composition.findings.push_back(resolution->displayedModeName() + ": " + finding);
     }
   }
+  Wanted wanted(resolutions);
   plist::Array timings = keptItems(content, OverrideKey::timings, readTiming, itemsReadLast_, wanted);
   plist::Array scaledSizes = keptItems(content, OverrideKey::scaledSizes, readScaledSize, itemsReadLast_, wanted);
-  plist::Dictionary standardModes = unreadStandardModes(content);
+  plist::Dictionary standardModes = keptStandardModes(content, itemsReadLast_, wanted);
+  keepNewExtensionTimings(content, itemsReadLast_, wanted, extensionTimings);
   const auto native = findNativeMode();
-  const std::uint32_t nativeNx = native == nullptr ? 0 : nativePixels(native->Nx, *native);
-  const std::uint32_t nativeNy = native == nullptr ? 0 : nativePixels(native->Ny, *native);
-  for (const auto& resolution : wanted) {
+  const std::uint32_t nativeNx = native == nullptr ? 0 : native->pixelsOf(native->Nx);
+  const std::uint32_t nativeNy = native == nullptr ? 0 : native->pixelsOf(native->Ny);
+  const std::size_t keptTimings = timings.size(), keptExtensionTimings = extensionTimings.size();
+  for (const auto& resolution : wanted.missing()) {
+    if (!canBeWritten(*resolution)) {
+      composition.findings.push_back(resolution->displayedModeName() + ": no record of the file can hold it; left out");
+      continue;
+    }
     resolution->addInOverridesDspc(timings, scaledSizes, standardModes, extensionTimings, nativeNx, nativeNy);
   }
-  removeRepeated(timings);
-  removeRepeated(extensionTimings);
+  removeRepeated(timings, keptTimings);
+  removeRepeated(extensionTimings, keptExtensionTimings);
   setOrRemove(content, OverrideKey::timings, std::move(timings), content.array(OverrideKey::timings) != nullptr);
   setOrRemove(content, OverrideKey::scaledSizes, std::move(scaledSizes),
               content.array(OverrideKey::scaledSizes) != nullptr);
@@ -224,7 +276,7 @@ void VLMDisplay::composeEDID(OverrideComposition& composition, const plist::Arra
   std::optional<plist::Data> base;
   if (importedEDID) {
     base = withoutVLMExtensions(*importedEDID);
-    if (importedEDIDKeepsID) base = withIdentityOf(std::move(*base), ownIdentity());
+    if (importedEDIDKeepsID) base = withIdentityOf(*base, ownIdentity(*base));
   } else if (!timings.empty()) {
     std::string reason;
     base = baseOfExtensions(content, reason);
@@ -251,16 +303,14 @@ void VLMDisplay::composeEDID(OverrideComposition& composition, const plist::Arra
   content.set(OverrideKey::edid, std::move(edid));
 }
 
-/// An EDID with the numbers and the date by which the monitor is known.
-plist::Data VLMDisplay::ownIdentity() {
+plist::Data VLMDisplay::ownIdentity(const plist::Data& imported) {
   if (auto own = ownEDID()) return std::move(*own);
   plist::Data identity = syntheticEDID(displayVendorID, displayProductID);
   constexpr std::size_t kWeekAt = 16, kYearAt = 17;
   constexpr std::uint32_t kFirstYear = 1990;
-  if (manufactureYear >= kFirstYear) {
-    identity[kWeekAt] = truncateTo<std::uint8_t>(manufactureWeek);
-    identity[kYearAt] = truncateTo<std::uint8_t>(manufactureYear - kFirstYear);
-  }
+  const bool isDateKnown = manufactureYear >= kFirstYear;
+  identity[kWeekAt] = isDateKnown ? truncateTo<std::uint8_t>(manufactureWeek) : imported[kWeekAt];
+  identity[kYearAt] = isDateKnown ? truncateTo<std::uint8_t>(manufactureYear - kFirstYear) : imported[kYearAt];
   return identity;
 }
 
@@ -274,114 +324,6 @@ std::optional<plist::Data> VLMDisplay::baseOfExtensions(const plist::Dictionary&
   reason = hasFakeEDID()
                ? "the display reports no EDID, which the largest timings would be put into"
                : "the display still shows an EDID that was imported; connect it anew for the timings that need its own";
-  return std::nullopt;
-}
-
-std::optional<std::string> VLMDisplay::writeOverrides(const plist::Dictionary& content) {
-  if (auto failure = writeContent(content)) return failure;
-  const auto compareWithFile = [](const auto& record) {
-    if (record != nullptr) record->copyBackupWith(*record);
-  };
-  for (const auto& resolution : overridenModes) {
-    // Reading the file gives one that got into it its original anew; one that did not stays to be written.
-    if (resolution->toInstall) {
-      resolution->original = nullptr;
-    } else {
-      resolution->copyBackupWith(*resolution);
-    }
-  }
-  compareWithFile(monitorTiming);
-  compareWithFile(defaultResolution);
-  compareWithFile(displayPixelDimensions);
-  compareWithFile(displayName);
-  overrideFileWasWritten();
-  return std::nullopt;
-}
-
-std::optional<std::string> VLMDisplay::restoreOverrides() {
-  const auto before = contentBeforeOverrides();
-  // With the file gone, moved away by hand perhaps, the records alone still want what was in it.
-  const bool isFileGone =
-      !before && typeOfOverrideFile == 0 && !os().files.checkResourceIsReachable(overridePathForSaving());
-  if (!before && !isFileGone) return "nothing is kept of what the override file held before";
-  if (before) {
-    if (auto failure = writeContent(*before)) return failure;
-  }
-  overridenModes.clear();
-  monitorTiming = nullptr;
-  defaultResolution = nullptr;
-  displayPixelDimensions = nullptr;
-  displayName = VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false);
-  displayFreqPolicy = nullptr;
-  importedEDID.reset();
-  overrideFileWasWritten();
-  return std::nullopt;
-}
-
-void VLMDisplay::overrideFileWasWritten() {
-  completeOverridesWithDictionary();
-  completeOverridesWithActualSettings();
-  isDirtyEDIDOptions_ = false;
-  checkIsDirty();
-  if (container == nullptr) return;
-  const std::string path = overridePathForSaving();
-  for (const auto& other : container->knownDisplays()) {
-    if (other.get() != this && other->overridePathForSaving() == path) other->followOverrideFile(*this);
-  }
-}
-
-std::vector<std::string> VLMDisplay::namesOfTwins() const {
-  std::vector<std::string> names;
-  if (container == nullptr) return names;
-  for (const auto& other : container->knownDisplays()) {
-    if (other.get() != this && other->overridePathForSaving() == overridePathForSaving()) {
-      names.push_back(other->displayedName());
-    }
-  }
-  return names;
-}
-
-// The file is for every display of a model: what another one has put into it or taken out counts here as well, or the
-// next write for this one would undo it. What was changed here and not written yet stays.
-void VLMDisplay::followOverrideFile(const VLMDisplay& writer) {
-  std::erase_if(overridenModes, [](const auto& resolution) {
-    const bool wasInFile = (resolution->status & kOverrideFoundInOverrideFile) != 0;
-    return wasInFile && resolution->toInstall && !resolution->isModified();
-  });
-  const auto takeBack = [](auto& record) {
-    if (record != nullptr && record->shouldOverride && !record->isModified()) record = nullptr;
-  };
-  takeBack(monitorTiming);
-  takeBack(defaultResolution);
-  takeBack(displayPixelDimensions);
-  takeBack(displayName);
-  if (displayName == nullptr) {
-    displayName = VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false);
-  }
-  if (displayFreqPolicy != nullptr && !displayFreqPolicy->isModified()) displayFreqPolicy = nullptr;
-  importedEDID = writer.importedEDID;
-  importedEDIDKeepsID = writer.importedEDIDKeepsID;
-  completeOverridesWithDictionary();
-  completeOverridesWithActualSettings();
-  // Also of a monitor that is not there, whose record would be kept as it is in the settings file.
-  setIsDirtyEDIDOptions(true);
-}
-
-std::optional<std::string> VLMDisplay::importEDID(plist::Data edid, bool keepsID) {
-  constexpr plist::Data::value_type kHeader[] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
-  if (edid.size() < kEDIDBlockLength) {
-    return "the EDID is " + std::to_string(edid.size()) + " bytes long, 128 at least";
-  }
-  if (!std::equal(std::begin(kHeader), std::end(kHeader), edid.begin())) return "it does not begin as an EDID does";
-  if (extensionBlocksIn(edid) < edid[kEDIDExtensionCountAt]) {
-    return "the EDID announces " + std::to_string(edid[kEDIDExtensionCountAt]) + " extension blocks and has " +
-           std::to_string(edid.size() / kEDIDBlockLength - 1);
-  }
-  if (VLMEDID_calcChecksum(edid, 0, kEDIDBlockLength - 1) != 0)
-    return "the checksum of the EDID's first block is wrong";
-  importedEDID = withoutVLMExtensions(edid);
-  importedEDIDKeepsID = keepsID;
-  setIsDirtyEDIDOptions(true);
   return std::nullopt;
 }
 

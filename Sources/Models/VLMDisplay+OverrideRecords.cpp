@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cmath>
 #include <string_view>
 #include <tuple>
 #include <unordered_set>
@@ -30,12 +29,15 @@ std::optional<plist::Data> dataIn(const plist::Dictionary& content, const char* 
   return data == nullptr ? std::nullopt : std::optional(*data);
 }
 
-std::optional<std::string> nameWithoutPrefix(std::optional<std::string> name) {
+std::optional<std::string> nameWithoutPrefix(const std::optional<std::string>& name) {
   if (!name) return name;
-  for (std::size_t at = name->find(kNamePrefix); at != std::string::npos; at = name->find(kNamePrefix, at)) {
-    name->erase(at, kNamePrefix.size());
+  std::string rest;
+  std::size_t from = 0;
+  for (std::size_t at = name->find(kNamePrefix); at != std::string::npos; at = name->find(kNamePrefix, from)) {
+    rest.append(*name, from, at - from);
+    from = at + kNamePrefix.size();
   }
-  return name;
+  return rest.append(*name, from);
 }
 
 /// Reads one section of an override file into the custom resolutions.
@@ -59,13 +61,14 @@ class SectionReader {
     std::size_t count = 0;
     for (const plist::Entry& entry : records) {
       if (!isOurStandardMode(entry.value) || ++count > kMostOverrideItems) continue;
+      remember(hashOfKey(entry.key));
       take(VLMOverrideResolution::initWithAppleID(appleIDOfKey(entry.key), kOverrideFoundInOverrideFile, origin_));
     }
   }
 
   void readTimings(const plist::Array& items) {
     for (std::size_t i = 0; i < items.size() && i < kMostOverrideItems; ++i) {
-      remember(items[i]);
+      remember(hashOfItem(items[i]));
       const plist::Data* const data = items[i].data();
       const auto resolution = VLMOverrideResolution::initWithDTDData(data == nullptr ? plist::Data() : *data, origin_);
       VLMLog("Read custom resolution from override file - %@", lazily([&] { return resolution->description(); }));
@@ -76,7 +79,7 @@ class SectionReader {
   void readScaledSizes(const plist::Array& items) {
     for (std::size_t i = 0; i < items.size() && i < kMostOverrideItems; ++i) {
       const auto resolution = VLMOverrideResolution::initWithScaleData(&items[i], origin_);
-      remember(items[i]);
+      remember(hashOfItem(items[i]));
       if (resolution->scaledNx == 0) continue;
       VLMLog("Read scaled resolution from override file - %@", lazily([&] { return resolution->description(); }));
       take(resolution);
@@ -85,14 +88,15 @@ class SectionReader {
 
   void readExtensionTimings(const plist::Data& edid) {
     for (const VLMTiming& timing : timingsInVLMExtensions(edid)) {
+      remember(hashOfItem(plist::Data(timing.begin(), timing.end())));
       const auto resolution = VLMOverrideResolution::initWithDisplayIdType1Data(timing, origin_);
       VLMLog("Read DisplayID resolution from override file - %@", lazily([&] { return resolution->description(); }));
       take(resolution);
     }
   }
 
-  void remember(const plist::Value& item) {
-    if (!isBackup_) items_.insert(hashOfItem(item));
+  void remember(std::size_t hash) {
+    if (!isBackup_) items_.insert(hash);
   }
 
   void take(const std::shared_ptr<VLMOverrideResolution>& resolution) {
@@ -108,11 +112,22 @@ class SectionReader {
 };
 
 /// Joins a single record of the file to the display's. A record that shall not override holds what the system said when
-/// the settings were saved: nobody chose it, and it would hide the file's for good, or take it out.
+/// the settings were saved: nobody chose it, and it would hide the file's for good, or take it out. Unless it was in
+/// the file before, and the user has just taken it out.
 template <class Record>
 void joinFromFile(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile) {
-  if (inFile != nullptr && kept != nullptr && !kept->shouldOverride) kept = nullptr;
+  if (inFile != nullptr && kept != nullptr && !kept->shouldOverride && !kept->isModified()) kept = nullptr;
   mergeOverrideRecord(kept, inFile);
+}
+
+/// The same with what the system says now; what it said at an earlier time is not of interest.
+template <class Record>
+void joinFromSystem(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& now) {
+  if (now != nullptr && kept != nullptr && !kept->shouldOverride && !kept->isModified()) {
+    now->status = truncateTo<std::int16_t>(now->status | (kept->status & kOverrideFoundInSettings));
+    kept = nullptr;
+  }
+  mergeOverrideRecord(kept, now);
 }
 
 /// Those that the file installs are not those that shall be installed. To be asked between its own keys and the
@@ -127,10 +142,6 @@ bool hasOtherResolutions(const OverrideResolutions& resolutions) {
 std::size_t countIn(const plist::Dictionary& section, const char* key) {
   const plist::Array* const items = section.array(key);
   return items == nullptr ? 0 : items->size();
-}
-
-std::uint32_t pixels(std::uint32_t points, const VLMMode& mode) {
-  return wholePartTo<std::uint32_t>(std::round(static_cast<double>(points) * static_cast<double>(mode.definition)));
 }
 
 }  // namespace
@@ -154,6 +165,7 @@ void VLMDisplay::completeOverridesWithDictionary() {
   }
   SectionReader(overridenModes, itemsReadLast_, false).read(content);
   inOverrideFileEDID = dataIn(content, OverrideKey::edid);
+  takeImportOfTwins();
   fileHasOtherResolutions_ = hasOtherResolutions(overridenModes);
   SectionReader(overridenModes, itemsReadLast_, true).read(backup);
   VLMLog("After reading overrides : Custom resolutions array = %@", lazily([&] { return describe(overridenModes); }));
@@ -172,13 +184,7 @@ void VLMDisplay::joinRecordsOf(const plist::Dictionary& content) {
   joinFromFile(displayPixelDimensions, VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(
                                            dataIn(content, OverrideKey::pixelDimensions), kStatus, true));
   const auto name = VLMOverrideDisplayName::initWithString(nameWithoutPrefix(productNameIn(content)), kStatus, true);
-  // The system's own name stands here since the display was discovered, and must not keep the file's out. Once the file
-  // is in force the two are often the same.
-  if (name != nullptr && displayName != nullptr && displayName->status == kOverrideFoundInSystem) {
-    if (displayName->isEqualToDisplayName(name.get())) name->status |= kOverrideFoundInSystem;
-    displayName = nullptr;
-  }
-  mergeDisplayName(name);
+  joinName(name);
 
   const bool hasPolicy = content.contains(OverrideKey::refreshRatePolicy);
   if (displayFreqPolicy == nullptr) {
@@ -187,6 +193,17 @@ void VLMDisplay::joinRecordsOf(const plist::Dictionary& content) {
     displayFreqPolicy->fillWithValue(hasPolicy, kOverrideFoundInSettings);
   }
   displayFreqPolicy->fillWithValue(hasPolicy, kOverrideFoundInOverrideFile);
+}
+
+// The system's own name stands here since the display was discovered, and must not keep the file's out; once the file
+// is in force the two are often the same. A name of the user's own does keep it out.
+void VLMDisplay::joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile) {
+  if (inFile != nullptr && displayName != nullptr && !displayName->shouldOverride && !displayName->isModified()) {
+    const bool isSame = displayName->isEqualToDisplayName(inFile.get());
+    if (isSame) inFile->status = truncateTo<std::int16_t>(inFile->status | displayName->status);
+    if (isSame || displayName->name == sysMonitorName) displayName = nullptr;
+  }
+  mergeDisplayName(inFile);
 }
 
 // --- From the display ---
@@ -198,8 +215,8 @@ void VLMDisplay::completeOverridesWithActualSettings() {
          lazily([&] { return describe(overridenModes); }));
   countOfOriginalModes = static_cast<std::int64_t>(overridenModes.size());
 
-  mergeMonitorTiming(VLMOverrideMonitorRange::initWithIODisplayTimingRange(contentOfIOFBTimingRangeRegData(),
-                                                                           kOverrideFoundInSystem, false));
+  joinFromSystem(monitorTiming, VLMOverrideMonitorRange::initWithIODisplayTimingRange(contentOfIOFBTimingRangeRegData(),
+                                                                                      kOverrideFoundInSystem, false));
   if (monitorTiming == nullptr) monitorTiming = std::make_shared<VLMOverrideMonitorRange>();
   nativeMode = findNativeMode();
   if (const auto mode = currentMode.get()) joinCurrentMode(*mode);
@@ -208,8 +225,8 @@ void VLMDisplay::completeOverridesWithActualSettings() {
   for (const auto& resolution : overridenModes) {
     const bool hasNoSize = resolution->activeNx == 0 || resolution->activeNy == 0;
     if (native == nullptr || resolution->resolutionType != VLMOverrideResolution::kScaled || !hasNoSize) continue;
-    resolution->activeNx = pixels(native->Nx, *native);
-    resolution->activeNy = pixels(native->Ny, *native);
+    resolution->activeNx = native->pixelsOf(native->Nx);
+    resolution->activeNy = native->pixelsOf(native->Ny);
   }
 }
 
@@ -241,15 +258,15 @@ void VLMDisplay::joinCurrentMode(const VLMMode& mode) {
   appendBigEndian32(data, mode.Ny);
   constexpr double kFixedPointOne = 65536;
   appendBigEndian32(data, wholePartTo<std::uint32_t>(static_cast<double>(mode.Hz) * kFixedPointOne));
-  mergeDefaultResolution(
-      VLMOverrideDefaultResolution::initWithDefaultResolutionData(data, kOverrideFoundInSystem, false));
+  joinFromSystem(defaultResolution,
+                 VLMOverrideDefaultResolution::initWithDefaultResolutionData(data, kOverrideFoundInSystem, false));
   const auto native = nativeMode.get();
   const VLMMode& panel = native == nullptr ? mode : *native;
   data.clear();
-  appendBigEndian32(data, pixels(panel.Nx, panel));
-  appendBigEndian32(data, pixels(panel.Ny, panel));
-  mergeDisplayPixelDimensions(
-      VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(data, kOverrideFoundInSystem, false));
+  appendBigEndian32(data, panel.pixelsOf(panel.Nx));
+  appendBigEndian32(data, panel.pixelsOf(panel.Ny));
+  joinFromSystem(displayPixelDimensions, VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(
+                                             data, kOverrideFoundInSystem, false));
 }
 
 // The largest of those that the driver calls native; where it calls none so, of those that are not scaled.
@@ -257,8 +274,7 @@ std::shared_ptr<VLMMode> VLMDisplay::findNativeMode() const {
   std::shared_ptr<VLMMode> best;
   const auto rank = [](const VLMMode& mode) {
     const bool isFlagged = (mode.sysFlags & kDisplayModeNativeFlag) != 0;
-    return std::tuple(isFlagged && !mode.isScaled, mode.isNative && !mode.isScaled,
-                      std::uint64_t{pixels(mode.Nx, mode)} * pixels(mode.Ny, mode));
+    return std::tuple(isFlagged, mode.isNative, std::uint64_t{mode.pixelsOf(mode.Nx)} * mode.pixelsOf(mode.Ny));
   };
   for (const auto& mode : validDisplayModes) {
     if (mode->isScaled || (best != nullptr && rank(*mode) <= rank(*best))) continue;

@@ -72,9 +72,6 @@ constexpr std::array kFields{
     field<&VLMDisplay::previousTransfType>("previousTransfType"),
 };
 
-/// Entries that are compared with each other; behind them a damaged file's are taken as they come.
-constexpr std::size_t kMostComparedResolutions = 4096;
-
 OverrideResolutions decodeResolutions(const plist::Dictionary& dict) {
   OverrideResolutions resolutions;
   const plist::Array* const array = dict.array("overridenModes");
@@ -84,11 +81,7 @@ OverrideResolutions decodeResolutions(const plist::Dictionary& dict) {
     if (resolutionDict == nullptr) continue;
     const auto resolution = VLMOverrideResolution::initAndDecodeReadableWith(*resolutionDict);
     resolution->copyBackupWith(*resolution);
-    if (resolutions.size() < kMostComparedResolutions) {
-      mergeObject(resolutions, resolution, true);
-    } else {
-      resolutions.push_back(resolution);
-    }
+    mergeObject(resolutions, resolution, true);
   }
   return resolutions;
 }
@@ -198,8 +191,10 @@ plist::Dictionary VLMDisplay::encodeReadable() const {
   addUnlessEmpty("displayPixelDimensions", displayPixelDimensions);
   if (displayName != nullptr && displayName->name) entries.push_back({"displayName", displayName->encodeReadable()});
   // A policy that is nowhere on says nothing: saved, it would stand against one that somebody puts into the file.
-  if (displayFreqPolicy != nullptr && (displayFreqPolicy->settingActual || displayFreqPolicy->settingInOverride)) {
-    entries.push_back({"displayFreqPolicy", displayFreqPolicy->encodeReadable()});
+  if (displayFreqPolicy != nullptr) {
+    plist::Dictionary policy = displayFreqPolicy->encodeReadable();
+    const bool isOn = displayFreqPolicy->settingActual || displayFreqPolicy->settingInOverride;
+    if (isOn) entries.push_back({"displayFreqPolicy", std::move(policy)});
   }
   if (importedEDID) entries.push_back({"importedEDID", *importedEDID});
   return plist::Dictionary(std::move(entries));

@@ -158,8 +158,8 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   std::int64_t countOfOriginalModes = 0;  ///< `overridenModes` when they were read last
   /// Name of the override file that was found: 0 none, 1 by product, 2 by year and week of manufacture.
   std::int32_t typeOfOverrideFile = 0;
-  std::optional<plist::Data> inOverrideFileEDID;
-  std::optional<plist::Data> importedEDID;
+  std::optional<plist::Data> inOverrideFileEDID;  ///< as it was read last; absent without one
+  std::optional<plist::Data> importedEDID;        ///< by the user; absent when the monitor's own shall be shown
   /// An imported EDID is installed with the manufacturer, product and date of the monitor's own.
   bool importedEDIDKeepsID = false;
   std::optional<plist::Data> cachedEDIDData;
@@ -279,6 +279,8 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   /// The monitor's EDID, or a synthetic one; kept until emptyCache().
   plist::Data edidDataActual();
   void emptyCache();
+  /// The monitor's own EDID: neither a synthetic one nor one that we have installed; absent when nobody tells it.
+  std::optional<plist::Data> ownEDID();
   /// Whether the display does not show the imported EDID yet, or still shows one that was taken back.
   bool hasToSaveImportedEDID();
   /// The same of the override file.
@@ -385,6 +387,7 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   void markOfferedResolutions();
   std::shared_ptr<VLMMode> findNativeMode() const;
   void followOverrideFile(const VLMDisplay& writer);
+  /// As people know the other displays that the same override is for.
   std::vector<std::string> namesOfTwins() const;
   std::vector<TimingLimits> timingLimits();
   void composeResolutions(OverrideComposition& composition, plist::Array& extensionTimings);
@@ -394,9 +397,14 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   std::optional<std::string> writeContent(const plist::Dictionary& content);
   /// What writing the file has changed for this display and for all others that it is for.
   void overrideFileWasWritten();
-  /// The monitor's own EDID: neither a synthetic one nor one that we have installed; absent when nobody tells it.
-  std::optional<plist::Data> ownEDID();
-  plist::Data ownIdentity();
+  /// An EDID with the numbers and the date by which the monitor is known; an unknown date is the imported one's.
+  plist::Data ownIdentity(const plist::Data& imported);
+  /// The same part of the same file is for both.
+  bool sharesOverrideWith(const VLMDisplay& other) const;
+  void takeImportFrom(const VLMDisplay& other);
+  /// An EDID that was imported for another display of the model is in force for this one, too.
+  void takeImportOfTwins();
+  void joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile);
   void copyModesFrom(const VLMDisplay& saved);
   void linkAliases();
   void readRegistry(const plist::Dictionary& registry);

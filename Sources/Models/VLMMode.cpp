@@ -1,6 +1,9 @@
 #include "Models/VLMMode.h"
 
+#include <cmath>
+
 #include "Models/VLMDisplay.h"
+#include "Platform/Numbers.h"
 #include "Shared/Format.h"
 
 namespace vlm {
@@ -40,6 +43,10 @@ std::string VLMMode::description() const {
       "%d",
       reinterpret_cast<std::intptr_t>(this), Nx, Ny, Hz, isVRR != 0 ? "(VRR)" : "", isScaled ? "(SCALED)" : "",
       definition > 1.0F ? "(HiDPI)" : "", static_cast<int>(isValidAct), IOFBModeID, sysModeID[3], modeUniqueID);
+}
+
+std::uint32_t VLMMode::pixelsOf(std::uint32_t points) const {
+  return wholePartTo<std::uint32_t>(std::round(static_cast<double>(points) * static_cast<double>(definition)));
 }
 
 }  // namespace vlm

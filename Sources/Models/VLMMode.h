@@ -63,8 +63,10 @@ class VLMMode {
   std::uint32_t flags = 0;
   std::uint32_t resolutionType = 0;  ///< 1 scaled, 0 not
   float definition = 0;              ///< pixels a point; above 1 is HiDPI
-  float Hz = 0;                      ///< 0: unknown
-  std::uint32_t isVRR = 0;           ///< 0 fixed, 1 and 2 the kinds of variable refresh
+  /// Pixels of a width or height that is counted as `Nx` is.
+  std::uint32_t pixelsOf(std::uint32_t points) const;
+  float Hz = 0;             ///< 0: unknown
+  std::uint32_t isVRR = 0;  ///< 0 fixed, 1 and 2 the kinds of variable refresh
   bool showInfo = false;
   bool interlaced = false;
   std::int32_t orientation = 0;  ///< degrees, or a negative code of a mirrored one

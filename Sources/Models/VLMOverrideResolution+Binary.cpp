@@ -2,6 +2,7 @@
 #include <array>
 #include <string_view>
 
+#include "Models/BigEndian.h"
 #include "Models/VLMOverrideResolution.h"
 #include "Models/VLMStandardResolutions.h"
 #include "Platform/Numbers.h"
@@ -27,14 +28,6 @@ void putLittle16(plist::Data& bytes, std::size_t at, std::uint32_t number) {
   bytes[at] = byteOf(number);
   bytes[at + 1] = byteOf(number, 8);
 }
-std::uint32_t big32(Bytes bytes, std::size_t at) {
-  return std::uint32_t{bytes[at]} << 24 | std::uint32_t{bytes[at + 1]} << 16 | std::uint32_t{bytes[at + 2]} << 8 |
-         bytes[at + 3];
-}
-void putBig32(plist::Data& bytes, std::size_t at, std::uint32_t number) {
-  for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = byteOf(number, static_cast<unsigned>(24 - 8 * i));
-}
-
 void consolidate(VLMOverrideResolution& resolution) {
   resolution.consolidateTotals();
   resolution.consolidateHFreq();
@@ -101,7 +94,7 @@ constexpr std::uint32_t kPositiveSync = 0x8000, kPorchMask = 0x7FFF;
 
 plist::Data displayIDTimingOf(const VLMOverrideResolution& timing) {
   plist::Data bytes(VLMOverrideResolution::kDisplayIDTimingLength);
-  const auto clock = truncateTo<std::uint32_t>(wholePartTo<std::int64_t>(100 * timing.pixelClock + 0.5) - 1);
+  const auto clock = truncateTo<std::uint32_t>(wholePartTo<std::int64_t>(100 * timing.pixelClock + 0.5)) - 1;
   putLittle16(bytes, 0, clock);
   bytes[2] = byteOf(clock, 16);
   bytes[3] = timing.interlaced ? kDisplayIDInterlaced : std::uint8_t{0};
@@ -141,10 +134,10 @@ constexpr std::size_t kScaleItemLength = 16, kScaleSizeLength = 8;
 plist::Data scaleItemOf(const VLMOverrideResolution& scaled, std::uint32_t nativeNx, std::uint32_t nativeNy) {
   const bool isNative = scaled.scaledNx == nativeNx && scaled.scaledNy == nativeNy;
   plist::Data bytes(kScaleItemLength);
-  putBig32(bytes, 0, scaled.scaledNx);
-  putBig32(bytes, 4, scaled.scaledNy);
-  putBig32(bytes, 8, 1);
-  putBig32(bytes, 12, isNative && systemVersion() >= kSystem10_13 ? kNativeFlags : kScaledFlags);
+  putBigEndian32(bytes, 0, scaled.scaledNx);
+  putBigEndian32(bytes, 4, scaled.scaledNy);
+  putBigEndian32(bytes, 8, 1);
+  putBigEndian32(bytes, 12, isNative && systemVersion() >= kSystem10_13 ? kNativeFlags : kScaledFlags);
   return bytes;
 }
 
@@ -152,8 +145,8 @@ void readScaleItem(VLMOverrideResolution& scaled, const plist::Value& item) {
   if (const plist::Data* data = item.data()) {
     std::array<std::uint8_t, kScaleSizeLength> bytes{};
     std::copy_n(data->begin(), std::min(data->size(), bytes.size()), bytes.begin());
-    scaled.scaledNx = big32(bytes, 0);
-    scaled.scaledNy = big32(bytes, 4);
+    scaled.scaledNx = bigEndian32(bytes, 0);
+    scaled.scaledNy = bigEndian32(bytes, 4);
   } else {
     const auto number = truncateTo<std::uint32_t>(item.uInt64());
     scaled.scaledNx = bits(number, 16);
@@ -169,8 +162,8 @@ constexpr std::string_view kStandardModeMark = "VLMT";
 plist::Data standardModeItem() {
   plist::Data bytes(16);
   std::copy(kStandardModeMark.begin(), kStandardModeMark.end(), bytes.begin());
-  putBig32(bytes, 8, 11);
-  putBig32(bytes, 12, 128);
+  putBigEndian32(bytes, 8, 11);
+  putBigEndian32(bytes, 12, 128);
   return bytes;
 }
 

@@ -1,5 +1,6 @@
 #include "Models/VLMOverrideResolution.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "Models/VLMDisplay.h"
@@ -203,7 +204,7 @@ void mergeObject(OverrideResolutions& array, const std::shared_ptr<VLMOverrideRe
                  bool addIfNotExisiting) {
   if (object == nullptr) return;
   bool isThere = false;
-  for (const auto& element : array) {
+  for (const auto& element : std::span(array).first(std::min(array.size(), kMostComparedResolutions))) {
     if (!element->isEqualToRes(object.get())) continue;
     join(*element, *object);
     if (isThere) element->isDuplicate = true;

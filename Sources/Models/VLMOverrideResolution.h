@@ -22,8 +22,8 @@ class VLMOverrideResolution {
  public:
   /// `resolutionType`.
   static constexpr std::uint32_t kCustomTiming = 0, kScaled = 1, kStandardMode = 2;
-  /// Types of generateValuesWithGranAct. Every one above is made as the last, but for the front porch: 8 pixels are the
-  /// last one's alone.
+  /// Types of generateValuesWithGranAct. Those above the last have its figures, but the front porch is half the
+  /// blanking less the sync.
   static constexpr std::uint32_t kGTF = 0, kCVT = 1, kCVTReduced = 2, kCVTReduced2 = 3, kOwnBlanking = 4;
   /// `origin`: from the override file's own keys (and duplicates made by the user), or from its backup section.
   static constexpr std::uint16_t kOriginFile = 1, kOriginBackup = 2;
@@ -149,6 +149,8 @@ class VLMOverrideResolution {
 
 using OverrideResolutions = std::vector<std::shared_ptr<VLMOverrideResolution>>;
 
+/// Entries that new ones are compared with: no display has as many, and a damaged file must not keep anybody busy.
+inline constexpr std::size_t kMostComparedResolutions = 4096;
 /// Joins an entry to those equal to it: the first stays the entry, later ones are marked as duplicates. With
 /// `addIfNotExisiting` an entry that is not there yet is appended.
 void mergeObject(OverrideResolutions& array, const std::shared_ptr<VLMOverrideResolution>& object,
