@@ -15,14 +15,14 @@ targets | grep -qxF -- "$target" || { echo "fuzz.sh: there is no target '$target
 shift 2
 
 scripts/install-needs.sh build fuzz
-echo "Building (preset fuzz-long)." >&2
-mkdir -p "build/fuzz-corpus/$target" build/fuzz-long
-(cmake --preset fuzz-long && cmake --build --preset fuzz-long --target "velmoratix-fuzz-$target") \
-  >build/fuzz-long/fuzz-build.log 2>&1 || {
-  tail -n 40 build/fuzz-long/fuzz-build.log >&2
-  echo "fuzz.sh: the build failed; all of it stands in build/fuzz-long/fuzz-build.log" >&2
+echo "Building (preset fuzz)." >&2
+mkdir -p "build/fuzz-corpus/$target" build/fuzz
+(cmake --preset fuzz && cmake --build --preset fuzz --target "velmoratix-fuzz-$target") \
+  >build/fuzz/fuzz-build.log 2>&1 || {
+  tail -n 40 build/fuzz/fuzz-build.log >&2
+  echo "fuzz.sh: the build failed; all of it stands in build/fuzz/fuzz-build.log" >&2
   exit 1
 }
 corpus=("build/fuzz-corpus/$target")
 for argument in "$@"; do [[ ! -f $argument ]] || corpus=(); done
-scripts/run-fuzzer.sh build/fuzz-long "$target" -max_total_time="$seconds" "$@" "${corpus[@]}"
+scripts/run-fuzzer.sh build/fuzz "$target" -max_total_time="$seconds" "$@" "${corpus[@]}"

@@ -8,14 +8,13 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 if [[ ${1-} == --help ]]; then sed -n '2,6s/^# //p' scripts/test.sh; exit 0; fi
 say() { printf '== %s (%d s)\n' "$*" "$SECONDS"; }
-has_libfuzzer() { [[ -n $(find "$(clang++ -print-resource-dir)/lib" -name 'libclang_rt.fuzzer*') ]]; }
 
 if [[ -z ${VELMORATIX_EDIDS-} && -d ../shared/edids ]]; then
   VELMORATIX_EDIDS=$(cd ../shared/edids && pwd)
   export VELMORATIX_EDIDS
 fi
 
-scripts/install-needs.sh build test fuzz
+scripts/install-needs.sh build test
 say "Layout and storeys"
 scripts/check-format.sh
 scripts/tests/check-storeys-test.sh
@@ -53,13 +52,3 @@ fi
 
 say "Tests"
 ctest --preset check
-
-if has_libfuzzer; then
-  say "Fuzz targets, briefly"
-  cmake --preset fuzz >/dev/null
-  cmake --build --preset fuzz
-  scripts/fuzz.sh | xargs -P 2 -I TARGET \
-    scripts/run-fuzzer.sh build/fuzz TARGET -seed=1 -runs=20000 -max_total_time=12
-else
-  say "Fuzz targets skipped: clang++ has no libFuzzer"
-fi
