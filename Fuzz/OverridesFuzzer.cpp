@@ -127,8 +127,6 @@ void composeTwice(Desk& desk, VLMDisplay& display, const plist::Dictionary& reco
   VLMDisplay::makeBackupOfOverrides(before);
   checkWhatStays(before, once.content);
 
-  // A timing of the settings that no descriptor can hold comes back as another one beside it.
-  if (record.contains("overridenModes")) return;
   const plist::Value written = display.modifiedOverrideContentWith(once.content, true);
   desk.file = &written;
   const auto again = desk.displayWith(record);

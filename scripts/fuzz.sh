@@ -10,7 +10,7 @@ if [[ ${1-} == --help ]]; then sed -n '2,6s/^# //p' scripts/fuzz.sh; exit 0; fi
 targets() { for file in Fuzz/Dictionaries/*.dict; do basename "$file" .dict; done; }
 if (($# == 0)); then targets; exit 0; fi
 target=$1 seconds=${2-}
-targets | grep -qxF -- "$target" || { echo "fuzz.sh: there is no target '$target':" $(targets) >&2; exit 2; }
+grep -qxF -- "$target" <<<"$(targets)" || { echo "fuzz.sh: there is no target '$target':" $(targets) >&2; exit 2; }
 [[ $seconds =~ ^[0-9]+$ ]] || { echo "fuzz.sh: SECONDS is a whole number" >&2; exit 2; }
 shift 2
 
