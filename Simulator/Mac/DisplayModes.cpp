@@ -230,7 +230,9 @@ class Deriver {
     addRepetition(nativeMode);
     if (edid_.timings.size() > 1) addRepetition(nativeMode + 1);
     const Size threeQuarters = {size.width / 8 * 6, size.height / 8 * 6};
-    addLine(threeQuarters, 1.0F, scaledMode(nativeMode, threeQuarters, kDisplayModeSimulscanFlag), kModeHiddenFlag);
+    if (threeQuarters.width > 0 && threeQuarters.height > 0) {
+      addLine(threeQuarters, 1.0F, scaledMode(nativeMode, threeQuarters, kDisplayModeSimulscanFlag), kModeHiddenFlag);
+    }
     addLine({1, 1}, 1.0F, modeWithoutTiming());
     addTinyMode();
     constexpr float kAbsurdScale = 6.0F;

@@ -126,6 +126,9 @@ Outcome edid(Simulator& simulator, Arguments arguments) {
   const auto found = simulator.displayNamed(arguments[0]);
   if (const auto* reason = std::get_if<std::string>(&found)) return Outcome::refused(*reason);
   const SimulatedDisplay& display = *std::get<SimulatedDisplay*>(found);
+  if (arguments.size() == 2 && valueOf(arguments[1], kEdidFields) != nullptr) {
+    return Outcome::refused("behind " + arguments[1] + " stands a number");
+  }
   if (arguments.size() == 2) {
     const auto read = readDisplay(arguments[1], display.description.name);
     if (const auto* reason = std::get_if<std::string>(&read)) return Outcome::refused(*reason);

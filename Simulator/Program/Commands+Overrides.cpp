@@ -1,14 +1,19 @@
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <filesystem>
 #include <ostream>
 
-#include "Models/VLMStandardResolutions.h"
+#include "Platform/Files.h"
 #include "Platform/Numbers.h"
+#include "Platform/Process.h"
 #include "Simulator/Mac/PropertyListFile.h"
 #include "Simulator/Program/Arguments.h"
 #include "Simulator/Program/Commands.h"
 #include "Simulator/Program/DisplayTexts.h"
 #include "Simulator/Program/Json.h"
 #include "Simulator/Program/OnDocument.h"
+#include "Simulator/Program/OverrideEntries.h"
 #include "Simulator/Program/OverrideTexts.h"
 #include "Simulator/Program/Paths.h"
 #include "Simulator/Program/Settings.h"
@@ -20,9 +25,7 @@ namespace vlm::sim {
 
 namespace {
 
-/// No monitor and no descriptor reaches beyond.
-constexpr std::uint32_t kLargestSide = 32767;
-constexpr double kHighestRateHz = 1000;
+constexpr const char* kSnapshot = "Velmoratix backup settings";
 
 /// A display of the daemon's that a command is about.
 struct Edit {
@@ -72,9 +75,9 @@ std::string wordsOf(const plist::Dictionary& view) {
 
 // --- Looking ---
 
-std::vector<std::string> resolutionRow(const plist::Dictionary& view) {
+std::vector<std::string> resolutionRow(const plist::Dictionary& view, const VLMOverrideResolution& entry) {
   const bool isTiming = view.contains("pixelClockMHz");
-  return {*view.string("name"),
+  return {entry.displayedModeName(),
           *view.string("kind"),
           isTiming ? shortNumber(view.real("pixelClockMHz")) + " MHz" : "-",
           isTiming ? shortNumber(view.real("lineRateKHz")) + " kHz" : "-",
@@ -83,10 +86,10 @@ std::vector<std::string> resolutionRow(const plist::Dictionary& view) {
 }
 
 /// A table whose lines are followed by the findings of what they show.
-void printResolutions(Output& output, const plist::Array& views) {
+void printResolutions(Output& output, const plist::Array& views, const OverrideResolutions& entries) {
   std::vector<std::vector<std::string>> rows{
       {"RESOLUTION", "KIND", "PIXEL CLOCK", "LINE RATE", "TO THE FILE", "STATUS"}};
-  for (const plist::Value& view : views) rows.push_back(resolutionRow(*view.dictionary()));
+  for (std::size_t i = 0; i < views.size(); ++i) rows.push_back(resolutionRow(*views[i].dictionary(), *entries[i]));
   const std::string table = tableOf(rows);
   std::size_t end = table.find('\n');
   output.data << output.bold(table.substr(0, end)) << "\n";
@@ -131,7 +134,7 @@ Outcome show(Simulator& simulator, Arguments arguments) {
     }
     output.data << output.bold(edit.name) << ": " << fileText(view) << "\n";
     const plist::Array& resolutions = *view.array("resolutions");
-    if (!resolutions.empty()) printResolutions(output, resolutions);
+    if (!resolutions.empty()) printResolutions(output, resolutions, edit.display.overridenModes);
     printRecords(output, *view.array("records"));
     return Outcome{};
   });
@@ -140,67 +143,10 @@ Outcome show(Simulator& simulator, Arguments arguments) {
 // --- Custom resolutions ---
 
 using Entry = std::shared_ptr<VLMOverrideResolution>;
-using EntryMade = std::variant<Entry, std::string>;
-
-EntryMade scaledEntry(const ResolutionArgument& wanted) {
-  if (wanted.interlaced) return "a scaled size is never interlaced";
-  const Entry entry = VLMOverrideResolution::initEmpty();
-  entry->resolutionType = VLMOverrideResolution::kScaled;
-  entry->scaledNx = wanted.mode.width;
-  entry->scaledNy = wanted.mode.height;
-  return entry;
-}
-
-EntryMade standardEntry(const ResolutionArgument& wanted, const std::string& text) {
-  constexpr std::int16_t kMadeNow = 0;
-  for (const Entry& standard : VLMStandardResolutions::sharedInstance().standardResolutions()) {
-    if (!wanted.matches(*standard)) continue;
-    return VLMOverrideResolution::initWithAppleID(standard->appleID, kMadeNow, VLMOverrideResolution::kOriginFile);
-  }
-  return quoted(text) + " is not in the platform's table of standard modes";
-}
-
-EntryMade generatedEntry(const VLMDisplay& display, const ResolutionArgument& wanted, std::uint32_t type) {
-  const Entry entry = VLMOverrideResolution::initEmpty();
-  entry->activeNx = wanted.mode.width;
-  entry->activeNy = wanted.mode.height;
-  entry->vfreq = *wanted.mode.refreshHz;
-  entry->interlaced = wanted.interlaced;
-  std::uint16_t active = 1, sync = 1;
-  display.getGranularityActive(active, sync);
-  // A driver that says 0 says nothing.
-  entry->generateValuesWithGranAct(std::max<std::uint16_t>(active, 1), type);
-  return entry;
-}
-
-struct Formula {
-  std::string_view name;
-  std::uint32_t type;
-};
-constexpr std::array kFormulas{Formula{"gtf", VLMOverrideResolution::kGTF}, Formula{"cvt", VLMOverrideResolution::kCVT},
-                               Formula{"cvt-rb", VLMOverrideResolution::kCVTReduced},
-                               Formula{"cvt-rb2", VLMOverrideResolution::kCVTReduced2}};
-
-EntryMade entryFor(const VLMDisplay& display, const std::string& text, const std::string& kind) {
-  const auto wanted = parseResolution(text);
-  if (!wanted) return quoted(text) + " is no resolution such as 1600x900@60 or 1920x1080i@50";
-  const ModeArgument& mode = wanted->mode;
-  if (std::max(mode.width, mode.height) > kLargestSide || mode.refreshHz.value_or(0) > kHighestRateHz) {
-    return quoted(text) + " is beyond " + std::to_string(kLargestSide) + " pixels and " + shortNumber(kHighestRateHz) +
-           " Hz";
-  }
-  if (kind == "scaled") return scaledEntry(*wanted);
-  if (!mode.refreshHz) return "a " + kind + " resolution needs a rate: " + text + "@60";
-  if (kind == "standard") return standardEntry(*wanted, text);
-  for (const Formula& formula : kFormulas) {
-    if (formula.name == kind) return generatedEntry(display, *wanted, formula.type);
-  }
-  return quoted(kind) + " is none of gtf, cvt, cvt-rb, cvt-rb2, scaled, standard";
-}
 
 void printEntry(Output& output, VLMDisplay& display, const VLMOverrideResolution& entry, const std::string& what) {
   const bool hasTiming = entry.resolutionType != VLMOverrideResolution::kScaled;
-  output.data << what << " " << kindText(entry) << " " << entry.displayedModeName();
+  output.data << what << " " << kindText(entry) << " " << shortName(entry);
   output.data << (hasTiming ? ": " + timingText(entry) : "") << "\n";
   for (const std::string& finding : display.findingsOf(entry)) {
     output.data << "    " << output.red("! ") << finding << "\n";
@@ -209,13 +155,13 @@ void printEntry(Output& output, VLMDisplay& display, const VLMOverrideResolution
 
 Outcome add(Simulator& simulator, Arguments arguments) {
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    const EntryMade made = entryFor(edit.display, arguments[1], arguments[2]);
-    if (const auto* reason = std::get_if<std::string>(&made)) return *reason;
-    const Entry& entry = std::get<Entry>(made);
+    const auto read = entryFor(edit.display, arguments[1], arguments[2]);
+    if (const auto* reason = std::get_if<std::string>(&read)) return *reason;
+    const auto& [entry, notes] = std::get<MadeEntry>(read);
     entry->toInstall = true;
     for (const Entry& known : edit.display.overridenModes) {
       if (!known->isEqualToRes(entry.get())) continue;
-      if (known->toInstall) return known->displayedModeName() + " is there already, with this very timing";
+      if (known->toInstall) return shortName(*known) + " is there already, with this very timing";
       // One of those that the file held before.
       known->toInstall = true;
       printEntry(simulator.output(), edit.display, *known, "back:");
@@ -223,17 +169,9 @@ Outcome add(Simulator& simulator, Arguments arguments) {
     }
     edit.display.overridenModes.push_back(entry);
     printEntry(simulator.output(), edit.display, *entry, "added:");
+    for (const std::string& note : notes) simulator.output().data << "    " << note << "\n";
     return std::nullopt;
   });
-}
-
-/// Rates of formulas are seldom round.
-std::string namesOf(const OverrideResolutions& entries) {
-  std::string names;
-  for (const Entry& entry : entries) {
-    if (entry->toInstall) names += (names.empty() ? "; it has " : "; ") + entry->displayedModeName();
-  }
-  return names;
 }
 
 Outcome remove(Simulator& simulator, Arguments arguments) {
@@ -245,12 +183,12 @@ Outcome remove(Simulator& simulator, Arguments arguments) {
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
     const std::size_t removed = std::erase_if(edit.display.overridenModes, [&](const Entry& entry) {
       const bool goes = entry->toInstall && (wantsAll || wanted->matches(*entry));
-      if (goes) simulator.output().data << "removed: " << kindText(*entry) << " " << entry->displayedModeName() << "\n";
+      if (goes) simulator.output().data << "removed: " << kindText(*entry) << " " << shortName(*entry) << "\n";
       return goes;
     });
     if (removed > 0) return std::nullopt;
     return quoted(edit.name) + " has no custom resolution" + (wantsAll ? "" : " " + quoted(arguments[1])) +
-           namesOf(edit.display.overridenModes);
+           (wantsAll ? "" : nearestOf(edit.display.overridenModes, wanted->mode));
   });
 }
 
@@ -279,6 +217,26 @@ Outcome name(Simulator& simulator, Arguments arguments) {
   });
 }
 
+struct RangeLimit {
+  const char* what;
+  const char* unit;
+  double most;
+  bool isWhole;  ///< the platform's record has no fractions
+};
+constexpr std::array kRangeLimits{RangeLimit{"a line rate", " kHz", 10000, false},
+                                  RangeLimit{"a frame rate", " Hz", 1000, true},
+                                  RangeLimit{"a pixel clock", " MHz", 100000, false}};
+
+Refusal faultOfSpan(const std::string& text, const SpanArgument& span, const RangeLimit& limit) {
+  if (span.highest < span.lowest) return quoted(text) + ": the lower number comes first";
+  if (span.lowest < 0 || span.highest > limit.most) {
+    return quoted(text) + ": " + limit.what + " is at most " + shortNumber(limit.most) + limit.unit;
+  }
+  const bool isWhole = span.lowest == std::floor(span.lowest) && span.highest == std::floor(span.highest);
+  if (limit.isWhole && !isWhole) return quoted(text) + ": " + limit.what + " is in whole" + limit.unit + " there";
+  return std::nullopt;
+}
+
 Outcome range(Simulator& simulator, Arguments arguments) {
   const bool isOff = arguments[1] == "off";
   if (arguments.size() != (isOff ? 2U : 4U)) {
@@ -286,13 +244,15 @@ Outcome range(Simulator& simulator, Arguments arguments) {
         "override range DISPLAY MINH-MAXH MINV-MAXV MINCLOCK-MAXCLOCK, or override range DISPLAY off");
   }
   std::array<SpanArgument, 3> spans;
+  double highest = 0;
   for (std::size_t i = 0; !isOff && i < spans.size(); ++i) {
     const auto span = parseSpan(arguments[i + 1]);
-    if (!span || span->highest > kLargestSide) {
-      return Outcome::refused(quoted(arguments[i + 1]) + " is no range such as 30-81, the lower number first");
-    }
+    if (!span) return Outcome::refused(quoted(arguments[i + 1]) + " is no range such as 30-81");
+    if (const Refusal reason = faultOfSpan(arguments[i + 1], *span, kRangeLimits[i])) return Outcome::refused(*reason);
     spans[i] = *span;
+    highest = std::max(highest, span->highest);
   }
+  if (!isOff && highest == 0) return Outcome::refused("a range of zeros says nothing; override range DISPLAY off");
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
     putInto(edit.display.monitorTiming, !isOff, [&](VLMOverrideMonitorRange& record) {
       record.minH = spans[0].lowest;
@@ -306,14 +266,26 @@ Outcome range(Simulator& simulator, Arguments arguments) {
   });
 }
 
+/// The size, and rate where there is one, that stands behind a command; absent for "off".
+std::variant<std::optional<ModeArgument>, std::string> readSize(const std::string& text, const std::string& example) {
+  if (text == "off") return std::optional<ModeArgument>();
+  const auto read = readResolution(text, "1920x1080@60");
+  const auto* const wanted = std::get_if<ResolutionArgument>(&read);
+  if (wanted == nullptr && text.find('@') != std::string::npos) return std::get<std::string>(read);
+  if (wanted == nullptr) return quoted(text) + " is neither off nor " + example;
+  const auto& [mode, interlaced] = *wanted;
+  const bool wantsRate = example.find('@') != std::string::npos;
+  if (interlaced || mode.refreshHz.has_value() != wantsRate) return quoted(text) + " is neither off nor " + example;
+  if (const Refusal reason = faultOfSize(mode)) return *reason;
+  return std::optional(mode);
+}
+
 Outcome defaultResolution(Simulator& simulator, Arguments arguments) {
-  const bool isOff = arguments[1] == "off";
-  const auto mode = parseMode(arguments[1]);
-  if (!isOff && (!mode || !mode->refreshHz || *mode->refreshHz > kHighestRateHz)) {
-    return Outcome::refused(quoted(arguments[1]) + " is neither off nor a resolution with a rate such as 1920x1080@60");
-  }
+  const auto read = readSize(arguments[1], "a resolution with a rate such as 1920x1080@60");
+  if (const auto* reason = std::get_if<std::string>(&read)) return Outcome::refused(*reason);
+  const auto& mode = std::get<std::optional<ModeArgument>>(read);
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    putInto(edit.display.defaultResolution, !isOff, [&](VLMOverrideDefaultResolution& record) {
+    putInto(edit.display.defaultResolution, mode.has_value(), [&](VLMOverrideDefaultResolution& record) {
       record.Nx = mode->width;
       record.Ny = mode->height;
       record.Hz = *mode->refreshHz;
@@ -323,13 +295,11 @@ Outcome defaultResolution(Simulator& simulator, Arguments arguments) {
 }
 
 Outcome pixels(Simulator& simulator, Arguments arguments) {
-  const bool isOff = arguments[1] == "off";
-  const auto size = parseMode(arguments[1]);
-  if (!isOff && (!size || size->refreshHz)) {
-    return Outcome::refused(quoted(arguments[1]) + " is neither off nor a size such as 3840x2160");
-  }
+  const auto read = readSize(arguments[1], "a size such as 3840x2160");
+  if (const auto* reason = std::get_if<std::string>(&read)) return Outcome::refused(*reason);
+  const auto& size = std::get<std::optional<ModeArgument>>(read);
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    putInto(edit.display.displayPixelDimensions, !isOff, [&](VLMOverrideDisplayPixelDimensions& record) {
+    putInto(edit.display.displayPixelDimensions, size.has_value(), [&](VLMOverrideDisplayPixelDimensions& record) {
       record.Nx = size->width;
       record.Ny = size->height;
     });
@@ -351,6 +321,7 @@ Outcome policy(Simulator& simulator, Arguments arguments) {
 Outcome importEdid(Simulator& simulator, Arguments arguments) {
   const bool isOff = arguments[1] == "off";
   const bool keepsOwnIdentity = arguments.size() == 3;
+  if (arguments[1] == "--own-identity") return Outcome::refused("in front of --own-identity stands a file");
   if (keepsOwnIdentity && (isOff || arguments[2] != "--own-identity")) {
     return Outcome::refused("behind the file stands --own-identity or nothing, not " + quoted(arguments[2]));
   }
@@ -364,8 +335,16 @@ Outcome importEdid(Simulator& simulator, Arguments arguments) {
     edid.assign(content->begin(), content->end());
   }
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    if (!isOff) return edit.display.importEDID(edid, !keepsOwnIdentity);
-    edit.display.importedEDID.reset();
+    std::ostream& answer = simulator.output().data;
+    if (isOff) {
+      const bool hadOne = edit.display.importedEDID.has_value();
+      edit.display.importedEDID.reset();
+      answer << (hadOne ? "the imported EDID is taken back" : "there was no imported EDID") << "\n";
+      return std::nullopt;
+    }
+    if (const Refusal reason = edit.display.importEDID(edid, !keepsOwnIdentity)) return arguments[1] + ": " + *reason;
+    answer << "imported: " << edid.size() << " bytes of " << arguments[1] << ", with "
+           << (keepsOwnIdentity ? "its own" : "the monitor's") << " maker, model and date\n";
     return std::nullopt;
   });
 }
@@ -383,13 +362,29 @@ Outcome notWritten(const Edit& edit, const std::string& reason) {
   return Outcome::notHeld(edit.display.overridePathForSaving() + " is not written: " + reason);
 }
 
+/// The file has all of it, the snapshot of what was there before aside.
+bool isInFile(const Edit& edit, plist::Dictionary content) {
+  auto inFile = edit.display.makeContentOfOverrideDictionary(true);
+  if (!inFile || edit.display.willNeedToSaveOverride()) return false;
+  for (plist::Dictionary* each : {&content, &*inFile}) each->remove(kSnapshot);
+  return content == *inFile;
+}
+
 Outcome write(Simulator& simulator, Arguments arguments) {
   const Outcome outcome = onRecord(simulator, arguments[0], [&](const Edit& edit) {
     const OverrideComposition composed = edit.display.composeOverrides();
+    const std::string path = edit.display.overridePathForSaving();
+    std::ostream& answer = simulator.output().data;
+    if (isInFile(edit, composed.content)) {
+      const bool isThere = os().files.checkResourceIsReachable(path);
+      answer << "nothing to be written: " << (isThere ? "the file has all of it" : "nothing is overridden") << "\n";
+      return Outcome{};
+    }
     if (const auto failure = edit.display.writeOverrides(composed.content)) return notWritten(edit, *failure);
     for (const std::string& finding : composed.findings) {
-      simulator.output().data << simulator.output().red("! ") << finding << "\n";
+      answer << simulator.output().red("! ") << withoutPadding(finding) << "\n";
     }
+    answer << "written: " << path << "; the display heeds it when it is plugged in the next time\n";
     saveRecords(edit);
     return Outcome{};
   });
@@ -399,7 +394,14 @@ Outcome write(Simulator& simulator, Arguments arguments) {
 
 Outcome restore(Simulator& simulator, Arguments arguments) {
   const Outcome outcome = onRecord(simulator, arguments[0], [&](const Edit& edit) {
+    const bool hadFile = edit.display.contentBeforeOverrides().has_value();
     if (const auto failure = edit.display.restoreOverrides()) return notWritten(edit, *failure);
+    std::ostream& answer = simulator.output().data;
+    if (hadFile) {
+      answer << edit.display.overridePathForSaving() << " is as it was found at first\n";
+    } else {
+      answer << "there was no file; the changes that were not written are forgotten\n";
+    }
     saveRecords(edit);
     return Outcome{};
   });
@@ -411,19 +413,39 @@ Outcome restore(Simulator& simulator, Arguments arguments) {
 
 /// Somebody else, or an earlier version, has written there: nobody is asked, and nobody is told.
 Outcome file(Simulator& simulator, Arguments arguments) {
+  if (arguments[1].empty()) return Outcome::refused("the key path is empty; DisplayProductName is one");
   return onRecord(simulator, arguments[0], [&](const Edit& edit) {
-    const std::filesystem::path place = simulator.mac().hostPath(edit.display.overridePathForSaving());
-    plist::Value root = readPropertyList(place).value.value_or(plist::Dictionary());
+    const std::string path = edit.display.overridePathForSaving();
+    const std::filesystem::path place = simulator.mac().hostPath(path);
+    const PropertyListResult read = readPropertyList(place);
+    std::error_code error;
+    if (!read.value && std::filesystem::exists(place, error)) return Outcome::refused(path + ": " + read.reason);
+    plist::Value root = read.value.value_or(plist::Dictionary());
     const bool isFirstOfList = arguments[1].starts_with("0.") && root == plist::Value(plist::Dictionary());
     if (isFirstOfList) root = plist::Array();
     if (!setValueAt(root, arguments[1], valueFrom(arguments[2]))) {
       return Outcome::refused("the file has no place " + arguments[1]);
     }
-    std::error_code error;
     std::filesystem::create_directories(place.parent_path(), error);
     if (error) return Outcome::notHeld(error.message());
     const auto failure = replaceFile(place, composePropertyList(root));
     return failure ? Outcome::notHeld(*failure) : Outcome{};
+  });
+}
+
+/// The file ends early, as after a fault of the disk.
+Outcome cut(Simulator& simulator, Arguments arguments) {
+  const auto bytes = parseInteger(arguments[1]);
+  if (!bytes || *bytes < 0) return Outcome::refused(quoted(arguments[1]) + " is no number of bytes");
+  return onRecord(simulator, arguments[0], [&](const Edit& edit) {
+    const std::string path = edit.display.overridePathForSaving();
+    const std::filesystem::path place = simulator.mac().hostPath(path);
+    const auto length = static_cast<std::uintmax_t>(*bytes);
+    std::error_code error;
+    const auto size = std::filesystem::file_size(place, error);
+    if (!error && size < length) return Outcome::refused(path + " has " + std::to_string(size) + " bytes only");
+    if (!error) std::filesystem::resize_file(place, length, error);
+    return error ? Outcome::refused(path + ": " + error.message()) : Outcome{};
   });
 }
 
@@ -463,6 +485,8 @@ constexpr std::array kCommands{
     Command{"override file", "DISPLAY KEYPATH VALUE", 3, 3,
             "an earlier version, or somebody else, has put a value into the override file; data:0A1F for bytes",
             "override file Left VLDisplayProductName Desk", file},
+    Command{"override cut", "DISPLAY BYTES", 2, 2, "the override file is cut short, as after a fault of the disk",
+            "override cut Left 100", cut},
     Command{"administrator", "on|off", 1, 1, "whether the user lets programs act as an administrator",
             "administrator on", administrator},
 };

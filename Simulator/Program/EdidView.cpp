@@ -24,6 +24,7 @@ struct EdidFound {
   std::string displayName;
   plist::Data bytes;
   bool isAsDaemonReadsIt = false;
+  const char* source = "monitor";
 };
 
 std::variant<EdidFound, std::string> edidOf(Simulator& simulator, const std::string& text) {
@@ -36,8 +37,15 @@ std::variant<EdidFound, std::string> edidOf(Simulator& simulator, const std::str
   static_cast<void>(withDocument(simulator, [&](const VLMGlobals& document) -> Refusal {
     const auto record = document.displayWithcgID(display.id);
     if (!record) return std::nullopt;
-    edid.bytes = record->edidDataActual();
     edid.isAsDaemonReadsIt = true;
+    edid.source = record->hasFakeEDID() ? "made up" : "registry";
+    edid.bytes = record->edidDataActual();
+    if (!record->hasFakeEDID()) return std::nullopt;
+    // Apple silicon keeps it out of the registry; what an override file is composed from comes from elsewhere there.
+    if (auto own = record->ownEDID()) {
+      edid.bytes = std::move(*own);
+      edid.source = "AV service";
+    }
     return std::nullopt;
   }));
   return edid;
@@ -96,12 +104,13 @@ plist::Array blocksOf(std::span<const std::uint8_t> edid) {
 }
 
 plist::Dictionary rangeView(const TimingLimits& limits) {
-  return {{"minH", limits.minLineHz / 1000.0},
-          {"maxH", limits.maxLineHz / 1000.0},
+  const auto megahertz = [](std::uint64_t hertz) { return rateView(static_cast<double>(hertz) / 1e6); };
+  return {{"minH", rateView(limits.minLineHz / 1000.0)},
+          {"maxH", rateView(limits.maxLineHz / 1000.0)},
           {"minV", limits.minFrameHz},
           {"maxV", limits.maxFrameHz},
-          {"minPClock", limits.minClockHz / 1000000},
-          {"maxPClock", limits.maxClockHz / 1000000}};
+          {"minPClock", megahertz(limits.minClockHz)},
+          {"maxPClock", megahertz(limits.maxClockHz)}};
 }
 
 const char* sourceName(Timing::Source source) {
@@ -155,6 +164,7 @@ plist::Dictionary edidView(const EdidFound& found) {
   plist::Dictionary view{{"display", found.displayName},
                          {"bytes", static_cast<std::int64_t>(found.bytes.size())},
                          {"isAsDaemonReadsIt", found.isAsDaemonReadsIt},
+                         {"source", found.source},
                          {"blocks", blocksOf(found.bytes)}};
   plist::Array findings;
   const auto read = readEdid(found.bytes);
@@ -189,8 +199,14 @@ std::string dateText(const plist::Dictionary& view) {
 
 std::string rangeText(const plist::Dictionary& range) {
   return shortNumber(range.real("minH")) + "-" + shortNumber(range.real("maxH")) + " kHz, " +
-         numberText(range, "minV") + "-" + numberText(range, "maxV") + " Hz, up to " + numberText(range, "maxPClock") +
-         " MHz";
+         numberText(range, "minV") + "-" + numberText(range, "maxV") + " Hz, up to " +
+         shortNumber(range.real("maxPClock")) + " MHz";
+}
+
+std::string whereFrom(const plist::Dictionary& view) {
+  if (!view.boolean("isAsDaemonReadsIt")) return "as the monitor holds it";
+  if (view.string("source") == "AV service") return "as the AV service tells it; the registry has none here";
+  return "as the daemon reads it";
 }
 
 using Rows = std::vector<std::vector<std::string>>;
@@ -253,7 +269,7 @@ Outcome showEdid(Simulator& simulator, const std::string& displayName) {
     return {};
   }
   output.data << output.bold(*view.string("display")) << ": " << numberText(view, "bytes") << " bytes, "
-              << (view.boolean("isAsDaemonReadsIt") ? "as the daemon reads it" : "as the monitor holds it") << "\n";
+              << whereFrom(view) << "\n";
   printTable(output, aspectRows(view));
   if (const plist::Array* timings = view.array("timings")) printTable(output, timingRows(*timings));
   for (const plist::Value& finding : *view.array("findings")) {

@@ -28,9 +28,9 @@ Outcome ofRecord(Simulator& simulator, const std::string& text, Judge judge) {
   return reason ? Outcome::refused(*reason) : outcome;
 }
 
-Outcome noResolution(const std::string& text) {
-  return Outcome::refused(quoted(text) + " is no resolution such as 1600x900 or 1600x900@60");
-}
+constexpr const char* kNoResolution = " is no resolution such as 1600x900 or 1600x900@60";
+
+Outcome noResolution(const std::string& text) { return Outcome::refused(quoted(text) + kNoResolution); }
 
 bool hasOverride(const VLMDisplay& display, const ResolutionArgument& wanted) {
   return std::any_of(display.overridenModes.begin(), display.overridenModes.end(),
@@ -46,9 +46,14 @@ Outcome expectOverride(Simulator& simulator, Arguments arguments) {
   const auto wanted = parseResolution(arguments[1]);
   return ofRecord(simulator, arguments[0], [&](const VLMDisplay& display) {
     const bool isRecord = recordText(display, arguments[1]).has_value();
-    if (!isRecord && !wanted) return noResolution(arguments[1]);
+    if (!isRecord && !wanted) {
+      return Outcome::refused(quoted(arguments[1]) + kNoResolution + ", and none of " + recordNames());
+    }
     if (arguments.size() != (isRecord ? 3U : 2U)) {
       return Outcome::refused("behind " + arguments[1] + " stands " + (isRecord ? "a value" : "nothing else"));
+    }
+    if (isRecord) {
+      if (const Refusal reason = faultOfRecordText(arguments[1], arguments[2])) return Outcome::refused(*reason);
     }
     if (isRecord) return expectRecord(display, arguments[1], arguments[2]);
     return hasOverride(display, *wanted) ? Outcome{} : Outcome::notHeld("it is not among the custom resolutions");

@@ -49,17 +49,45 @@ std::string importText(const VLMDisplay& display) {
   return display.importedEDIDKeepsID ? "monitor's identity" : "own identity";
 }
 
+bool isRange(const std::string& text) {
+  std::size_t spans = 0;
+  for (std::size_t at = 0; at <= text.size(); ++spans) {
+    const std::size_t end = std::min(text.find(' ', at), text.size());
+    if (!parseSpan(std::string_view(text).substr(at, end - at))) return false;
+    at = end + 1;
+  }
+  return spans == 3;
+}
+
 struct RecordRow {
   std::string_view name;
   std::string (*text)(const VLMDisplay& display);
+  bool (*canBe)(const std::string& text);
+  const char* values;
 };
 constexpr std::array kRecords{
-    RecordRow{"name", [](const VLMDisplay& display) { return commandText(display.displayName); }},
-    RecordRow{"range", [](const VLMDisplay& display) { return commandText(display.monitorTiming); }},
-    RecordRow{"default", [](const VLMDisplay& display) { return commandText(display.defaultResolution); }},
-    RecordRow{"pixels", [](const VLMDisplay& display) { return commandText(display.displayPixelDimensions); }},
-    RecordRow{"policy", policyText},
-    RecordRow{"import", importText},
+    RecordRow{"name", [](const VLMDisplay& display) { return commandText(display.displayName); },
+              [](const std::string& text) { return !text.empty() && isWritableText(text); }, "off or a name"},
+    RecordRow{"range", [](const VLMDisplay& display) { return commandText(display.monitorTiming); },
+              [](const std::string& text) { return text == "off" || isRange(text); },
+              "off or three ranges such as \"30-81 56-76 25-170\""},
+    RecordRow{"default", [](const VLMDisplay& display) { return commandText(display.defaultResolution); },
+              [](const std::string& text) {
+                const auto mode = parseMode(text);
+                return text == "off" || (mode && mode->refreshHz);
+              },
+              "off or a resolution with a rate such as 1920x1080@60"},
+    RecordRow{"pixels", [](const VLMDisplay& display) { return commandText(display.displayPixelDimensions); },
+              [](const std::string& text) {
+                const auto mode = parseMode(text);
+                return text == "off" || (mode && !mode->refreshHz);
+              },
+              "off or a size such as 3840x2160"},
+    RecordRow{"policy", policyText, [](const std::string& text) { return parseSwitch(text).has_value(); }, "on or off"},
+    RecordRow{
+        "import", importText,
+        [](const std::string& text) { return text == "off" || text == "own identity" || text == "monitor's identity"; },
+        "off, \"own identity\" or \"monitor's identity\""},
 };
 
 // --- States ---
@@ -113,7 +141,7 @@ void addEdid(plist::Array& records, const VLMDisplay& display) {
 
 plist::Dictionary resolutionView(VLMDisplay& display, const VLMOverrideResolution& entry) {
   const bool isScaled = entry.resolutionType == VLMOverrideResolution::kScaled;
-  plist::Dictionary view{{"name", entry.displayedModeName()},
+  plist::Dictionary view{{"name", shortName(entry)},
                          {"kind", kindText(entry)},
                          {"width", isScaled ? entry.scaledNx : entry.activeNx},
                          {"height", isScaled ? entry.scaledNy : entry.activeNy},
@@ -156,9 +184,20 @@ std::optional<SpanArgument> parseSpan(std::string_view text) {
   if (dash == std::string_view::npos) return std::nullopt;
   const auto lowest = parseReal(text.substr(0, dash));
   const auto highest = parseReal(text.substr(dash + 1));
-  if (!lowest || !highest || *lowest < 0 || *highest < *lowest) return std::nullopt;
+  if (!lowest || !highest) return std::nullopt;
   return SpanArgument{.lowest = *lowest, .highest = *highest};
 }
+
+std::string withoutPadding(std::string text) {
+  text.erase(0, text.find_first_not_of(' '));
+  text.erase(text.find_last_not_of(' ') + 1);
+  for (const std::string_view padded : {" ,", " :"}) {
+    for (std::size_t at = text.find(padded); at != std::string::npos; at = text.find(padded)) text.erase(at, 1);
+  }
+  return text;
+}
+
+std::string shortName(const VLMOverrideResolution& entry) { return withoutPadding(entry.displayedModeName()); }
 
 std::string kindText(const VLMOverrideResolution& entry) {
   if (entry.resolutionType == VLMOverrideResolution::kScaled) return "scaled";
@@ -182,6 +221,18 @@ std::optional<std::string> recordText(const VLMDisplay& display, std::string_vie
     if (row.name == record) return row.text(display);
   }
   return std::nullopt;
+}
+
+std::optional<std::string> faultOfRecordText(std::string_view record, const std::string& text) {
+  const auto* const row = std::ranges::find(kRecords, record, &RecordRow::name);
+  if (row == kRecords.end() || row->canBe(text)) return std::nullopt;
+  return quoted(text) + " is no value of " + std::string(record) + ", which is " + row->values;
+}
+
+std::string recordNames() {
+  std::string names;
+  for (const RecordRow& row : kRecords) names += (names.empty() ? "" : ", ") + std::string(row.name);
+  return names;
 }
 
 plist::Dictionary overridesView(VLMDisplay& display, const std::string& name) {

@@ -50,7 +50,7 @@ class Wanted {
 
   /// Whether it shall be installed; the file has it, then. Of several items that say the same each may ask.
   bool has(const VLMOverrideResolution& resolution) {
-    for (std::size_t i = 0; i < std::min(resolutions_.size(), kMostOverrideItems); ++i) {
+    for (std::size_t i = 0; i < std::min(resolutions_.size(), kMostResolutions); ++i) {
       if (!resolutions_[i]->isEqualToRes(&resolution)) continue;
       inFile_.insert(i);
       return true;
@@ -88,14 +88,16 @@ plist::Array keptItems(const plist::Dictionary& content, const char* key, Read r
 /// Whether it comes back as it is. A timing with figures beyond its record's would be installed as another one. The odd
 /// line of an interlaced one is lost, and meant to be.
 bool canBeWritten(const VLMOverrideResolution& resolution) {
-  if (resolution.resolutionType != VLMOverrideResolution::kCustomTiming || resolution.interlaced) return true;
+  if (resolution.resolutionType != VLMOverrideResolution::kCustomTiming) return true;
   plist::Array descriptors, scaledSizes, extensionTimings;
   plist::Dictionary standardModes;
   resolution.addInOverridesDspc(descriptors, scaledSizes, standardModes, extensionTimings, 0, 0);
   const plist::Data* const data = (descriptors.empty() ? extensionTimings : descriptors).front().data();
   const auto back = resolution.extended ? VLMOverrideResolution::initWithDisplayIdType1Data(*data, 0)
                                         : VLMOverrideResolution::initWithDTDData(*data, 0);
-  return back->isEqualToRes(&resolution);
+  VLMOverrideResolution even = resolution;
+  if (even.interlaced) even.activeNy &= ~1U;
+  return back->isEqualToRes(&even);
 }
 
 /// What shall be installed, each once.
@@ -103,7 +105,7 @@ OverrideResolutions wantedOf(const OverrideResolutions& resolutions) {
   OverrideResolutions wanted;
   for (const auto& resolution : resolutions) {
     if (!resolution->toInstall || isUnfilled(*resolution)) continue;
-    const auto compared = std::span(wanted).first(std::min(wanted.size(), kMostOverrideItems));
+    const auto compared = std::span(wanted).first(std::min(wanted.size(), kMostResolutions));
     const bool isThere =
         std::ranges::any_of(compared, [&](const auto& other) { return other->isEqualToRes(resolution.get()); });
     if (!isThere) wanted.push_back(resolution);
@@ -246,7 +248,8 @@ void VLMDisplay::composeResolutions(OverrideComposition& composition, plist::Arr
   const auto native = findNativeMode();
   const std::uint32_t nativeNx = native == nullptr ? 0 : native->pixelsOf(native->Nx);
   const std::uint32_t nativeNy = native == nullptr ? 0 : native->pixelsOf(native->Ny);
-  const std::size_t keptTimings = timings.size(), keptExtensionTimings = extensionTimings.size();
+  const std::size_t keptTimings = timings.size(), keptSizes = scaledSizes.size(),
+                    keptExtensionTimings = extensionTimings.size();
   for (const auto& resolution : wanted.missing()) {
     if (!canBeWritten(*resolution)) {
       composition.findings.push_back(resolution->displayedModeName() + ": no record of the file can hold it; left out");
@@ -255,6 +258,7 @@ void VLMDisplay::composeResolutions(OverrideComposition& composition, plist::Arr
     resolution->addInOverridesDspc(timings, scaledSizes, standardModes, extensionTimings, nativeNx, nativeNy);
   }
   removeRepeated(timings, keptTimings);
+  removeRepeated(scaledSizes, keptSizes);
   removeRepeated(extensionTimings, keptExtensionTimings);
   setOrRemove(content, OverrideKey::timings, std::move(timings), content.array(OverrideKey::timings) != nullptr);
   setOrRemove(content, OverrideKey::scaledSizes, std::move(scaledSizes),

@@ -16,10 +16,10 @@ std::optional<std::string> VLMDisplay::writeOverrides(const plist::Dictionary& c
   if (auto failure = writeContent(content)) return failure;
   const auto compareWithFile = [](auto& record) {
     if (record == nullptr) return;
-    if (record->shouldOverride) {
+    if (record->shouldOverride && record->isModified()) {
       record->copyBackupWith(*record);
     } else {
-      // It is out of the file; what the system says comes in its place.
+      // What the file says comes in its place, or the system where the file says nothing.
       record = nullptr;
     }
   };
@@ -34,8 +34,12 @@ std::optional<std::string> VLMDisplay::writeOverrides(const plist::Dictionary& c
   compareWithFile(monitorTiming);
   compareWithFile(defaultResolution);
   compareWithFile(displayPixelDimensions);
-  // A name may be the user's own without being in the file.
-  if (displayName != nullptr) displayName->copyBackupWith(*displayName);
+  if (displayName != nullptr && displayName->shouldOverride && !displayName->isModified()) {
+    displayName = VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false);
+  } else if (displayName != nullptr) {
+    // A name may be the user's own without being in the file.
+    displayName->copyBackupWith(*displayName);
+  }
   overrideFileWasWritten();
   return std::nullopt;
 }
@@ -60,8 +64,12 @@ std::optional<std::string> VLMDisplay::restoreOverrides() {
 }
 
 bool VLMDisplay::sharesOverrideWith(const VLMDisplay& other) const {
-  // A file may be a list with an entry for either kind of connection.
-  return other.isDigital == isDigital && other.overridePathForSaving() == overridePathForSaving();
+  const std::string path = overridePathForSaving();
+  if (other.overridePathForSaving() != path) return false;
+  if (other.isDigital == isDigital) return true;
+  // A list has an entry for either kind of connection; a dictionary is for both.
+  const auto root = os().files.propertyListWithContentsOfURL(path);
+  return !root || root->array() == nullptr;
 }
 
 void VLMDisplay::takeImportFrom(const VLMDisplay& other) {
@@ -70,7 +78,11 @@ void VLMDisplay::takeImportFrom(const VLMDisplay& other) {
 }
 
 void VLMDisplay::takeImportOfTwins() {
-  if (importedEDID || container == nullptr || !inOverrideFileEDID || !hasImportedMark(*inOverrideFileEDID)) return;
+  // A record that has been here before has had its say: its import may just have been taken back.
+  const bool isNew = monitorTiming == nullptr && defaultResolution == nullptr && displayPixelDimensions == nullptr &&
+                     displayFreqPolicy == nullptr;
+  if (!isNew || importedEDID || container == nullptr) return;
+  if (!inOverrideFileEDID || !hasImportedMark(*inOverrideFileEDID)) return;
   for (const auto& other : container->knownDisplays()) {
     if (other->importedEDID && sharesOverrideWith(*other)) return takeImportFrom(*other);
   }

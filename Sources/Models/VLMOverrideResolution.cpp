@@ -204,13 +204,13 @@ void mergeObject(OverrideResolutions& array, const std::shared_ptr<VLMOverrideRe
                  bool addIfNotExisiting) {
   if (object == nullptr) return;
   bool isThere = false;
-  for (const auto& element : std::span(array).first(std::min(array.size(), kMostComparedResolutions))) {
+  for (const auto& element : std::span(array).first(std::min(array.size(), kMostResolutions))) {
     if (!element->isEqualToRes(object.get())) continue;
     join(*element, *object);
     if (isThere) element->isDuplicate = true;
     isThere = true;
   }
-  if (!isThere && addIfNotExisiting) array.push_back(object);
+  if (!isThere && addIfNotExisiting && array.size() < kMostResolutions) array.push_back(object);
 }
 
 }  // namespace vlm

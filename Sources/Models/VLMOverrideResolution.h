@@ -149,10 +149,11 @@ class VLMOverrideResolution {
 
 using OverrideResolutions = std::vector<std::shared_ptr<VLMOverrideResolution>>;
 
-/// Entries that new ones are compared with: no display has as many, and a damaged file must not keep anybody busy.
-inline constexpr std::size_t kMostComparedResolutions = 4096;
+/// Entries that a list gets: no display has as many, and a damaged file must not keep anybody busy. More than what is
+/// read of one override file.
+inline constexpr std::size_t kMostResolutions = 14000;
 /// Joins an entry to those equal to it: the first stays the entry, later ones are marked as duplicates. With
-/// `addIfNotExisiting` an entry that is not there yet is appended.
+/// `addIfNotExisiting` an entry that is not there yet is appended, up to kMostResolutions.
 void mergeObject(OverrideResolutions& array, const std::shared_ptr<VLMOverrideResolution>& object,
                  bool addIfNotExisiting);
 

@@ -16,22 +16,37 @@ TEST(OverrideCommands, RefuseWithTheArgumentAndTheReason) {
       {"override add Left 1600@60 cvt", "\"1600@60\" is no resolution"},
       {"override add Left 1600x900i60 cvt", "is no resolution"},
       {"override add Left 1600x900 cvt", "needs a rate"},
-      {"override add Left 40000x900@60 cvt", "is beyond 32767 pixels"},
+      {"override add Left 1600x900@0 cvt", "above 0 Hz and at most 1000 Hz"},
+      {"override add Left 70000x900@60 cvt", "is beyond the 65536 pixels"},
+      {"override add Left 3x900@60 cvt", "3 is cut to 0: the display counts in characters of 8 pixels"},
+      {"override add Left 32x32@60 gtf", "horizontal front porch would be -8 pixels"},
+      {"override add Left 60000x60000@900 cvt", "a pixel clock of"},
       {"override add Left 1600x900@60 vesa", "\"vesa\" is none of gtf, cvt"},
-      {"override add Left 1601x901@61 standard", "not in the platform's table"},
+      {"override add Left 1601x901@61 standard", "nothing of that size"},
+      {"override add Left 1280x1024@61 standard", "that size at 60.02 Hz, 75.02 Hz"},
       {"override add Left 1280x720i scaled", "never interlaced"},
+      {"override add Left 63x64 scaled", "a side has 64 to 16384 pixels"},
       {"override remove Left 1600x900@60", "\"Left\" has no custom resolution \"1600x900@60\""},
       {"override remove Left some", "neither all nor a resolution"},
       {"override range Left 30-81", "MINH-MAXH MINV-MAXV"},
-      {"override range Left 81-30 56-76 25-170", "\"81-30\" is no range"},
+      {"override range Left 81-30 56-76 25-170", "\"81-30\": the lower number comes first"},
+      {"override range Left 30-81 56-76.5 25-170", "in whole Hz"},
+      {"override range Left 30-10001 56-76 25-170", "a line rate is at most 10000 kHz"},
+      {"override range Left 0-0 0-0 0-0", "says nothing"},
       {"override default Left 1920x1080", "a resolution with a rate"},
       {"override pixels Left 1920x1080@60", "a size such as"},
       {"override name Left \"\"", "a name has characters"},
       {"override import Left off --own-identity", "behind the file stands"},
+      {"override import Left --own-identity", "in front of --own-identity"},
       {"override import Left ~/none.bin", "~/none.bin: "},
+      {"override file Left \"\" Desk", "the key path is empty"},
+      {"override cut Left 10", "DisplayProductID-"},
+      {"edid Left year", "behind year stands a number"},
       {"override policy Left yes", "neither on nor off"},
       {"edid Left --raw", "behind --raw stands a file"},
       {"expect override Left name", "stands a value"},
+      {"expect override Left policy yes", "which is on or off"},
+      {"expect override Left colour on", "none of name, range, default, pixels, policy, import"},
       {"override show Nobody", "Nobody"},
   };
   Desk desk;
@@ -53,6 +68,22 @@ TEST(OverrideCommands, PrintWhatSpeaksAgainstATimingBelowIt) {
   const std::size_t entry = text.rfind("2560 × 1440");
   EXPECT_NE(text.find("! pixel clock", entry), std::string::npos) << text;
   EXPECT_LT(text.find("! pixel clock", entry), text.find("RECORD", entry)) << text;
+}
+
+TEST(OverrideCommands, SayWhatTheyHaveDone) {
+  Desk desk;
+  const Outcome outcome =
+      desk.play({"override write Left", "override add Left 1366x769i@50 cvt", "override add Left 640x480@75 gtf",
+                 "administrator on", "override write Left", "override write Left", "override restore Left"});
+  ASSERT_TRUE(outcome.held()) << outcome.reason;
+  const std::string text = desk.data.str();
+  std::size_t at = 0;
+  for (const char* said :
+       {"nothing to be written: nothing is overridden", "1366 is cut to 1360", "769 lines become 770",
+        "added: custom 640 × 480, 75", "written: /Library/Displays", "the file has all of it", "as it was found"}) {
+    at = text.find(said, at);
+    EXPECT_NE(at, std::string::npos) << said << " in " << text;
+  }
 }
 
 TEST(EdidCommand, ShowsAndSavesWhatTheDaemonReads) {
