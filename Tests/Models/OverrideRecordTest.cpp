@@ -14,7 +14,7 @@ using plist::Data;
 
 TEST(OverrideRecord, KeepsTheTimingRangeAtThePlatformsPlaces) {
   Data platforms(312);
-  const auto put = [&](std::size_t at, const Data& bytes) { std::ranges::copy(bytes, platforms.begin() + at); };
+  const auto put = [&](std::ptrdiff_t at, const Data& bytes) { std::ranges::copy(bytes, platforms.begin() + at); };
   put(32, {0x40, 0x78, 0x7d, 0x01, 0, 0, 0, 0});     // 25 MHz
   put(40, {0x00, 0x46, 0xc3, 0x23, 0, 0, 0, 0});     // 600 MHz
   put(64, {48, 0, 0, 0, 144, 0, 0, 0});              // Hz
