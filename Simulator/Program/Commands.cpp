@@ -58,6 +58,9 @@ std::string nearestTo(const std::string& word) {
   std::size_t least = std::min<std::size_t>(3, (word.size() + 1) / 2);
   for (const Command& command : allCommands()) {
     const std::string first(command.name.substr(0, command.name.find(' ')));
+    // Lengths that differ by as much need as many slips.
+    const std::size_t longer = std::max(word.size(), first.size()), shorter = std::min(word.size(), first.size());
+    if (longer - shorter >= least) continue;
     const std::size_t distance = isSameName(word, first) ? 0 : distanceBetween(word, first);
     if (distance >= least) continue;
     least = distance;

@@ -1,6 +1,7 @@
 #include "Simulator/Program/Scenario.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <iostream>
 
@@ -26,9 +27,12 @@ std::optional<std::string_view> machineIn(std::string_view line) {
 
 /// The text up to `kLargestScenario`; absent when there is more.
 std::optional<std::string> readAll(std::istream& stream) {
-  std::string text(kLargestScenario + 1, '\0');
-  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(stream.gcount()));
+  std::string text;
+  std::array<char, 4096> piece{};
+  do {
+    stream.read(piece.data(), piece.size());
+    text.append(piece.data(), static_cast<std::size_t>(stream.gcount()));
+  } while (stream && text.size() <= kLargestScenario);
   return text.size() > kLargestScenario ? std::nullopt : std::optional(std::move(text));
 }
 
