@@ -122,7 +122,7 @@ void removeRepeated(plist::Array& items, std::size_t count) {
   }
 }
 
-/// The same of the records of standard modes.
+/// Of the records of standard modes those that stay, as with keptItems.
 plist::Dictionary keptStandardModes(const plist::Dictionary& content,
                                     const std::unordered_set<std::size_t>& itemsReadLast, Wanted& wanted) {
   const plist::Dictionary* const records = content.dictionary(OverrideKey::standardModes);
