@@ -17,7 +17,7 @@ declare -A longest=([ddc]=200 [edid]=700 [overrides]=800 [scenario]=160 [setting
 # The simulated Mac's home in memory, where there is such a folder. Of an allocation one frame is kept: an input alone
 # tells more with ASAN_OPTIONS=malloc_context_size=30. libFuzzer's look for leaks takes longer than the executions.
 if [[ -w /dev/shm ]]; then export TMPDIR=/dev/shm; fi
-export ASAN_OPTIONS=quarantine_size_mb=4:malloc_context_size=1:${ASAN_OPTIONS-} UBSAN_OPTIONS=print_stacktrace=1
+export ASAN_OPTIONS=quarantine_size_mb=1:thread_local_quarantine_size_kb=64:malloc_context_size=1:${ASAN_OPTIONS-} UBSAN_OPTIONS=print_stacktrace=1
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 log=$scratch/log

@@ -21,7 +21,7 @@ std::size_t wordsIn(std::string_view name) {
 /// The first `count` words with a blank between.
 std::string joined(Arguments words, std::size_t count) {
   std::string text;
-  for (std::size_t i = 0; i < count; ++i) text += (i == 0 ? "" : " ") + words[i];
+  for (std::size_t i = 0; i < count; ++i) text.append(i == 0 ? "" : " ").append(words[i]);
   return text;
 }
 
@@ -29,6 +29,7 @@ std::string joined(Arguments words, std::size_t count) {
 const Command* commandOf(Arguments words) {
   const Command* best = nullptr;
   for (const Command& command : allCommands()) {
+    if (!command.name.starts_with(words.front())) continue;
     const std::size_t count = wordsIn(command.name);
     if (count > words.size() || joined(words, count) != command.name) continue;
     if (best == nullptr || count > wordsIn(best->name)) best = &command;
@@ -56,8 +57,11 @@ std::string nearestTo(const std::string& word) {
   std::string best;
   // Two slips, and fewer than half of the letters: of short words nearly everything is near.
   std::size_t least = std::min<std::size_t>(3, (word.size() + 1) / 2);
+  std::string_view before;  // commands of one first word stand together
   for (const Command& command : allCommands()) {
-    const std::string first(command.name.substr(0, command.name.find(' ')));
+    const std::string_view first = command.name.substr(0, command.name.find(' '));
+    if (first == before) continue;
+    before = first;
     // Lengths that differ by as much need as many slips.
     const std::size_t longer = std::max(word.size(), first.size()), shorter = std::min(word.size(), first.size());
     if (longer - shorter >= least) continue;

@@ -94,7 +94,7 @@ std::string plainText(const plist::Value& value) {
   if (const std::string* text = value.string()) return *text;
   if (value.kind() == Kind::real) {
     char text[64];
-    std::snprintf(text, sizeof text, "%.10g", value.real());
+    std::snprintf(text, sizeof text, "%.10g", value.real() + 0.0);  // no "-0"
     return text;
   }
   return plist::describe(value);
