@@ -58,26 +58,7 @@ struct KnownDisplays {
     mac.writeSettings(withMoreRecords(document.getPrefs(SettingsGroup::all)));
   }
 
-  Ports ports() {
-    const Ports all = mac.session.ports();
-    return {.appleEvents = all.appleEvents,
-            .application = all.application,
-            .bundle = all.bundle,
-            .colorSync = all.colorSync,
-            .files = all.files,
-            .input = all.input,
-            .registry = all.registry,
-            .monitorBus = all.monitorBus,
-            .notifications = all.notifications,
-            .powerSources = all.powerSources,
-            .preferences = all.preferences,
-            .quartz = quartz,
-            .runLoop = all.runLoop,
-            .skyLight = all.skyLight,
-            .system = all.system,
-            .userInterface = all.userInterface,
-            .workspace = all.workspace};
-  }
+  Ports ports() { return mac.session.ports({.quartz = &quartz}); }
 
   ProcessOnMac mac;
   WatchedQuartz quartz;

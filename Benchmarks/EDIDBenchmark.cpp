@@ -98,26 +98,6 @@ class ReadFiles final : public sim::SimulatedFiles {
   }
 };
 
-Ports portsWith(const Ports& ports, Files& files) {
-  return {.appleEvents = ports.appleEvents,
-          .application = ports.application,
-          .bundle = ports.bundle,
-          .colorSync = ports.colorSync,
-          .files = files,
-          .input = ports.input,
-          .registry = ports.registry,
-          .monitorBus = ports.monitorBus,
-          .notifications = ports.notifications,
-          .powerSources = ports.powerSources,
-          .preferences = ports.preferences,
-          .quartz = ports.quartz,
-          .runLoop = ports.runLoop,
-          .skyLight = ports.skyLight,
-          .system = ports.system,
-          .userInterface = ports.userInterface,
-          .workspace = ports.workspace};
-}
-
 /// 65 timings for descriptors, 40 for DisplayID extensions, 60 scaled sizes, and 35 standard modes, which are all.
 OverrideResolutions resolutions() {
   constexpr std::uint32_t kDescriptors = 65, kExtensions = 40, kScaled = 60, kStandard = 35;
@@ -149,7 +129,7 @@ OverrideResolutions resolutions() {
 void OverrideFileIsReadAndComposed(benchmark::State& state) {
   auto& [mac, session] = processOnMac();
   ReadFiles files(mac, session);
-  Process process(portsWith(session.ports(), files));
+  Process process(session.ports({.files = &files}));
   VLMGlobals& document = VLMGlobals::sharedInstance();
   document.initializeAllDisplaysFromSystemData();
   const auto display = document.displayArray.front();

@@ -135,7 +135,7 @@ void talkTo(FuzzMac& mac, bool isIntel, Input& input) {
   bus.ownEdid = target->description.edid;
   const std::size_t heldBefore = mac.session.heldObjects();
   {
-    const Process process(mac.portsWith(bus, runLoop));
+    const Process process(mac.session.ports({.monitorBus = &bus, .runLoop = &runLoop}));
     const auto display = VLMDisplay::init();
     display->container = &VLMGlobals::sharedInstance();
     display->cgID = target->id;

@@ -45,39 +45,8 @@ struct FuzzMac {
     return machine;
   }
 
-  /// The session's ports with others in place of some.
-  Ports portsWith(Files& files) {
-    Ports base = session.ports();
-    return withPorts(base, files, base.monitorBus, base.runLoop);
-  }
-  Ports portsWith(MonitorBus& monitorBus, RunLoop& runLoop) {
-    Ports base = session.ports();
-    return withPorts(base, base.files, monitorBus, runLoop);
-  }
-
   sim::SimulatedMac mac;
   sim::Session& session;
-
- private:
-  static Ports withPorts(const Ports& base, Files& files, MonitorBus& monitorBus, RunLoop& runLoop) {
-    return {.appleEvents = base.appleEvents,
-            .application = base.application,
-            .bundle = base.bundle,
-            .colorSync = base.colorSync,
-            .files = files,
-            .input = base.input,
-            .registry = base.registry,
-            .monitorBus = monitorBus,
-            .notifications = base.notifications,
-            .powerSources = base.powerSources,
-            .preferences = base.preferences,
-            .quartz = base.quartz,
-            .runLoop = runLoop,
-            .skyLight = base.skyLight,
-            .system = base.system,
-            .userInterface = base.userInterface,
-            .workspace = base.workspace};
-  }
 };
 
 }  // namespace vlm::fuzz

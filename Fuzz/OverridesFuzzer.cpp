@@ -43,7 +43,7 @@ constexpr auto kOurKeys = std::to_array<std::string_view>(
 
 /// The machine, the one process on it (what it keeps are tables that never change), and a display as it was found.
 struct Desk {
-  Desk() : mac("laptop-and-two"), files(mac.mac, mac.session), process(mac.portsWith(files)) {
+  Desk() : mac("laptop-and-two"), files(mac.mac, mac.session), process(mac.session.ports({.files = &files})) {
     files.contentAt = [this](const std::string& path) -> const plist::Value* {
       return path.starts_with("/Library/Displays/") && path.find("/DisplayProductID-") != path.npos ? file : nullptr;
     };

@@ -230,7 +230,7 @@ plist::Value writtenBehind(const plist::Dictionary& content) {
 void start(const plist::Value& content) {
   static GivenFiles files(fuzzMac().mac, fuzzMac().session);
   files.contentAt = [&](const std::string& path) { return path.ends_with("daemon.plist") ? &content : nullptr; };
-  const Process process(fuzzMac().portsWith(files));
+  const Process process(fuzzMac().session.ports({.files = &files}));
   VLMGlobals& document = VLMGlobals::sharedInstance();
   document.initializeAllDisplaysFromSystemData();
   askEverything(document);

@@ -16,20 +16,29 @@ Session::Session(SimulatedMac& mac, ProcessDescription description, std::int32_t
 
 Session::~Session() { end(); }
 
-Ports Session::ports() {
+namespace {
+
+template <class Port>
+Port& given(Port* other, Port& own) {
+  return other == nullptr ? own : *other;
+}
+
+}  // namespace
+
+Ports Session::ports(const OtherPorts& others) {
   return {.appleEvents = ports_->appleEvents,
           .application = ports_->application,
           .bundle = ports_->bundle,
           .colorSync = ports_->colorSync,
-          .files = ports_->files,
+          .files = given<Files>(others.files, ports_->files),
           .input = ports_->input,
           .registry = ports_->registry,
-          .monitorBus = ports_->monitorBus,
+          .monitorBus = given<MonitorBus>(others.monitorBus, ports_->monitorBus),
           .notifications = ports_->notifications,
           .powerSources = ports_->powerSources,
           .preferences = ports_->preferences,
-          .quartz = ports_->quartz,
-          .runLoop = ports_->runLoop,
+          .quartz = given<Quartz>(others.quartz, ports_->quartz),
+          .runLoop = given<RunLoop>(others.runLoop, ports_->runLoop),
           .skyLight = ports_->skyLight,
           .system = ports_->system,
           .userInterface = ports_->userInterface,
