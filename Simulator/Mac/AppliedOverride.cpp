@@ -145,6 +145,7 @@ class Application {
     const plist::Value* modes = content_.find(kKey);
     if (modes == nullptr) return;
     if (modes->dictionary() == nullptr) return finding(kKey, "is no dictionary");
+    std::size_t count = 0;
     for (const auto& [key, value] : *modes->dictionary()) {
       const plist::Data* record = value.data();
       // Records of others mean something else.
@@ -152,6 +153,7 @@ class Application {
           !std::equal(kMark.begin(), kMark.end(), record->begin())) {
         continue;
       }
+      if (count++ == kMostOfAKind) return finding(kKey, "has too many items, the first ones count");
       std::uint32_t number = 0;
       std::from_chars(key.data(), key.data() + key.size(), number);
       const std::optional<Timing> timing = timingOfAppleNumber(number);

@@ -26,6 +26,8 @@ namespace vlm::sim {
 namespace {
 
 constexpr const char* kSnapshot = "Velmoratix backup settings";
+/// What some versions put in front of a name.
+constexpr const char* kNamePrefix = "Velmoratix4 - ";
 
 /// A display of the daemon's that a command is about.
 struct Edit {
@@ -76,8 +78,9 @@ std::string wordsOf(const plist::Dictionary& view) {
 // --- Looking ---
 
 std::vector<std::string> resolutionRow(const plist::Dictionary& view, const VLMOverrideResolution& entry) {
-  const bool isTiming = view.contains("pixelClockMHz");
-  return {entry.displayedModeName(),
+  const bool isTiming = view.real("pixelClockMHz") > 0;
+  const bool isUnknown = entry.resolutionType == VLMOverrideResolution::kStandardMode && !isTiming;
+  return {isUnknown ? shortName(entry) : entry.displayedModeName(),
           *view.string("kind"),
           isTiming ? shortNumber(view.real("pixelClockMHz")) + " MHz" : "-",
           isTiming ? shortNumber(view.real("lineRateKHz")) + " kHz" : "-",
@@ -120,6 +123,7 @@ std::string fileText(const plist::Dictionary& view) {
   if (!view.boolean("fileExists")) {
     text += view.boolean("fileFound") ? ": not there yet; the platform has one of its own" : ": not there yet";
   }
+  if (view.boolean("fileExists") && !view.boolean("fileReadable")) return text + ": cannot be read";
   text += view.boolean("hasBackup") ? "; it keeps what was found at first" : "";
   return text + (view.boolean("needsWriting") ? "; must be written" : "; nothing to be written");
 }
@@ -161,15 +165,17 @@ Outcome add(Simulator& simulator, Arguments arguments) {
     entry->toInstall = true;
     for (const Entry& known : edit.display.overridenModes) {
       if (!known->isEqualToRes(entry.get())) continue;
-      if (known->toInstall) return shortName(*known) + " is there already, with this very timing";
+      const bool isScaled = known->resolutionType == VLMOverrideResolution::kScaled;
+      if (known->toInstall)
+        return shortName(*known) + " is there already" + (isScaled ? "" : ", with this very timing");
       // One of those that the file held before.
       known->toInstall = true;
       printEntry(simulator.output(), edit.display, *known, "back:");
       return std::nullopt;
     }
     edit.display.overridenModes.push_back(entry);
+    for (const std::string& note : notes) simulator.output().data << note << "\n";
     printEntry(simulator.output(), edit.display, *entry, "added:");
-    for (const std::string& note : notes) simulator.output().data << "    " << note << "\n";
     return std::nullopt;
   });
 }
@@ -196,12 +202,17 @@ Outcome remove(Simulator& simulator, Arguments arguments) {
 
 /// Lets a record go into the file with what `fill` puts into it; without, it shall go out of it.
 template <class Record, class Fill>
-void putInto(std::shared_ptr<Record>& record, bool overrides, Fill fill) {
+void putInto(VLMDisplay& display, std::shared_ptr<Record>& record, bool overrides, Fill fill) {
   if (record == nullptr) record = std::make_shared<Record>();
+  if (!overrides && !record->shouldOverride && !record->isModified()) return;
   record->shouldOverride = overrides;
   // It is as the user wants it, wherever it was found before.
   record->status = 0;
   if (overrides) fill(*record);
+  if (overrides || record->isModified()) return;
+  // There is nothing of it in the file to be taken out; what is no choice of the user's follows the system.
+  record = nullptr;
+  display.completeOverridesWithActualSettings();
 }
 
 Outcome name(Simulator& simulator, Arguments arguments) {
@@ -209,8 +220,12 @@ Outcome name(Simulator& simulator, Arguments arguments) {
   if (text.empty() || !isWritableText(text)) {
     return Outcome::refused("a name has characters, none of them control characters: " + quoted(text));
   }
+  if (text.find(kNamePrefix) != std::string::npos) {
+    return Outcome::refused(quoted(kNamePrefix) + " is taken out of names when they are read");
+  }
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    putInto(edit.display.displayName, text != "off", [&](VLMOverrideDisplayName& record) { record.name = text; });
+    putInto(edit.display, edit.display.displayName, text != "off",
+            [&](VLMOverrideDisplayName& record) { record.name = text; });
     // What is no choice of the user's follows the system.
     if (text == "off") edit.display.displayName->name = edit.display.sysMonitorName;
     return std::nullopt;
@@ -240,8 +255,7 @@ Refusal faultOfSpan(const std::string& text, const SpanArgument& span, const Ran
 Outcome range(Simulator& simulator, Arguments arguments) {
   const bool isOff = arguments[1] == "off";
   if (arguments.size() != (isOff ? 2U : 4U)) {
-    return Outcome::refused(
-        "override range DISPLAY MINH-MAXH MINV-MAXV MINCLOCK-MAXCLOCK, or override range DISPLAY off");
+    return Outcome::refused("a range is off, or three of them, as in override range Left 30-81 56-76 25-170");
   }
   std::array<SpanArgument, 3> spans;
   double highest = 0;
@@ -254,7 +268,7 @@ Outcome range(Simulator& simulator, Arguments arguments) {
   }
   if (!isOff && highest == 0) return Outcome::refused("a range of zeros says nothing; override range DISPLAY off");
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    putInto(edit.display.monitorTiming, !isOff, [&](VLMOverrideMonitorRange& record) {
+    putInto(edit.display, edit.display.monitorTiming, !isOff, [&](VLMOverrideMonitorRange& record) {
       record.minH = spans[0].lowest;
       record.maxH = spans[0].highest;
       record.minV = static_cast<std::uint32_t>(spans[1].lowest);
@@ -285,7 +299,7 @@ Outcome defaultResolution(Simulator& simulator, Arguments arguments) {
   if (const auto* reason = std::get_if<std::string>(&read)) return Outcome::refused(*reason);
   const auto& mode = std::get<std::optional<ModeArgument>>(read);
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    putInto(edit.display.defaultResolution, mode.has_value(), [&](VLMOverrideDefaultResolution& record) {
+    putInto(edit.display, edit.display.defaultResolution, mode.has_value(), [&](VLMOverrideDefaultResolution& record) {
       record.Nx = mode->width;
       record.Ny = mode->height;
       record.Hz = *mode->refreshHz;
@@ -299,10 +313,11 @@ Outcome pixels(Simulator& simulator, Arguments arguments) {
   if (const auto* reason = std::get_if<std::string>(&read)) return Outcome::refused(*reason);
   const auto& size = std::get<std::optional<ModeArgument>>(read);
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
-    putInto(edit.display.displayPixelDimensions, size.has_value(), [&](VLMOverrideDisplayPixelDimensions& record) {
-      record.Nx = size->width;
-      record.Ny = size->height;
-    });
+    putInto(edit.display, edit.display.displayPixelDimensions, size.has_value(),
+            [&](VLMOverrideDisplayPixelDimensions& record) {
+              record.Nx = size->width;
+              record.Ny = size->height;
+            });
     return std::nullopt;
   });
 }
@@ -359,13 +374,16 @@ void saveRecords(const Edit& edit) {
 }
 
 Outcome notWritten(const Edit& edit, const std::string& reason) {
-  return Outcome::notHeld(edit.display.overridePathForSaving() + " is not written: " + reason);
+  const std::string path = edit.display.overridePathForSaving();
+  if (reason.starts_with(path)) return Outcome::notHeld("not written: " + reason);
+  const std::string hint = edit.simulator.mac().administratorAllows ? "" : " (administrator on lets it)";
+  return Outcome::notHeld(path + " is not written: " + reason + hint);
 }
 
 /// The file has all of it, the snapshot of what was there before aside.
 bool isInFile(const Edit& edit, plist::Dictionary content) {
   auto inFile = edit.display.makeContentOfOverrideDictionary(true);
-  if (!inFile || edit.display.willNeedToSaveOverride()) return false;
+  if (!inFile) return false;
   for (plist::Dictionary* each : {&content, &*inFile}) each->remove(kSnapshot);
   return content == *inFile;
 }
@@ -375,15 +393,19 @@ Outcome write(Simulator& simulator, Arguments arguments) {
     const OverrideComposition composed = edit.display.composeOverrides();
     const std::string path = edit.display.overridePathForSaving();
     std::ostream& answer = simulator.output().data;
-    if (isInFile(edit, composed.content)) {
+    const bool isSame = isInFile(edit, composed.content);
+    if (isSame && !edit.display.willNeedToSaveOverride()) {
       const bool isThere = os().files.checkResourceIsReachable(path);
       answer << "nothing to be written: " << (isThere ? "the file has all of it" : "nothing is overridden") << "\n";
+      // Or all but what somebody else has changed there since.
+      edit.display.readOverrideFileAnew();
       return Outcome{};
     }
-    if (const auto failure = edit.display.writeOverrides(composed.content)) return notWritten(edit, *failure);
     for (const std::string& finding : composed.findings) {
       answer << simulator.output().red("! ") << withoutPadding(finding) << "\n";
     }
+    if (isSame && !composed.findings.empty()) return notWritten(edit, "nothing that is missing in it can be");
+    if (const auto failure = edit.display.writeOverrides(composed.content)) return notWritten(edit, *failure);
     answer << "written: " << path << "; the display heeds it when it is plugged in the next time\n";
     saveRecords(edit);
     return Outcome{};
@@ -400,7 +422,7 @@ Outcome restore(Simulator& simulator, Arguments arguments) {
     if (hadFile) {
       answer << edit.display.overridePathForSaving() << " is as it was found at first\n";
     } else {
-      answer << "there was no file; the changes that were not written are forgotten\n";
+      answer << "there is no file; what was not written is forgotten\n";
     }
     saveRecords(edit);
     return Outcome{};
@@ -414,6 +436,10 @@ Outcome restore(Simulator& simulator, Arguments arguments) {
 /// Somebody else, or an earlier version, has written there: nobody is asked, and nobody is told.
 Outcome file(Simulator& simulator, Arguments arguments) {
   if (arguments[1].empty()) return Outcome::refused("the key path is empty; DisplayProductName is one");
+  const plist::Value value = valueFrom(arguments[2]);
+  if (value.string() != nullptr && arguments[2].starts_with("data:")) {
+    return Outcome::refused(quoted(arguments[2]) + " is no bytes such as data:0A1F; text:data: begins a text");
+  }
   return onRecord(simulator, arguments[0], [&](const Edit& edit) {
     const std::string path = edit.display.overridePathForSaving();
     const std::filesystem::path place = simulator.mac().hostPath(path);
@@ -423,7 +449,7 @@ Outcome file(Simulator& simulator, Arguments arguments) {
     plist::Value root = read.value.value_or(plist::Dictionary());
     const bool isFirstOfList = arguments[1].starts_with("0.") && root == plist::Value(plist::Dictionary());
     if (isFirstOfList) root = plist::Array();
-    if (!setValueAt(root, arguments[1], valueFrom(arguments[2]))) {
+    if (!setValueAt(root, arguments[1], value)) {
       return Outcome::refused("the file has no place " + arguments[1]);
     }
     std::filesystem::create_directories(place.parent_path(), error);
@@ -467,7 +493,7 @@ constexpr std::array kCommands{
             "override remove Left 1600x900@60", remove},
     Command{"override name", "DISPLAY NAME|off", 2, 2, "the name that the system shows", "override name Left Desk",
             name},
-    Command{"override range", "DISPLAY MINH-MAXH|off [MINV-MAXV] [MINCLOCK-MAXCLOCK]", 2, 4,
+    Command{"override range", "DISPLAY off|(MINH-MAXH MINV-MAXV MINCLOCK-MAXCLOCK)", 2, 4,
             "what the monitor takes: line rate in kHz, frame rate in Hz, pixel clock in MHz",
             "override range Left 30-81 56-76 25-170", range},
     Command{"override default", "DISPLAY WIDTHxHEIGHT@HZ|off", 2, 2, "the resolution that the system begins with",

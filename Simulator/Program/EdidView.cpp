@@ -219,8 +219,10 @@ void addIdentity(Rows& rows, const plist::Dictionary& view) {
   rows.push_back({"serial", numberText(view, "serial") + (serialText.empty() ? "" : ", " + quoted(serialText))});
   rows.push_back({"made", dateText(view)});
   rows.push_back({"input", view.boolean("digital") ? "digital" : "analogue"});
+  const bool hasSize = view.uInt32("widthCentimetres") != 0 && view.uInt32("heightCentimetres") != 0;
   rows.push_back(
-      {"picture", numberText(view, "widthCentimetres") + " x " + numberText(view, "heightCentimetres") + " cm"});
+      {"picture",
+       hasSize ? numberText(view, "widthCentimetres") + " × " + numberText(view, "heightCentimetres") + " cm" : "-"});
 }
 
 Rows aspectRows(const plist::Dictionary& view) {
@@ -244,7 +246,7 @@ Rows timingRows(const plist::Array& timings) {
     std::string notes = view.boolean("preferred") ? "preferred" : "";
     if (view.contains("videoCode")) notes += (notes.empty() ? "code " : ", code ") + numberText(view, "videoCode");
     rows.push_back(
-        {numberText(view, "width") + " x " + numberText(view, "height") + (view.boolean("interlaced") ? "i" : ""),
+        {numberText(view, "width") + " × " + numberText(view, "height") + (view.boolean("interlaced") ? "i" : ""),
          shortNumber(view.real("refreshHz")) + " Hz", shortNumber(view.real("pixelClockMHz")) + " MHz",
          shortNumber(view.real("lineRateKHz")) + " kHz", *view.string("source"), notes});
   }

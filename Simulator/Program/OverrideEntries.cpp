@@ -104,7 +104,7 @@ EntryMade generatedEntry(const VLMDisplay& display, const ResolutionArgument& wa
   // A driver that says 0 says nothing.
   active = std::max<std::uint16_t>(active, 1);
   const std::string characters = ": the display counts in characters of " + std::to_string(active) + " pixels";
-  if (wanted.mode.width < active) return std::to_string(wanted.mode.width) + " is cut to 0" + characters;
+  if (wanted.mode.width < active) return std::to_string(wanted.mode.width) + " is too narrow" + characters;
   entry->generateValuesWithGranAct(active, type);
   if (const Refusal reason = faultOf(*entry, text)) return *reason;
   MadeEntry made{.entry = entry, .notes = {}};

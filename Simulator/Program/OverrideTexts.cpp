@@ -92,22 +92,24 @@ constexpr std::array kRecords{
 
 // --- States ---
 
-plist::Array stateWords(std::int16_t status, bool isModified) {
+/// Of a display that is not attached nothing is offered, whatever was when it was seen last.
+plist::Array stateWords(const VLMDisplay& display, std::int16_t status, bool isModified) {
   plist::Array words;
   if (isModified) words.emplace_back("not written yet");
   if ((status & kOverrideFoundInOverrideFile) != 0) words.emplace_back("in the file");
   if ((status & kOverrideFoundInSettings) != 0) words.emplace_back("in the settings");
-  if ((status & kOverrideFoundInSystem) != 0) words.emplace_back("offered now");
+  if ((status & kOverrideFoundInSystem) != 0 && display.isAttached()) words.emplace_back("offered now");
   return words;
 }
 
 template <class Record>
-void addRecord(plist::Array& records, const char* what, const std::shared_ptr<Record>& record) {
+void addRecord(plist::Array& records, const VLMDisplay& display, const char* what,
+               const std::shared_ptr<Record>& record) {
   if (record == nullptr) return;
   records.emplace_back(plist::Dictionary{{"record", what},
                                          {"value", textOf(*record)},
                                          {"overrides", record->shouldOverride},
-                                         {"status", stateWords(record->status, record->isModified())}});
+                                         {"status", stateWords(display, record->status, record->isModified())}});
 }
 
 void addPolicy(plist::Array& records, const VLMOverrideBoolSettting* policy) {
@@ -146,7 +148,7 @@ plist::Dictionary resolutionView(VLMDisplay& display, const VLMOverrideResolutio
                          {"width", isScaled ? entry.scaledNx : entry.activeNx},
                          {"height", isScaled ? entry.scaledNy : entry.activeNy},
                          {"overrides", entry.toInstall},
-                         {"status", stateWords(entry.status, entry.isModified())}};
+                         {"status", stateWords(display, entry.status, entry.isModified())}};
   if (entry.resolutionType == VLMOverrideResolution::kStandardMode) view.set("systemNumber", entry.appleID);
   if (!isScaled) {
     view.set("refreshHz", rateView(entry.vfreq));
@@ -197,7 +199,10 @@ std::string withoutPadding(std::string text) {
   return text;
 }
 
-std::string shortName(const VLMOverrideResolution& entry) { return withoutPadding(entry.displayedModeName()); }
+std::string shortName(const VLMOverrideResolution& entry) {
+  const bool isUnknown = entry.resolutionType == VLMOverrideResolution::kStandardMode && entry.activeNx == 0;
+  return isUnknown ? "number " + std::to_string(entry.appleID) : withoutPadding(entry.displayedModeName());
+}
 
 std::string kindText(const VLMOverrideResolution& entry) {
   if (entry.resolutionType == VLMOverrideResolution::kScaled) return "scaled";
@@ -241,6 +246,7 @@ plist::Dictionary overridesView(VLMDisplay& display, const std::string& name) {
   plist::Dictionary view{{"display", name},
                          {"file", path},
                          {"fileExists", os().files.checkResourceIsReachable(path)},
+                         {"fileReadable", os().files.propertyListWithContentsOfURL(path).has_value()},
                          {"fileFound", display.typeOfOverrideFile != 0},
                          {"needsWriting", display.willNeedToSaveOverride()},
                          {"hasBackup", content.has_value() && content->contains("Velmoratix backup settings")}};
@@ -248,10 +254,10 @@ plist::Dictionary overridesView(VLMDisplay& display, const std::string& name) {
   for (const auto& entry : display.overridenModes) resolutions.emplace_back(resolutionView(display, *entry));
   view.set("resolutions", std::move(resolutions));
   plist::Array records;
-  addRecord(records, "name", display.displayName);
-  addRecord(records, "range", display.monitorTiming);
-  addRecord(records, "default", display.defaultResolution);
-  addRecord(records, "pixels", display.displayPixelDimensions);
+  addRecord(records, display, "name", display.displayName);
+  addRecord(records, display, "range", display.monitorTiming);
+  addRecord(records, display, "default", display.defaultResolution);
+  addRecord(records, display, "pixels", display.displayPixelDimensions);
   addPolicy(records, display.displayFreqPolicy.get());
   addEdid(records, display);
   view.set("records", std::move(records));

@@ -1,14 +1,13 @@
 #include "Models/EDIDRangeLimits.h"
 
-#include "Shared/VLMEDIDUtils.h"
+#include "Shared/EDIDLayout.h"
 
 namespace vlm {
 
 namespace {
 
-using Descriptor = std::span<const std::uint8_t, VLMOverrideResolution::kDescriptorLength>;
+using Descriptor = std::span<const std::uint8_t, kEDIDDescriptorLength>;
 
-constexpr std::size_t kDescriptorsAt = 54, kDescriptorCount = 4;
 constexpr std::uint8_t kRangeLimits = 0xFD, kTimingFormulaCVT = 0x04;
 /// What a rate above 255 is short of in its byte.
 constexpr double kRateOffset = 255;
@@ -16,12 +15,12 @@ constexpr double kRateOffset = 255;
 constexpr unsigned kMaximumIsOffset = 0x2, kMinimumIsOffset = 0x1;
 constexpr double kClockUnitMHz = 10, kClockFractionMHz = 0.25;
 
-TimingLimits limitsIn(Descriptor range) {
+SignalRange limitsIn(Descriptor range) {
   const auto rate = [&](std::size_t at, unsigned flags, unsigned bits) {
     return range[at] + ((flags & bits) == bits ? kRateOffset : 0);
   };
   const unsigned vertical = range[4] & 0x3U, horizontal = range[4] >> 2 & 0x3U;
-  TimingLimits limits{.source = "the EDID's range"};
+  SignalRange limits{.source = "the EDID's range"};
   limits.minV = rate(5, vertical, kMaximumIsOffset | kMinimumIsOffset);
   limits.maxV = rate(6, vertical, kMaximumIsOffset);
   limits.minH = rate(7, horizontal, kMaximumIsOffset | kMinimumIsOffset);
@@ -34,10 +33,10 @@ TimingLimits limitsIn(Descriptor range) {
 
 }  // namespace
 
-std::optional<TimingLimits> rangeLimitsInEDID(std::span<const std::uint8_t> edid) {
+std::optional<SignalRange> rangeLimitsInEDID(std::span<const std::uint8_t> edid) {
   if (edid.size() < kEDIDBlockLength) return std::nullopt;
-  for (std::size_t i = 0; i < kDescriptorCount; ++i) {
-    const Descriptor descriptor(edid.data() + kDescriptorsAt + i * Descriptor::extent, Descriptor::extent);
+  for (std::size_t i = 0; i < kEDIDDescriptorCount; ++i) {
+    const Descriptor descriptor(edid.data() + kEDIDDescriptorsAt + i * Descriptor::extent, Descriptor::extent);
     if (descriptor[0] == 0 && descriptor[1] == 0 && descriptor[3] == kRangeLimits) return limitsIn(descriptor);
   }
   return std::nullopt;

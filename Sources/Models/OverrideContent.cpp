@@ -11,7 +11,6 @@ namespace vlm {
 
 namespace {
 
-constexpr std::string_view kOurMark = "VLMT";
 constexpr std::size_t kStandardModeLength = 16;
 
 }  // namespace
@@ -46,7 +45,7 @@ std::size_t hashOfKey(const std::string& key) { return std::hash<std::string>()(
 bool isOurStandardMode(const plist::Value& record) {
   const plist::Data* const data = record.data();
   return data != nullptr && data->size() >= kStandardModeLength &&
-         std::equal(kOurMark.begin(), kOurMark.end(), data->begin(),
+         std::equal(kStandardModeMark.begin(), kStandardModeMark.end(), data->begin(),
                     [](char wanted, std::uint8_t byte) { return static_cast<std::uint8_t>(wanted) == byte; });
 }
 

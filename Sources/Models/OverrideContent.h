@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Models/VLMOverrideResolution.h"
 #include "Platform/PropertyList.h"
@@ -38,6 +39,8 @@ bool isUnfilled(const VLMOverrideResolution& resolution);
 std::size_t hashOfItem(const plist::Value& item);
 std::size_t hashOfKey(const std::string& key);
 
+/// What a record of "tovr" that we write begins with.
+inline constexpr std::string_view kStandardModeMark = "VLMT";
 /// Whether a record of "tovr" is one that we write; those of others are none of our business.
 bool isOurStandardMode(const plist::Value& record);
 /// The mode number that a key of "tovr" names, in the low 16 bits.

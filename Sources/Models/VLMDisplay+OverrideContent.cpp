@@ -85,8 +85,8 @@ plist::Array keptItems(const plist::Dictionary& content, const char* key, Read r
   return kept;
 }
 
-/// Whether it comes back as it is. A timing with figures beyond its record's would be installed as another one. The odd
-/// line of an interlaced one is lost, and meant to be.
+/// Whether it comes back as it is. A timing with figures beyond its record's would be installed as another one. A
+/// descriptor's lines are those of one field: the odd line of an interlaced picture is lost, and meant to be.
 bool canBeWritten(const VLMOverrideResolution& resolution) {
   if (resolution.resolutionType != VLMOverrideResolution::kCustomTiming) return true;
   plist::Array descriptors, scaledSizes, extensionTimings;
@@ -96,7 +96,7 @@ bool canBeWritten(const VLMOverrideResolution& resolution) {
   const auto back = resolution.extended ? VLMOverrideResolution::initWithDisplayIdType1Data(*data, 0)
                                         : VLMOverrideResolution::initWithDTDData(*data, 0);
   VLMOverrideResolution even = resolution;
-  if (even.interlaced) even.activeNy &= ~1U;
+  if (even.interlaced && !even.extended) even.activeNy &= ~1U;
   return back->isEqualToRes(&even);
 }
 
@@ -180,33 +180,37 @@ std::vector<VLMTiming> timingsIn(const plist::Array& extensionTimings) {
   return timings;
 }
 
-std::optional<TimingLimits> limitsOf(const std::shared_ptr<VLMOverrideMonitorRange>& range, const char* source) {
+std::optional<SignalRange> rangeOf(const std::shared_ptr<VLMOverrideMonitorRange>& range, const char* source) {
   if (range == nullptr || range->isEmpty()) return std::nullopt;
-  return TimingLimits{.source = source,
-                      .minH = range->minH,
-                      .maxH = range->maxH,
-                      .minV = static_cast<double>(range->minV),
-                      .maxV = static_cast<double>(range->maxV),
-                      .minPClock = range->minPClock,
-                      .maxPClock = range->maxPClock};
+  return SignalRange{.source = source,
+                     .minH = range->minH,
+                     .maxH = range->maxH,
+                     .minV = static_cast<double>(range->minV),
+                     .maxV = static_cast<double>(range->maxV),
+                     .minPClock = range->minPClock,
+                     .maxPClock = range->maxPClock};
 }
 
 }  // namespace
 
-std::vector<TimingLimits> VLMDisplay::timingLimits() {
-  std::vector<TimingLimits> limits;
+std::vector<SignalRange> VLMDisplay::signalRanges() {
+  std::vector<SignalRange> ranges;
   auto edid = importedEDID ? importedEDID : ownEDID();
   if (!edid) edid = inOverrideFileEDID;
-  if (auto range = edid ? rangeLimitsInEDID(*edid) : std::nullopt) limits.push_back(std::move(*range));
-  const bool isSystems = monitorTiming == nullptr || !monitorTiming->shouldOverride;
-  if (auto range = limitsOf(monitorTiming, isSystems ? "the system's timing range" : "the timing range that is set")) {
-    limits.push_back(std::move(*range));
+  if (auto range = edid ? rangeLimitsInEDID(*edid) : std::nullopt) ranges.push_back(std::move(*range));
+  if (monitorTiming == nullptr) return ranges;
+  const bool isSet = monitorTiming->shouldOverride;
+  // What was set and has been taken back says nothing; of a display that is not attached there is what was saved.
+  const bool isSystems = (monitorTiming->status & kOverrideFoundInSystem) != 0 || !isAttached();
+  if (!isSet && (!isSystems || monitorTiming->isModified())) return ranges;
+  if (auto range = rangeOf(monitorTiming, isSet ? "the timing range that is set" : "the system's timing range")) {
+    ranges.push_back(std::move(*range));
   }
-  return limits;
+  return ranges;
 }
 
 std::vector<std::string> VLMDisplay::findingsOf(const VLMOverrideResolution& resolution) {
-  return resolution.findings(timingLimits());
+  return resolution.findings(signalRanges());
 }
 
 OverrideComposition VLMDisplay::composeOverrides() {
@@ -214,7 +218,8 @@ OverrideComposition VLMDisplay::composeOverrides() {
   if (auto content = makeContentOfOverrideDictionary(true)) {
     composition.content = std::move(*content);
   } else {
-    composition.findings.emplace_back("the override file has no entry for this display's kind of connection");
+    composition.findings.emplace_back(
+        "the override file has no entry that says that it is for this display's kind of connection");
   }
   makeBackupOfOverrides(composition.content);
   plist::Array extensionTimings;
@@ -234,9 +239,9 @@ OverrideComposition VLMDisplay::composeOverrides() {
 void VLMDisplay::composeResolutions(OverrideComposition& composition, plist::Array& extensionTimings) {
   plist::Dictionary& content = composition.content;
   const OverrideResolutions resolutions = wantedOf(overridenModes);
-  const auto limits = timingLimits();
+  const auto ranges = signalRanges();
   for (const auto& resolution : resolutions) {
-    for (const std::string& finding : resolution->findings(limits)) {
+    for (const std::string& finding : resolution->findings(ranges)) {
       composition.findings.push_back(resolution->displayedModeName() + ": " + finding);
     }
   }
@@ -325,7 +330,8 @@ std::optional<plist::Data> VLMDisplay::baseOfExtensions(const plist::Dictionary&
   }
   if (auto before = edidBeforeOurs(content)) return before;
   if (auto own = ownEDID()) return withoutVLMExtensions(*own);
-  reason = hasFakeEDID()
+  reason = !isAttached() ? "the largest timings go into the display's EDID, which is known when it is attached"
+           : hasFakeEDID()
                ? "the display reports no EDID, which the largest timings would be put into"
                : "the display still shows an EDID that was imported; connect it anew for the timings that need its own";
   return std::nullopt;

@@ -2,6 +2,7 @@
 #include <array>
 #include <utility>
 
+#include "Models/OverrideContent.h"
 #include "Models/VLMDisplay.h"
 #include "Models/VLMGlobals.h"
 #include "Platform/Files.h"
@@ -10,20 +11,12 @@
 #include "Shared/Log.h"
 #include "Shared/SystemVersion.h"
 
-/// The override file of a display: where it lies, which part of it is for the display, and the snapshot of what it held
-/// before us.
+/// The override file of a display: which one it is, which part of it is for the display, and the snapshot of what it
+/// held before us.
 namespace vlm {
 
 namespace {
 
-constexpr const char* kSystemDirectory = "/System/Library/Displays/Contents/Resources/Overrides";
-constexpr const char* kOldSystemDirectory = "/System/Library/Displays/Overrides";
-constexpr const char* kLibraryDirectory = "/Library/Displays/Contents/Resources/Overrides";
-/// From here on the platform reads the directory below /Library; until here the older one of the system.
-constexpr std::int32_t kLibraryDirectorySince = systemVersionOf(10, 15, 2);
-constexpr std::int32_t kOldDirectoryBefore = systemVersionOf(10, 11);
-
-constexpr const char* kBackup = "Velmoratix backup settings";
 constexpr const char* kOldBackup = "Velmoratix backuped settings";
 
 /// `typeOfOverrideFile`.
@@ -47,10 +40,6 @@ constexpr std::array kOldKeys{
 /// One that went without a successor.
 constexpr const char* kDroppedKey = "VZto";
 
-bool readsLibraryDirectory(bool includingLibDir) {
-  return includingLibDir && systemVersion() >= kLibraryDirectorySince;
-}
-
 std::string pathIn(const VLMDisplay& display, const std::string& directory, std::int32_t type) {
   if (type == kByDate) {
     return format("%@/DisplayVendorID-%lx/DisplayYearManufacture-%d-DisplayWeekManufacture-%d", directory,
@@ -69,10 +58,10 @@ std::optional<plist::Value> fileAt(const std::string& path) {
 
 void renameOldBackup(plist::Dictionary& content) {
   const plist::Value* const old = content.find(kOldBackup);
-  if (old == nullptr || content.contains(kBackup)) return;
+  if (old == nullptr || content.contains(OverrideKey::backup)) return;
   plist::Value section = *old;
   content.remove(kOldBackup);
-  content.set(kBackup, std::move(section));
+  content.set(OverrideKey::backup, std::move(section));
 }
 
 /// Whether a value says anything: earlier versions left an empty one where the user had removed the setting.
@@ -102,16 +91,6 @@ std::string describeOrNone(const std::optional<plist::Dictionary>& content) {
 }
 
 }  // namespace
-
-std::vector<std::string> VLMGlobals::overridesPathsForReadingIncludingLibDir(bool includingLibDir) {
-  if (readsLibraryDirectory(includingLibDir)) return {kSystemDirectory, kLibraryDirectory};
-  return {systemVersion() < kOldDirectoryBefore ? kOldSystemDirectory : kSystemDirectory};
-}
-
-std::string VLMGlobals::overridesPathForSavingIncludingLibDir(bool includingLibDir) {
-  // The one that wins when both hold a file.
-  return overridesPathsForReadingIncludingLibDir(includingLibDir).back();
-}
 
 plist::Value VLMDisplay::readAllOverrides(bool includingLibDir) {
   typeOfOverrideFile = kNoFile;
@@ -166,7 +145,7 @@ plist::Value VLMDisplay::modifiedOverrideContentWith(const plist::Dictionary& co
 }
 
 void VLMDisplay::makeBackupOfOverrides(plist::Dictionary& content) {
-  if (content.contains(kBackup)) return;
+  if (content.contains(OverrideKey::backup)) return;
   for (const auto& [oldKey, key] : kOldKeys) {
     const plist::Value* const old = content.find(oldKey);
     if (old == nullptr) continue;
@@ -180,15 +159,15 @@ void VLMDisplay::makeBackupOfOverrides(plist::Dictionary& content) {
   }
   content.remove(kDroppedKey);
   plist::Dictionary snapshot = content;
-  content.set(kBackup, std::move(snapshot));
+  content.set(OverrideKey::backup, std::move(snapshot));
 }
 
 std::optional<plist::Dictionary> VLMDisplay::contentBeforeOverrides() {
   const auto content = makeContentOfOverrideDictionary(true);
-  const plist::Dictionary* const snapshot = content ? content->dictionary(kBackup) : nullptr;
+  const plist::Dictionary* const snapshot = content ? content->dictionary(OverrideKey::backup) : nullptr;
   if (snapshot == nullptr) return std::nullopt;
   plist::Dictionary before = *snapshot;
-  before.set(kBackup, *snapshot);
+  before.set(OverrideKey::backup, *snapshot);
   return before;
 }
 
@@ -203,8 +182,11 @@ std::optional<std::string> VLMDisplay::writeContent(const plist::Dictionary& con
   if (!there && os().files.checkResourceIsReachable(path)) {
     return path + " cannot be read, and what it holds would be lost";
   }
+  if (there && there->array() != nullptr && indexForDisplay(*there->array(), isDigital) < 0) {
+    return "the override file has no entry that says that it is for this display's kind of connection";
+  }
   if (whole.array() != nullptr && indexForDisplay(*whole.array(), isDigital) < 0) {
-    return "the override file has no entry for this display's kind of connection";
+    return "what would be written does not say for which kind of connection it is";
   }
   if (whole.array() != nullptr && (!there || there->array() == nullptr)) {
     return "the system's own override file is a list of entries, which hides the file that would be written";

@@ -111,6 +111,17 @@ class SectionReader {
   const bool isBackup_;
 };
 
+/// What a record is held against, from now on, to tell whether the file must be written: what the file says.
+template <class Record>
+void compareWithFile(const std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile) {
+  if (kept == nullptr || kept == inFile) return;
+  if (inFile != nullptr) {
+    kept->copyBackupWith(*inFile);
+  } else if (kept->original != nullptr && kept->original->shouldOverride) {
+    kept->original = nullptr;
+  }
+}
+
 /// Joins a single record of the file to the display's. A record that shall not override holds what the system said when
 /// the settings were saved: nobody chose it, and it would hide the file's for good, or take it out. Unless it was in
 /// the file before, and the user has just taken it out.
@@ -118,6 +129,7 @@ template <class Record>
 void joinFromFile(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile) {
   if (inFile != nullptr && kept != nullptr && !kept->shouldOverride && !kept->isModified()) kept = nullptr;
   mergeOverrideRecord(kept, inFile);
+  compareWithFile(kept, inFile);
 }
 
 /// The same with what the system says now; what it said at an earlier time is not of interest.
@@ -204,6 +216,9 @@ void VLMDisplay::joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile)
     if (isSame || displayName->name == sysMonitorName) displayName = nullptr;
   }
   mergeDisplayName(inFile);
+  // A name of the user's own that is kept beside the file's is not meant to take that out.
+  const bool isOwn = displayName != nullptr && !displayName->shouldOverride && !displayName->isModified();
+  if (!isOwn || inFile == nullptr) compareWithFile(displayName, inFile);
 }
 
 // --- From the display ---
@@ -215,8 +230,13 @@ void VLMDisplay::completeOverridesWithActualSettings() {
          lazily([&] { return describe(overridenModes); }));
   countOfOriginalModes = static_cast<std::int64_t>(overridenModes.size());
 
-  joinFromSystem(monitorTiming, VLMOverrideMonitorRange::initWithIODisplayTimingRange(contentOfIOFBTimingRangeRegData(),
-                                                                                      kOverrideFoundInSystem, false));
+  const auto range = VLMOverrideMonitorRange::initWithIODisplayTimingRange(contentOfIOFBTimingRangeRegData(),
+                                                                           kOverrideFoundInSystem, false);
+  // Of a display that is attached the system knows all that there is: what was saved may be what the user took back.
+  const bool isOutdated = range == nullptr && isAttached() && monitorTiming != nullptr &&
+                          !monitorTiming->shouldOverride && !monitorTiming->isModified();
+  if (isOutdated) monitorTiming = nullptr;
+  joinFromSystem(monitorTiming, range);
   if (monitorTiming == nullptr) monitorTiming = std::make_shared<VLMOverrideMonitorRange>();
   nativeMode = findNativeMode();
   if (const auto mode = currentMode.get()) joinCurrentMode(*mode);
@@ -230,17 +250,24 @@ void VLMDisplay::completeOverridesWithActualSettings() {
   }
 }
 
+bool VLMDisplay::isAttached() const {
+  if (container == nullptr) return false;
+  const auto& attached = container->attachedDisplays();
+  return std::any_of(attached.begin(), attached.end(), [this](const auto& other) { return other.get() == this; });
+}
+
 void VLMDisplay::markOfferedResolutions() {
   if (overridenModes.empty()) return;
   const auto detailedModes = getDetailedModesArray();
   if (!detailedModes) return;
-  std::unordered_set<std::int64_t> offered;
+  std::unordered_set<std::int32_t> offered;
   for (const auto& mode : validDisplayModes) offered.insert(mode->IOFBModeID);
   for (const plist::Value& entry : *detailedModes) {
     const plist::Dictionary* const detailed = entry.dictionary();
     const plist::Data* const timing = detailed == nullptr ? nullptr : detailed->data("TM");
+    // Some drivers give numbers above the largest signed one, which modes have as negative ones.
     const auto identifier = detailed == nullptr ? std::nullopt : detailed->number("ID");
-    if (timing == nullptr || !identifier || !offered.contains(*identifier)) continue;
+    if (timing == nullptr || !identifier || !offered.contains(truncateTo<std::int32_t>(*identifier))) continue;
     const plist::Data* const information = detailed->data("DM");
     const auto number = detailed->number("AID");
     const auto resolution = VLMOverrideResolution::initWithTM(

@@ -18,7 +18,7 @@ std::optional<std::string> VLMDisplay::writeOverrides(const plist::Dictionary& c
     if (record == nullptr) return;
     if (record->shouldOverride && record->isModified()) {
       record->copyBackupWith(*record);
-    } else {
+    } else if (record->shouldOverride || record->isModified()) {
       // What the file says comes in its place, or the system where the file says nothing.
       record = nullptr;
     }
@@ -110,10 +110,7 @@ std::vector<std::string> VLMDisplay::namesOfTwins() const {
   return names;
 }
 
-// The file is for every display of a model: what another one has put into it or taken out counts here as well, or the
-// next write for this one would undo it. What was changed here and not written yet stays, but for resolutions that were
-// only removed.
-void VLMDisplay::followOverrideFile(const VLMDisplay& writer) {
+void VLMDisplay::readOverrideFileAnew() {
   std::erase_if(overridenModes, [](const auto& resolution) {
     const bool wasInFile = (resolution->status & kOverrideFoundInOverrideFile) != 0;
     return wasInFile && resolution->toInstall && !resolution->isModified();
@@ -129,10 +126,16 @@ void VLMDisplay::followOverrideFile(const VLMDisplay& writer) {
     displayName = VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false);
   }
   if (displayFreqPolicy != nullptr && !displayFreqPolicy->shouldOverride()) displayFreqPolicy = nullptr;
-  // Asked of the file as it was before.
-  if (!hasToOverrideImportedEDID()) takeImportFrom(writer);
   completeOverridesWithDictionary();
   completeOverridesWithActualSettings();
+}
+
+// The file is for every display of a model: what another one has put into it or taken out counts here as well, or the
+// next write for this one would undo it.
+void VLMDisplay::followOverrideFile(const VLMDisplay& writer) {
+  // Asked of the file as it was before.
+  if (!hasToOverrideImportedEDID()) takeImportFrom(writer);
+  readOverrideFileAnew();
   // Also of a monitor that is not there, whose record would be kept as it is in the settings file.
   setIsDirtyEDIDOptions(true);
 }

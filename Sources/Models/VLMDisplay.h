@@ -10,6 +10,7 @@
 
 #include "Models/DisplayTransaction.h"
 #include "Models/NotOwned.h"
+#include "Models/SignalRange.h"
 #include "Models/VLMDisplayContainer.h"
 #include "Models/VLMMode.h"
 #include "Models/VLMOverrideBoolSettting.h"
@@ -257,8 +258,13 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   static void makeBackupOfOverrides(plist::Dictionary& content);
   /// Joins what the override file says to the records.
   void completeOverridesWithDictionary();
+  /// Whether it is one of its document's attached displays now. Its `cgID` may be that of the last time.
+  bool isAttached() const;
   /// Joins what the display offers now to the records.
   void completeOverridesWithActualSettings();
+  /// Both for a file that somebody else has written: what was changed here and not written yet stays, but for
+  /// resolutions that were only removed; all else is what the file says.
+  void readOverrideFileAnew();
   /// The content for this display as the records want it; what nobody here understands is carried over from the file.
   OverrideComposition composeOverrides();
   /// The content as it was found at first, with the snapshot of it.
@@ -389,7 +395,7 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   void followOverrideFile(const VLMDisplay& writer);
   /// As people know the other displays that the same override is for.
   std::vector<std::string> namesOfTwins() const;
-  std::vector<TimingLimits> timingLimits();
+  std::vector<SignalRange> signalRanges();
   void composeResolutions(OverrideComposition& composition, plist::Array& extensionTimings);
   void composeEDID(OverrideComposition& composition, const plist::Array& extensionTimings);
   /// The EDID that extension timings can be put into, without ours; the reason when there is none.

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <charconv>
-#include <iterator>
 #include <map>
 #include <set>
 #include <utility>
@@ -161,17 +160,21 @@ void VLMGlobals::encodeDisplays(plist::Dictionary& dict, int flags) const {
     plist::Value* const found = dict.find("allDisplays");
     plist::Dictionary all;
     if (found != nullptr && found->dictionary() != nullptr) all = std::move(*found->dictionary());
-    // A monitor that is not attached has not changed since its record was read: the file's own stays, to the letter,
-    // with whatever a newer version has put into it.
-    std::vector<std::shared_ptr<VLMDisplay>> records;
-    std::copy_if(extraDisplayArray.begin(), extraDisplayArray.end(), std::back_inserter(records),
-                 [&](const auto& record) {
-                   return record->dispIsPresent || record->isDirty() ||
-                          !all.contains(std::to_string(record->monitorResID.value_or(VLMDisplay::kUnmatchedResID)));
-                 });
     const auto identity = [](const VLMDisplay& display) {
       return display.monitorResID.value_or(VLMDisplay::kUnmatchedResID);
     };
+    const auto mustBeWritten = [](const auto& record) { return record->dispIsPresent || record->isDirty(); };
+    // A monitor that is not attached has not changed since its record was read: the file's own stays, to the letter,
+    // with whatever a newer version has put into it. In a damaged file one may bear the number of another, which has
+    // its place.
+    std::vector<std::shared_ptr<VLMDisplay>> records;
+    for (const auto& record : extraDisplayArray) {
+      const bool isNew = !all.contains(std::to_string(identity(*record))) &&
+                         std::ranges::none_of(extraDisplayArray, [&](const auto& other) {
+                           return mustBeWritten(other) && identity(*other) == identity(*record);
+                         });
+      if (mustBeWritten(record) || isNew) records.push_back(record);
+    }
     dict.set("allDisplays", vlm::encodeReadableInDict(records, std::move(all), identity));
   }
 }

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "Models/BigEndian.h"
+#include "Models/OverrideContent.h"
 #include "Models/VLMOverrideResolution.h"
 #include "Models/VLMStandardResolutions.h"
 #include "Platform/Numbers.h"
@@ -36,8 +37,6 @@ void consolidate(VLMOverrideResolution& resolution) {
 
 // --- EDID detailed timing descriptor (E-EDID 1.4, 3.10.2). Vertical figures are of one field. ---
 
-/// Values of the first two bytes of a descriptor that is no timing: a text or range, and a place that is not in use.
-constexpr std::uint32_t kDisplayDescriptor = 0x0000, kUnusedDescriptor = 0x0101;
 /// Flags, byte 17.
 constexpr std::uint8_t kSeparateSync = 0x18, kPositiveH = 0x02, kPositiveV = 0x04, kDescriptorInterlaced = 0x80;
 /// Hz of one unit; what is above a whole number of them is cut off. A decimal number of MHz whose nearest binary
@@ -156,8 +155,6 @@ void readScaleItem(VLMOverrideResolution& scaled, const plist::Value& item) {
 }
 
 // --- Item of "tovr": the mode's number is its key ---
-
-constexpr std::string_view kStandardModeMark = "VLMT";
 
 plist::Data standardModeItem() {
   plist::Data bytes(16);

@@ -1,6 +1,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "Models/SignalRange.h"
 #include "Models/VLMOverrideResolution.h"
 #include "Platform/Numbers.h"
 #include "Shared/Format.h"
@@ -12,8 +13,6 @@ namespace {
 // What a DisplayID Type I timing can hold (DisplayID 1.3, 4.4.1); an EDID descriptor is used for what is small enough.
 constexpr std::uint32_t kMostPixels = 65536, kMostFrontPorch = 32768;
 constexpr double kMostClock = 167772.16;  ///< MHz
-/// The clocks that a descriptor of no timing shows, in units of 10 kHz.
-constexpr std::int64_t kClockOfDisplayDescriptor = 0x0000, kClockOfUnusedDescriptor = 0x0101;
 /// Line and frame rates are given in whole numbers of what monitors are said to take, and may miss them by half a
 /// percent (VESA DMT 1.13, 2.2).
 constexpr double kRateTolerance = 1.005;
@@ -54,10 +53,10 @@ void judgeLimit(const char* what, const char* unit, double value, double least, 
   if (least > 0 && value * tolerance < least) add("below", least);
 }
 
-void judgeLimits(const VLMOverrideResolution& timing, const TimingLimits& limits, std::vector<std::string>& findings) {
-  judgeLimit("pixel clock", "MHz", timing.pixelClock, limits.minPClock, limits.maxPClock, limits.source, 1, findings);
-  judgeLimit("line rate", "kHz", timing.hfreq, limits.minH, limits.maxH, limits.source, kRateTolerance, findings);
-  judgeLimit("frame rate", "Hz", timing.vfreq, limits.minV, limits.maxV, limits.source, kRateTolerance, findings);
+void judgeRange(const VLMOverrideResolution& timing, const SignalRange& range, std::vector<std::string>& findings) {
+  judgeLimit("pixel clock", "MHz", timing.pixelClock, range.minPClock, range.maxPClock, range.source, 1, findings);
+  judgeLimit("line rate", "kHz", timing.hfreq, range.minH, range.maxH, range.source, kRateTolerance, findings);
+  judgeLimit("frame rate", "Hz", timing.vfreq, range.minV, range.maxV, range.source, kRateTolerance, findings);
 }
 
 }  // namespace
@@ -72,21 +71,23 @@ std::vector<std::string> VLMOverrideResolution::timingFindings() const {
         format("pixel clock %.2f MHz is above the %.2f MHz that a timing can hold", pixelClock, kMostClock));
   } else if (!extended) {
     const std::int64_t units = wholePartTo<std::int64_t>(1e6 * pixelClock) / 10000;
-    if (units == kClockOfDisplayDescriptor || units == kClockOfUnusedDescriptor) {
+    if (units == kDisplayDescriptor || units == kUnusedDescriptor) {
       findings.push_back(format("pixel clock %g MHz cannot be told from a descriptor that is no timing", pixelClock));
     }
   }
   judgeAxis({"horizontal", "pixels", activeNx, frontNx, syncNx, backNx}, findings);
   // An EDID descriptor holds the lines of one field.
-  const std::uint32_t fields = interlaced && !extended ? 2 : 1;
-  judgeAxis({"vertical", "lines", activeNy, frontNy / fields, syncNy / fields, backNy}, findings);
+  const auto inField = [&](std::uint32_t lines) {
+    return interlaced && !extended && lines < kBelowZero ? lines / 2 : lines;
+  };
+  judgeAxis({"vertical", "lines", activeNy, inField(frontNy), inField(syncNy), inField(backNy)}, findings);
   if (interlaced && activeNy % 2 != 0) {
     findings.push_back(format("height %u is odd: an interlaced picture has two equal fields", activeNy));
   }
   return findings;
 }
 
-std::vector<std::string> VLMOverrideResolution::findings(const std::vector<TimingLimits>& limits) const {
+std::vector<std::string> VLMOverrideResolution::findings(const std::vector<SignalRange>& ranges) const {
   if (resolutionType == kScaled) {
     if (scaledNx != 0 && scaledNy != 0) return {};
     return {format("scaled size %u × %u is empty", scaledNx, scaledNy)};
@@ -102,7 +103,7 @@ std::vector<std::string> VLMOverrideResolution::findings(const std::vector<Timin
   judged.consolidateVFreq();
   auto found = judged.timingFindings();
   if (judged.vfreq == 0) return found;
-  for (const TimingLimits& each : limits) judgeLimits(judged, each, found);
+  for (const SignalRange& each : ranges) judgeRange(judged, each, found);
   return found;
 }
 

@@ -14,7 +14,7 @@ namespace vlm {
 
 class VLMDisplay;
 class VLMMode;
-struct TimingLimits;
+struct SignalRange;
 
 /// One custom resolution of a display: a timing, a scaled size, or one of the platform's standard modes by its number.
 /// Totals, frequencies and `extended` follow from the rest; whoever changes a figure calls the consolidations.
@@ -30,6 +30,8 @@ class VLMOverrideResolution {
   /// Length of an EDID detailed timing descriptor (E-EDID 1.4, 3.10.2) and of a DisplayID Type I timing (DisplayID 1.3,
   /// 4.4.1).
   static constexpr std::size_t kDescriptorLength = 18, kDisplayIDTimingLength = 20;
+  /// First two bytes, the clock of a timing, of a descriptor that is none: a text or range, and a place not in use.
+  static constexpr std::uint32_t kDisplayDescriptor = 0x0000, kUnusedDescriptor = 0x0101;
 
   // --- Making one; `toInstall` set and made now unless said otherwise ---
 
@@ -141,7 +143,7 @@ class VLMOverrideResolution {
 
   /// Why the picture may be unusable with it, one text each; none when nothing speaks against it. Changes nothing and
   /// keeps nobody from installing it.
-  std::vector<std::string> findings(const std::vector<TimingLimits>& limits) const;
+  std::vector<std::string> findings(const std::vector<SignalRange>& ranges) const;
 
  private:
   std::vector<std::string> timingFindings() const;
@@ -156,13 +158,5 @@ inline constexpr std::size_t kMostResolutions = 14000;
 /// `addIfNotExisiting` an entry that is not there yet is appended, up to kMostResolutions.
 void mergeObject(OverrideResolutions& array, const std::shared_ptr<VLMOverrideResolution>& object,
                  bool addIfNotExisiting);
-
-/// What a monitor, or the system for it, says that it can take. A figure of 0 is not said.
-struct TimingLimits {
-  std::string source;                   ///< "the EDID's range", for the findings
-  double minH = 0, maxH = 0;            ///< kHz
-  double minV = 0, maxV = 0;            ///< Hz
-  double minPClock = 0, maxPClock = 0;  ///< MHz
-};
 
 }  // namespace vlm

@@ -4,15 +4,14 @@
 #include <array>
 #include <cstddef>
 
-#include "Shared/VLMEDIDUtils.h"
+#include "Shared/EDIDLayout.h"
 
 namespace vlm {
 
 namespace {
 
-// E-EDID base block (VESA E-EDID 1.4, section 3): four 18-byte descriptors; text descriptors carry a tag in bytes 2 and
-// 3, and up to 13 characters from byte 5, ended by a line feed.
-constexpr std::size_t kDescriptorsAt = 54, kDescriptorLength = 18, kDescriptorCount = 4, kDescriptorTextAt = 5;
+// Text descriptors carry a tag in bytes 2 and 3, and up to 13 characters from byte 5, ended by a line feed.
+constexpr std::size_t kDescriptorTextAt = 5;
 constexpr std::uint32_t kMonitorNameTag = 0x00FC, kSerialTextTag = 0x00FF;
 constexpr std::uint8_t kEndOfText = '\n';
 /// Name and serial text together.
@@ -33,8 +32,8 @@ BaseBlock baseBlockOf(std::span<const std::uint8_t> edid) {
 /// long name leaves less of the serial text.
 std::string descriptorTexts(const BaseBlock& block, std::uint32_t tag, std::size_t& charactersSoFar) {
   std::string text;
-  for (std::size_t i = 0; i < kDescriptorCount; ++i) {
-    const std::span descriptor(block.data() + kDescriptorsAt + i * kDescriptorLength, kDescriptorLength);
+  for (std::size_t i = 0; i < kEDIDDescriptorCount; ++i) {
+    const std::span descriptor(block.data() + kEDIDDescriptorsAt + i * kEDIDDescriptorLength, kEDIDDescriptorLength);
     if ((static_cast<std::uint32_t>(descriptor[2]) << 8 | descriptor[3]) != tag) continue;
     for (const std::uint8_t byte : descriptor.subspan(kDescriptorTextAt)) {
       if (byte == kEndOfText || charactersSoFar >= kMostCharacters) break;

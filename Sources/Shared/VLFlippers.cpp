@@ -109,7 +109,6 @@ std::int16_t IODisplayGetCVTSyncWidth(std::int16_t horizontal, std::int16_t vert
   };
   static constexpr std::array<Row, 5> kRows = {{{4.0F / 3, 4}, {16.0F / 9, 5}, {1.6F, 6}, {1.25F, 7}, {5.0F / 3, 7}}};
   if (type >= kFirstTypeOfOneWidth) return kWidthOfThatType;
-  if (vertical == 0) return kWidthOfOtherRatios;
   const float ratio = static_cast<float>(horizontal) / static_cast<float>(vertical);
   for (const Row& row : kRows) {
     if (static_cast<double>(ratioOver(ratio, row.ratio)) <= kSameRatio) return row.lines;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <string_view>
 
 #include "Platform/Input.h"
 #include "Platform/Numbers.h"
@@ -15,28 +14,21 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::size_t kChecksumOffset = kEDIDBlockLength - 1;
-
-// Our own DisplayID extension, as far as it is looked for: its first data block, and the one behind that.
-constexpr std::uint8_t kDisplayIDExtension = 0x70, kTimingBlock = 0x03, kTextBlock = 0x0B;
-constexpr std::size_t kFirstDataBlockAt = 5, kDataBlockHeader = 3, kDataBlockLengthAt = 2;
-constexpr std::string_view kMark = "Velmoratix";
-
 /// Whether the text block at an offset of the extension begins with our mark.
 bool isMarkedTextBlock(Bytes extension, std::size_t at) {
-  if (at + kDataBlockHeader + kMark.size() > extension.size()) return false;
-  const Bytes text = extension.subspan(at + kDataBlockHeader, kMark.size());
-  return extension[at] == kTextBlock && extension[at + kDataBlockLengthAt] >= kMark.size() &&
-         std::equal(text.begin(), text.end(), kMark.begin(),
+  if (at + kDataBlockHeader + kVLMMark.size() > extension.size()) return false;
+  const Bytes text = extension.subspan(at + kDataBlockHeader, kVLMMark.size());
+  return extension[at] == kTextBlock && extension[at + kDataBlockLengthAt] >= kVLMMark.size() &&
+         std::equal(text.begin(), text.end(), kVLMMark.begin(),
                     [](std::uint8_t byte, char wanted) { return byte == static_cast<std::uint8_t>(wanted); });
 }
 
 bool isVLMExtension(Bytes extension) {
-  const std::uint8_t first = extension[kFirstDataBlockAt];
-  const std::size_t length = extension[kFirstDataBlockAt + kDataBlockLengthAt];
-  if (first == kTextBlock) return isMarkedTextBlock(extension, kFirstDataBlockAt);
+  const std::uint8_t first = extension[kDisplayIDDataBlocksAt];
+  const std::size_t length = extension[kDisplayIDDataBlocksAt + kDataBlockLengthAt];
+  if (first == kTextBlock) return isMarkedTextBlock(extension, kDisplayIDDataBlocksAt);
   // Behind the timings; a mark further in does not count.
-  return first == kTimingBlock && isMarkedTextBlock(extension, kFirstDataBlockAt + kDataBlockHeader + length);
+  return first == kTypeITimingBlock && isMarkedTextBlock(extension, kDisplayIDDataBlocksAt + kDataBlockHeader + length);
 }
 
 bool areEqual(Bytes a, Bytes b, std::size_t from, std::size_t to) {
@@ -107,7 +99,7 @@ plist::Data syntheticEDID(std::uint32_t vendor, std::uint32_t product) {
   }
   edid[10] = truncateTo<std::uint8_t>(product);
   edid[11] = truncateTo<std::uint8_t>(product >> 8);
-  edid[kChecksumOffset] = truncateTo<std::uint8_t>(edid[kChecksumOffset] - VLMEDID_calcChecksum(edid, 0, 127));
+  edid[kEDIDChecksumAt] = truncateTo<std::uint8_t>(edid[kEDIDChecksumAt] - VLMEDID_calcChecksum(edid, 0, 127));
   return edid;
 }
 

@@ -5,13 +5,11 @@
 #include <span>
 
 #include "Platform/PropertyList.h"
+#include "Shared/EDIDLayout.h"
 
 /// Small routines on EDIDs. Offsets and fields: VESA E-EDID, section 3.
 namespace vlm {
 
-inline constexpr std::size_t kEDIDBlockLength = 128;
-/// Byte of the base block: the number of extension blocks behind it.
-inline constexpr std::size_t kEDIDExtensionCountAt = 126;
 /// Extension blocks that are declared and, whole, there; 0 for data of less than 128 bytes.
 std::size_t extensionBlocksIn(std::span<const std::uint8_t> edid);
 

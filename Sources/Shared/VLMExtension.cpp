@@ -13,36 +13,36 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::string_view kMark = "Velmoratix", kImportedMark = "Velmoratix-imp";
 constexpr std::size_t kTimingsInABlock = 5;
 constexpr std::size_t kMostExtensions = 254;  // 255 answers "none" where a block is looked for
 
 // An extension block (E-EDID 1.4, section 3.1) around one section (DisplayID 1.3, sections 2.1 and 2.2).
-constexpr std::uint8_t kDisplayIDExtension = 0x70, kTimingBlock = 0x03, kTextBlock = 0x0B;
 /// The first and the last version of that layout.
 constexpr std::uint8_t kDisplayID1_0 = 0x10, kDisplayID1_3 = 0x13;
 constexpr std::size_t kSectionAt = 1, kSectionExtensionsAt = 4;
-constexpr std::size_t kDataBlocksAt = 5, kTimingsLengthAt = 7, kTimingsAt = 8;
+/// Timings fill the first data block.
+constexpr std::size_t kTimingsLengthAt = kDisplayIDDataBlocksAt + kDataBlockLengthAt;
+constexpr std::size_t kTimingsAt = kDisplayIDDataBlocksAt + kDataBlockHeader;
 /// Both checksums stand at the block's end, whatever is in it: unused data bytes are zeros.
-constexpr std::size_t kSectionChecksumAt = 126, kBlockChecksumAt = 127;
-constexpr std::size_t kSectionDataLength = kSectionChecksumAt - kDataBlocksAt;
+constexpr std::size_t kSectionChecksumAt = 126;
+constexpr std::size_t kSectionDataLength = kSectionChecksumAt - kDisplayIDDataBlocksAt;
 
 /// The byte that makes these sum to 0.
 std::uint8_t checksumOver(Bytes bytes) {
   return truncateTo<std::uint8_t>(0U - VLMEDID_calcChecksum(bytes, 0, truncateTo<std::int16_t>(bytes.size() - 1)));
 }
 
-void setBaseChecksum(plist::Data& edid) { edid[kBlockChecksumAt] = checksumOver(Bytes(edid).first(kBlockChecksumAt)); }
+void setBaseChecksum(plist::Data& edid) { edid[kEDIDChecksumAt] = checksumOver(Bytes(edid).first(kEDIDChecksumAt)); }
 
 void setChecksums(std::span<std::uint8_t> block) {
   block[kSectionChecksumAt] = checksumOver(block.subspan(kSectionAt, kSectionChecksumAt - kSectionAt));
-  block[kBlockChecksumAt] = checksumOver(block.first(kBlockChecksumAt));
+  block[kEDIDChecksumAt] = checksumOver(block.first(kEDIDChecksumAt));
 }
 
 std::size_t putDataBlock(std::span<std::uint8_t> block, std::size_t at, std::uint8_t tag, std::size_t length) {
   block[at] = tag;
-  block[at + 2] = truncateTo<std::uint8_t>(length);
-  return at + 3;
+  block[at + kDataBlockLengthAt] = truncateTo<std::uint8_t>(length);
+  return at + kDataBlockHeader;
 }
 
 void appendBlock(plist::Data& edid, std::span<const VLMTiming> timings, std::string_view mark, std::uint8_t version) {
@@ -51,9 +51,9 @@ void appendBlock(plist::Data& edid, std::span<const VLMTiming> timings, std::str
   block[0] = kDisplayIDExtension;
   block[kSectionAt] = version;
   block[kSectionAt + 1] = truncateTo<std::uint8_t>(kSectionDataLength);
-  std::size_t at = kDataBlocksAt;
+  std::size_t at = kDisplayIDDataBlocksAt;
   if (!timings.empty()) {
-    at = putDataBlock(block, at, kTimingBlock, timings.size() * kVLMTimingLength);
+    at = putDataBlock(block, at, kTypeITimingBlock, timings.size() * kVLMTimingLength);
     for (const VLMTiming& timing : timings) {
       std::ranges::copy(timing, block.begin() + static_cast<std::ptrdiff_t>(at));
       at += kVLMTimingLength;
@@ -94,7 +94,7 @@ bool hasImportedMark(Bytes edid) {
   if (edid.size() <= kEDIDBlockLength) return false;
   const Bytes extensions = edid.subspan(kEDIDBlockLength);
   const auto isSame = [](std::uint8_t byte, char wanted) { return byte == static_cast<std::uint8_t>(wanted); };
-  return std::search(extensions.begin(), extensions.end(), kImportedMark.begin(), kImportedMark.end(), isSame) !=
+  return std::search(extensions.begin(), extensions.end(), kVLMImportedMark.begin(), kVLMImportedMark.end(), isSame) !=
          extensions.end();
 }
 
@@ -120,7 +120,7 @@ plist::Data withVLMExtensions(plist::Data edid, std::span<const VLMTiming> timin
   bool isMarkMissing = imported;
   while ((left > 0 || isMarkMissing) && count < kMostExtensions) {
     const auto next = timings.subspan(timings.size() - left, std::min(left, kTimingsInABlock));
-    appendBlock(edid, next, imported ? kImportedMark : kMark, version);
+    appendBlock(edid, next, imported ? kVLMImportedMark : kVLMMark, version);
     left -= next.size();
     isMarkMissing = false;
     ++count;

@@ -8,6 +8,7 @@
 
 #include "Simulator/Mac/PropertyListFile.h"
 #include "Tests/Support/DaemonOnMac.h"
+#include "Tests/Support/TestProcess.h"
 
 /// Settings files that are damaged: as files, and value by value.
 namespace vlm {
@@ -215,6 +216,23 @@ TEST(BadSettings, LoseADamagedValueAndNeverItsNeighbours) {
     }
   });
   EXPECT_GT(damages, 2000);
+}
+
+TEST(BadSettings, KeepTheRecordOfAMonitorWhoseNumberAnotherBears) {
+  const sim::TestProcess process;
+  VLMGlobals& document = VLMGlobals::sharedInstance();
+  const Dictionary left{{"monitorResID", 1002}, {"sysMonitorName", "Left"}},
+      other{{"monitorResID", 1002}, {"sysMonitorName", "Other"}};
+  Dictionary file{{"volatileDisplays", Array{1002}}, {"allDisplays", Dictionary{{"1001", left}, {"other", other}}}};
+  // The second save meets three of that number.
+  for (int save = 0; save < 2; ++save) {
+    document.forget();
+    document.decodeReadableWith(file, kEverything);
+    file = document.encodeReadableInDict(&file, kEverything);
+    const Dictionary& all = *file.dictionary("allDisplays");
+    EXPECT_EQ(all.dictionary("1002")->string("sysMonitorName"), "Left") << save;
+    EXPECT_EQ(*all.dictionary("other"), other);
+  }
 }
 
 }  // namespace

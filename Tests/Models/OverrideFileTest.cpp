@@ -227,6 +227,42 @@ TEST_F(OverrideFile, WinsOverWhatTheSystemOnceSaidButNotOverTheUser) {
   EXPECT_EQ(*left().composeOverrides().content.data("default-resolution"), resolutionOf(5));
 }
 
+TEST_F(OverrideFile, LeavesOutWhatItsRecordsCutAndWritesNothingTwice) {
+  load();
+  const auto timing = VLMOverrideResolution::initWithDTDData(descriptor(1600), 1);
+  for (int i = 0; i < 2; ++i) {
+    // A porch that the descriptor's ten bits cut, and sizes that fill eight bytes and more.
+    const auto cut = timing->copy();
+    cut->frontNx += 1024;
+    cut->toInstall = true;
+    left().overridenModes.push_back(cut);
+    const auto size = VLMOverrideResolution::initEmpty();
+    size->resolutionType = VLMOverrideResolution::kScaled;
+    size->scaledNx = 1280;
+    size->scaledNy = 720;
+    left().overridenModes.push_back(size);
+  }
+  const OverrideComposition composed = left().composeOverrides();
+  EXPECT_FALSE(composed.content.contains("dspc") || composed.content.contains("IODisplayEDID"));
+  EXPECT_EQ(composed.content.array("scale-resolutions")->size(), 1U);
+  EXPECT_TRUE(std::ranges::any_of(composed.findings, [](const auto& finding) {
+    return finding.ends_with("no record of the file can hold it; left out");
+  }));
+}
+
+TEST_F(OverrideFile, HoldsATimingAgainstTheRangesThatAreInForce) {
+  load();
+  const auto timing = VLMOverrideResolution::initWithDTDData(descriptor(1600), 1);
+  const std::size_t before = left().findingsOf(*timing).size();
+  const auto tooLittle = std::make_shared<VLMOverrideMonitorRange>();
+  tooLittle->maxPClock = 30;
+  tooLittle->shouldOverride = true;
+  left().monitorTiming = tooLittle;
+  EXPECT_EQ(left().findingsOf(*timing).size(), before + 1);
+  tooLittle->shouldOverride = false;
+  EXPECT_EQ(left().findingsOf(*timing).size(), before) << "what was taken back says nothing";
+}
+
 TEST_F(OverrideFile, TakesExtensionTimingsAndImportedEDIDs) {
   load();
   const auto large = VLMOverrideResolution::initEmpty();
@@ -234,6 +270,12 @@ TEST_F(OverrideFile, TakesExtensionTimingsAndImportedEDIDs) {
   large->activeNy = 2880;
   large->generateValuesWithGranAct(8, VLMOverrideResolution::kCVTReduced);
   left().overridenModes.push_back(large);
+  // The longer form has the lines of whole pictures, an odd number too.
+  const auto fields = large->copy();
+  fields->interlaced = true;
+  fields->activeNy = 2161;
+  fields->toInstall = true;
+  left().overridenModes.push_back(fields);
   left().monitorTiming->maxPClock = 600;
   const OverrideComposition composition = left().composeOverrides();
   EXPECT_FALSE(composition.findings.empty()) << "the monitor cannot take it";
@@ -242,7 +284,7 @@ TEST_F(OverrideFile, TakesExtensionTimingsAndImportedEDIDs) {
   EXPECT_EQ(withoutVLMExtensions(*edid), left().edidDataActual());
   ASSERT_EQ(left().writeOverrides(composition.content), std::nullopt);
   load();
-  EXPECT_EQ(resolutions(), "5120x2880");
+  EXPECT_EQ(resolutions(), "5120x2880 5120x2161");
 
   Data other = displays_["Left"]->edidDataActual();
   other[20] ^= 1;  // another signal interface
@@ -255,7 +297,7 @@ TEST_F(OverrideFile, TakesExtensionTimingsAndImportedEDIDs) {
   EXPECT_FALSE(left().hasToOverrideImportedEDID());
   EXPECT_EQ((*left().inOverrideFileEDID)[16], left().edidDataActual()[16]) << "the date is the monitor's own";
   load();
-  EXPECT_EQ(resolutions(), "5120x2880");
+  EXPECT_EQ(resolutions(), "5120x2880 5120x2161");
   // Taken back: both are the file's no more.
   left().importedEDID.reset();
   left().overridenModes.clear();

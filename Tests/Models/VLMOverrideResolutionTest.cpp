@@ -327,6 +327,37 @@ TEST(OverrideResolution, GeneratesWhatThePublishedToolsDoButForKnownDifferences)
   }
 }
 
+TEST(OverrideResolution, GeneratesInterlacedPicturesOfTwoEqualFields) {
+  const sim::TestProcess process;
+  constexpr std::uint32_t kOwn = Resolution::kOwnBlanking;
+  const struct {
+    std::uint32_t type, height;
+    double hz;
+    std::vector<std::uint32_t> figures;  ///< across, then down: active, front porch, sync, back porch
+    double clock;
+  } kRows[] = {
+      {Resolution::kGTF, 1080, 30, {1920, 64, 192, 256, 1080, 2, 6, 30}, 40.82112},
+      {Resolution::kGTF, 1081, 50, {1920, 112, 208, 320, 1082, 2, 6, 58}, 73.536},
+      {Resolution::kCVT, 1081, 50, {1920, 112, 200, 312, 1082, 6, 10, 54}, 73.312496},
+      {Resolution::kCVTReduced, 1081, 50, {1920, 48, 32, 80, 1082, 6, 10, 38}, 59.0625},
+      {kOwn, 1081, 50, {1920, 8, 32, 120, 1082, 26, 16, 12}, 59.072},
+  };
+  for (const auto& row : kRows) {
+    auto ours = Resolution::initEmpty();
+    ours->activeNx = 1920;
+    ours->activeNy = row.height;
+    ours->vfreq = row.hz;
+    ours->interlaced = true;
+    if (row.type == kOwn) ours->blankingNx = 160;
+    ours->generateValuesWithGranAct(8, row.type);
+    EXPECT_EQ((std::vector<std::uint32_t>{ours->activeNx, ours->frontNx, ours->syncNx, ours->backNx, ours->activeNy,
+                                          ours->frontNy, ours->syncNy, ours->backNy}),
+              row.figures)
+        << row.type;
+    EXPECT_NEAR(ours->pixelClock, row.clock, 0.0000006) << row.type;
+  }
+}
+
 TEST(OverrideResolution, GeneratesManyAsItGeneratesOne) {
   std::vector<Resolution> many(1000);
   std::vector<Resolution*> all;
@@ -384,7 +415,7 @@ TEST(OverrideResolution, GeneratesFromWhateverItIsGiven) {
 
 TEST(OverrideResolution, SaysWhyAPictureMayBeUnusable) {
   const sim::TestProcess process;
-  const std::vector<TimingLimits> limits{
+  const std::vector<SignalRange> limits{
       {.source = "the EDID's range", .minH = 30, .maxH = 160, .minV = 50, .maxV = 75, .maxPClock = 600},
       {.source = "the port's range", .maxPClock = 300}};
   using T = Resolution;

@@ -78,6 +78,27 @@ plist::Data recordOf(std::size_t length, const std::vector<std::pair<std::ptrdif
   return record;
 }
 
+TEST(DeriveModes, HasANativeModeWithASizeForEveryPanel) {
+  const ModeOptions options{.hiDPI = true, .scaledSizes = true, .oddities = true, .builtIn = true};
+  const auto panelOf = [](std::uint32_t width, std::uint32_t height, bool interlaced) {
+    return Timing{.pixelClockHz = 100'000'000,
+                  .horizontalActive = width,
+                  .horizontalBlanking = 280,
+                  .verticalActive = height,
+                  .verticalBlanking = 45,
+                  .interlaced = interlaced,
+                  .preferred = true};
+  };
+  // Two pixels a point are not for fields, and three quarters of a few lines are none.
+  for (const Timing& panel : {panelOf(1920, 1080, true), panelOf(4096, 2160, true), panelOf(1920, 6, false)}) {
+    ParsedEdid edid;
+    edid.timings = {panel};
+    const ModeTable table = deriveModes(edid, options);
+    EXPECT_TRUE(std::ranges::any_of(table.modes, [&](const auto& m) { return m.number == table.nativeModeNumber; }));
+    for (const SimulatedMode& mode : table.modes) EXPECT_TRUE(mode.width != 0 && mode.height != 0);
+  }
+}
+
 TEST(ModeDescription, HasEachFieldAtItsPlace) {
   const auto record = modeDescription({.number = 0x01020304,
                                        .frameBufferModeID = -2,

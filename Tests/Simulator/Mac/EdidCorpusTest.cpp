@@ -184,7 +184,7 @@ TEST(EdidCorpus, IsTheSameToTheDaemonAndToTheMachine) {
     if (isPlain(parsed.name)) {
       EXPECT_EQ(withoutBlanksAtItsEnd(*display->sysMonitorName), parsed.name);
     }
-    const auto limits = rangeLimitsInEDID(bytes).value_or(vlm::TimingLimits());
+    const auto limits = rangeLimitsInEDID(bytes).value_or(vlm::SignalRange());
     EXPECT_EQ(limits.maxPClock * 1e6, static_cast<double>(parsed.limits.maxClockHz));
     EXPECT_EQ(limits.minH * 1000, parsed.limits.minLineHz);
     EXPECT_EQ(limits.maxH * 1000, parsed.limits.maxLineHz);
