@@ -250,7 +250,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const vlm::plist::Value twice = writtenBehind(*once.dictionary());
   checkSame(once, twice, "what is read back and written again is the same");
   // Takes far longer than all the rest.
-  constexpr int kStartEvery = 32;
+  constexpr int kStartEvery = 128;
   if (size % kStartEvery == kStartEvery - 1) start(once);
   return 0;
 }

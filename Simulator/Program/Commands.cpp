@@ -37,9 +37,11 @@ const Command* commandOf(Arguments words) {
   return best;
 }
 
-/// How many letters must be changed, added or dropped to make one word of the other.
-std::size_t distanceBetween(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
+/// How many letters must be changed, added or dropped to make one word of the other; `most` when that many or more.
+std::size_t distanceBetween(std::string_view a, std::string_view b, std::size_t most) {
+  constexpr std::size_t kLongest = 31;
+  if (b.size() > kLongest) return most;
+  std::array<std::size_t, kLongest + 1> row{};
   std::iota(row.begin(), row.end(), std::size_t{0});
   for (const char letter : a) {
     std::size_t diagonal = row[0]++;
@@ -48,8 +50,10 @@ std::size_t distanceBetween(std::string_view a, std::string_view b) {
       diagonal = row[i];
       row[i] = std::min({replaced, row[i] + 1, row[i - 1] + 1});
     }
+    // It never gets less from one letter to the next.
+    if (*std::min_element(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(b.size()) + 1) >= most) return most;
   }
-  return row[b.size()];
+  return std::min(row[b.size()], most);
 }
 
 /// The command that somebody who wrote `word` may have meant; empty when none is near.
@@ -65,7 +69,7 @@ std::string nearestTo(const std::string& word) {
     // Lengths that differ by as much need as many slips.
     const std::size_t longer = std::max(word.size(), first.size()), shorter = std::min(word.size(), first.size());
     if (longer - shorter >= least) continue;
-    const std::size_t distance = isSameName(word, first) ? 0 : distanceBetween(word, first);
+    const std::size_t distance = isSameName(word, first) ? 0 : distanceBetween(word, first, least);
     if (distance >= least) continue;
     least = distance;
     best = first;

@@ -48,8 +48,9 @@ std::shared_ptr<VLMMonitorInSet> VLMMonitorInSet::initAndDecodeReadableWith(cons
   monitor->orientation = dict.sInt16("orientation");
   monitor->underscan = dict.real32("underscan");
   monitor->colorPreset = dict.string("colorPreset");
-  if (const auto path = dict.string("colorProfile"); path && path->starts_with('/'))
-    monitor->colorProfile = fileURLWithPath(*path);
+  // A text with a NUL in it names no file, and as a URL would not be one either.
+  const auto profile = dict.string("colorProfile").value_or("");
+  if (profile.starts_with('/') && profile.find('\0') == profile.npos) monitor->colorProfile = fileURLWithPath(profile);
   return monitor;
 }
 

@@ -40,15 +40,17 @@ TEST(DisplaySet, ComesBackFromItsEncodingUnchanged) {
 }
 
 TEST(DisplaySet, TakesDefaultsAndDropsWhatIsMalformed) {
-  const auto set = VLMDisplaySet::initAndDecodeReadableWith({{"name", 5},
-                                                             {"monitorArray", Array{"x", Dictionary{}}},
-                                                             {"complexMirroringSet", Array{Array{1}, Array{1, "2"}}}});
+  const auto set = VLMDisplaySet::initAndDecodeReadableWith(
+      {{"name", 5},
+       {"monitorArray", Array{"x", Dictionary{{"colorProfile", std::string("/a\0b", 4)}}}},
+       {"complexMirroringSet", Array{Array{1}, Array{1, "2"}}}});
   EXPECT_FALSE(set->name);
   EXPECT_TRUE(set->isInMenu);
   EXPECT_TRUE(set->complexMirroringSet.empty());
   ASSERT_EQ(set->monitorArray.size(), 1U);
   EXPECT_TRUE(set->monitorArray[0]->isActive);
   EXPECT_EQ(set->monitorArray[0]->modeUniqueID, 0U);
+  EXPECT_FALSE(set->monitorArray[0]->colorProfile) << "no file's name has a NUL in it";
   EXPECT_FALSE(set->encodeReadable().contains("chainedSetUID"));
 }
 
