@@ -20,9 +20,11 @@ std::optional<std::int32_t> SimulatedSystem::sysctlbyname(const std::string& nam
   return std::nullopt;
 }
 
-bool SimulatedSystem::isLogEnabled() { return mac_.logEnabled; }
+bool SimulatedSystem::isLogEnabled(std::string_view /*area*/) { return mac_.logEnabled; }
 
-void SimulatedSystem::log(const std::string& text) { mac_.addLogLine(session_.description().name + ": " + text); }
+void SimulatedSystem::log(std::string_view /*area*/, const std::string& text) {
+  mac_.addLogLine(session_.description().name + ": " + text);
+}
 
 double SimulatedSystem::timeIntervalSinceReferenceDate() { return mac_.now(); }
 

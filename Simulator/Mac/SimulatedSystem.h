@@ -15,8 +15,8 @@ class SimulatedSystem : public System {
   std::optional<OperatingSystemVersion> operatingSystemVersion() override;
   /// Knows "sysctl.proc_translated", when the machine does, and on Apple silicon "hw.optional.arm64".
   std::optional<std::int32_t> sysctlbyname(const std::string& name) override;
-  bool isLogEnabled() override;
-  void log(const std::string& text) override;
+  bool isLogEnabled(std::string_view area) override;
+  void log(std::string_view area, const std::string& text) override;
   double timeIntervalSinceReferenceDate() override;
   std::string decimalSeparator() override;
   bool CGDisplayUsesForceToGray() override;

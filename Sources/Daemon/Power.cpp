@@ -21,6 +21,8 @@ constexpr PowerEvent kPowerEvents[] = {
     {.source = "AC Power", .notification = "VelmoratixPowerOnACChanged"},
     {.source = "Battery Power", .notification = "VelmoratixPowerOnBatteryChanged"},
     {.source = "Off Line", .notification = "VelmoratixPowerOnUPSChanged"},
+    // What macOS calls it; the name above stands in the same header for a single source's state.
+    {.source = "UPS Power", .notification = "VelmoratixPowerOnUPSChanged"},
 };
 
 struct PowerNotification {

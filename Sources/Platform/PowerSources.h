@@ -15,7 +15,8 @@ class PowerSources {
  public:
   virtual ~PowerSources() = default;
 
-  /// "AC Power", "Battery Power" or "Off Line" (an uninterruptible supply); absent when the system cannot tell.
+  /// "AC Power", "Battery Power", "UPS Power" or "Off Line" (both an uninterruptible supply); absent when the system
+  /// cannot tell.
   virtual std::optional<std::string> IOPSGetProvidingPowerSourceType() = 0;
   /// Calls back after every change of a power source, for as long as the source is in the run loop. It lives as long as
   /// the process: it may be taken out and put in again.

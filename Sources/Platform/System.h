@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vlm {
 
@@ -21,9 +22,9 @@ class System {
   virtual std::optional<OperatingSystemVersion> operatingSystemVersion() = 0;
   /// A 32-bit integer of the kernel; absent when the call fails.
   virtual std::optional<std::int32_t> sysctlbyname(const std::string& name) = 0;
-  /// Whether anybody reads the log; when not, texts need not be made.
-  virtual bool isLogEnabled() = 0;
-  virtual void log(const std::string& text) = 0;
+  /// Whether anybody reads an area of the log; when not, texts need not be made. Areas are short names ("VLMDisplay").
+  virtual bool isLogEnabled(std::string_view area) = 0;
+  virtual void log(std::string_view area, const std::string& text) = 0;
   /// Seconds since 1 January 2001, 00:00 UTC.
   virtual double timeIntervalSinceReferenceDate() = 0;
   /// The decimal separator of the user's locale.
