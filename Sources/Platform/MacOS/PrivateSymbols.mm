@@ -31,6 +31,40 @@ PrivateSymbols lookUpAll() {
   coreGraphics.lookUp("CGSConfigureDisplayMode", symbols.CGSConfigureDisplayMode);
   coreGraphics.lookUp("CGSConfigureDisplayEnabled", symbols.CGSConfigureDisplayEnabled);
   coreGraphics.lookUp("CGSConfigureDisplayOrigin", symbols.CGSConfigureDisplayOrigin);
+  coreGraphics.lookUp("CGDisplayUsesForceToGray", symbols.CGDisplayUsesForceToGray);
+  coreGraphics.lookUp("CGDisplayForceToGray", symbols.CGDisplayForceToGray);
+
+  const Library universalAccess("/System/Library/PrivateFrameworks/UniversalAccess.framework/UniversalAccess");
+  universalAccess.lookUp("UAGrayscaleIsEnabled", symbols.UAGrayscaleIsEnabled);
+  universalAccess.lookUp("UAGrayscaleSetEnabled", symbols.UAGrayscaleSetEnabled);
+
+  // Exports what the frameworks within it export, HIServices among them.
+  const Library applicationServices("/System/Library/Frameworks/ApplicationServices.framework/ApplicationServices");
+  applicationServices.lookUp("CoreDockGetAutoHideEnabled", symbols.CoreDockGetAutoHideEnabled);
+  applicationServices.lookUp("CoreDockSetAutoHideEnabled", symbols.CoreDockSetAutoHideEnabled);
+
+  const Library skyLight("/System/Library/PrivateFrameworks/SkyLight.framework/SkyLight");
+  skyLight.lookUp("SLSCopyDisplayUUID", symbols.SLSCopyDisplayUUID);
+  skyLight.lookUp("SLSIsDisplayModeVRR", symbols.SLSIsDisplayModeVRR);
+  skyLight.lookUp("SLSDisplaySupportsHDRMode", symbols.SLSDisplaySupportsHDRMode);
+  skyLight.lookUp("SLSDisplayIsHDRModeEnabled", symbols.SLSDisplayIsHDRModeEnabled);
+  skyLight.lookUp("SLSDisplaySetHDRModeEnabled", symbols.SLSDisplaySetHDRModeEnabled);
+  skyLight.lookUp("SLSSetDisplayRotation", symbols.SLSSetDisplayRotation);
+  skyLight.lookUp("SLSDisplayGetActivePresetIndex", symbols.SLSDisplayGetActivePresetIndex);
+  skyLight.lookUp("SLSDisplaySetActivePresetIndex", symbols.SLSDisplaySetActivePresetIndex);
+
+  const Library displayServices("/System/Library/PrivateFrameworks/DisplayServices.framework/DisplayServices");
+  displayServices.lookUp("DisplayServicesCanChangeBrightness", symbols.DisplayServicesCanChangeBrightness);
+  displayServices.lookUp("DisplayServicesGetBrightness", symbols.DisplayServicesGetBrightness);
+  displayServices.lookUp("DisplayServicesSetBrightness", symbols.DisplayServicesSetBrightness);
+  displayServices.lookUp("DisplayServicesRegisterForBrightnessChangeNotifications",
+                         symbols.DisplayServicesRegisterForBrightnessChangeNotifications);
+  displayServices.lookUp("DisplayServicesUnregisterForBrightnessChangeNotifications",
+                         symbols.DisplayServicesUnregisterForBrightnessChangeNotifications);
+
+  const Library coreDisplay("/System/Library/Frameworks/CoreDisplay.framework/CoreDisplay");
+  coreDisplay.lookUp("CoreDisplay_Display_GetPresetCount", symbols.CoreDisplay_Display_GetPresetCount);
+  coreDisplay.lookUp("CoreDisplay_Display_CopyPresetData", symbols.CoreDisplay_Display_CopyPresetData);
 
   const Library ioKit("/System/Library/Frameworks/IOKit.framework/IOKit");
   ioKit.lookUp("IOAVServiceCreateWithService", symbols.IOAVServiceCreateWithService);
