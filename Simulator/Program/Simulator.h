@@ -20,7 +20,7 @@
 namespace vlm::sim {
 
 /// The version that the daemon is started with when nobody names one, and that of this program.
-constexpr const char* kVersion = "4.15.1";
+constexpr const char* kVersion = VELMORATIX_VERSION;
 /// Name of every message between the daemon and the control application, and the daemon's bundle identifier.
 constexpr const char* kDaemonIdentifier = "org.kelvane.velmoratix.daemon";
 /// What the daemon tells the control application.
