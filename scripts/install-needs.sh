@@ -10,7 +10,7 @@ packages_for() {
     test) echo libgtest-dev clang clang-format clang-tidy libplist-utils edid-decode icc-profiles-free ;;
     fuzz) echo clang libclang-rt-14-dev ;;
     benchmark) echo libbenchmark-dev libxcvt-dev ;;
-    cross) echo clang-19 lld-19 libc++-19-dev ninja-build ;;
+    cross) echo clang-19 lld-19 libc++-19-dev llvm ninja-build ;;
     *) echo "install-needs.sh: unknown need '$1' (build, test, fuzz, benchmark, cross)" >&2; return 2 ;;
   esac
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, then runs every check and test; stops at the first that fails.
 #   scripts/test.sh [--help]
-# MACOS_SDK         a macOS SDK: compiles the macOS program, too
+# MACOS_SDK         a macOS SDK: builds and checks the macOS program, too
 # VELMORATIX_EDIDS  a folder of EDID files for the tests that read many; ../shared/edids when that is there
 # VELMORATIX_TIDY   1: lets clang read the tests, too, and runs clang-tidy over all files, which takes long
 set -euo pipefail
@@ -20,6 +20,8 @@ scripts/check-format.sh
 scripts/tests/check-storeys-test.sh
 scripts/check-storeys.sh
 scripts/tests/documents-test.sh
+scripts/check-texts.py
+scripts/tests/check-texts-test.sh
 
 say "Build with g++ and sanitizers"
 cmake --preset check >/dev/null
@@ -48,6 +50,7 @@ fi
 if [[ -n ${MACOS_SDK-} ]]; then
   say "macOS"
   scripts/cross-build-macos.sh
+  scripts/tests/cross-build-test.sh
 else
   say "macOS skipped: MACOS_SDK is not set"
 fi
