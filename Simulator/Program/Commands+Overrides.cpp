@@ -212,7 +212,10 @@ void putInto(VLMDisplay& display, std::shared_ptr<Record>& record, bool override
   if (overrides || record->isModified()) return;
   // There is nothing of it in the file to be taken out; what is no choice of the user's follows the system.
   record = nullptr;
+  const auto count = display.countOfOriginalModes;
   display.completeOverridesWithActualSettings();
+  // Nothing of the resolutions was read.
+  display.countOfOriginalModes = count;
 }
 
 Outcome name(Simulator& simulator, Arguments arguments) {
@@ -227,7 +230,8 @@ Outcome name(Simulator& simulator, Arguments arguments) {
     putInto(edit.display, edit.display.displayName, text != "off",
             [&](VLMOverrideDisplayName& record) { record.name = text; });
     // What is no choice of the user's follows the system.
-    if (text == "off") edit.display.displayName->name = edit.display.sysMonitorName;
+    if (text == "off" && edit.display.displayName != nullptr)
+      edit.display.displayName->name = edit.display.sysMonitorName;
     return std::nullopt;
   });
 }
@@ -394,11 +398,15 @@ Outcome write(Simulator& simulator, Arguments arguments) {
     const std::string path = edit.display.overridePathForSaving();
     std::ostream& answer = simulator.output().data;
     const bool isSame = isInFile(edit, composed.content);
+    if (isSame) {
+      // Somebody else may have written into it since.
+      const plist::Dictionary before = edit.display.encodeReadable();
+      edit.display.readOverrideFileAnew();
+      if (edit.display.encodeReadable() != before) saveRecords(edit);
+    }
     if (isSame && !edit.display.willNeedToSaveOverride()) {
       const bool isThere = os().files.checkResourceIsReachable(path);
       answer << "nothing to be written: " << (isThere ? "the file has all of it" : "nothing is overridden") << "\n";
-      // Or all but what somebody else has changed there since.
-      edit.display.readOverrideFileAnew();
       return Outcome{};
     }
     for (const std::string& finding : composed.findings) {

@@ -111,14 +111,29 @@ class SectionReader {
   const bool isBackup_;
 };
 
-/// What a record is held against, from now on, to tell whether the file must be written: what the file says.
+/// Whether the file holds, to the byte, what the record would write. It may read otherwise: not every number has a form
+/// there.
 template <class Record>
-void compareWithFile(const std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile) {
+bool isWrittenIn(const plist::Dictionary& content, const Record& record) {
+  plist::Dictionary own;
+  record.addInOverrideDictionary(own);
+  return !own.empty() && std::all_of(own.begin(), own.end(), [&](const plist::Entry& entry) {
+    const plist::Value* const value = content.find(entry.key);
+    return value != nullptr && *value == entry.value;
+  });
+}
+
+/// What a record is held against, from now on, to tell whether the file must be written: what the file says. One that
+/// was to be taken out has nothing more to say when it is out.
+template <class Record>
+void compareWithFile(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile,
+                     const plist::Dictionary& content) {
   if (kept == nullptr || kept == inFile) return;
   if (inFile != nullptr) {
-    kept->copyBackupWith(*inFile);
+    kept->copyBackupWith(isWrittenIn(content, *kept) ? *kept : *inFile);
   } else if (kept->original != nullptr && kept->original->shouldOverride) {
     kept->original = nullptr;
+    if (!kept->shouldOverride) kept = nullptr;
   }
 }
 
@@ -126,10 +141,11 @@ void compareWithFile(const std::shared_ptr<Record>& kept, const std::shared_ptr<
 /// the settings were saved: nobody chose it, and it would hide the file's for good, or take it out. Unless it was in
 /// the file before, and the user has just taken it out.
 template <class Record>
-void joinFromFile(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile) {
+void joinFromFile(std::shared_ptr<Record>& kept, const std::shared_ptr<Record>& inFile,
+                  const plist::Dictionary& content) {
   if (inFile != nullptr && kept != nullptr && !kept->shouldOverride && !kept->isModified()) kept = nullptr;
   mergeOverrideRecord(kept, inFile);
-  compareWithFile(kept, inFile);
+  compareWithFile(kept, inFile, content);
 }
 
 /// The same with what the system says now; what it said at an earlier time is not of interest.
@@ -189,14 +205,20 @@ void VLMDisplay::completeOverridesWithDictionary() {
 
 void VLMDisplay::joinRecordsOf(const plist::Dictionary& content) {
   constexpr auto kStatus = kOverrideFoundInOverrideFile;
-  joinFromFile(monitorTiming, VLMOverrideMonitorRange::initWithIODisplayTimingRange(
-                                  dataIn(content, OverrideKey::timingRange), kStatus, true));
-  joinFromFile(defaultResolution, VLMOverrideDefaultResolution::initWithDefaultResolutionData(
-                                      dataIn(content, OverrideKey::defaultResolution), kStatus, true));
-  joinFromFile(displayPixelDimensions, VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(
-                                           dataIn(content, OverrideKey::pixelDimensions), kStatus, true));
+  joinFromFile(
+      monitorTiming,
+      VLMOverrideMonitorRange::initWithIODisplayTimingRange(dataIn(content, OverrideKey::timingRange), kStatus, true),
+      content);
+  joinFromFile(defaultResolution,
+               VLMOverrideDefaultResolution::initWithDefaultResolutionData(
+                   dataIn(content, OverrideKey::defaultResolution), kStatus, true),
+               content);
+  joinFromFile(displayPixelDimensions,
+               VLMOverrideDisplayPixelDimensions::initWithDisplayPixelDimensionsData(
+                   dataIn(content, OverrideKey::pixelDimensions), kStatus, true),
+               content);
   const auto name = VLMOverrideDisplayName::initWithString(nameWithoutPrefix(productNameIn(content)), kStatus, true);
-  joinName(name);
+  joinName(name, content);
 
   const bool hasPolicy = content.contains(OverrideKey::refreshRatePolicy);
   if (displayFreqPolicy == nullptr) {
@@ -209,7 +231,7 @@ void VLMDisplay::joinRecordsOf(const plist::Dictionary& content) {
 
 // The system's own name stands here since the display was discovered, and must not keep the file's out; once the file
 // is in force the two are often the same. A name of the user's own does keep it out.
-void VLMDisplay::joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile) {
+void VLMDisplay::joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile, const plist::Dictionary& content) {
   if (inFile != nullptr && displayName != nullptr && !displayName->shouldOverride && !displayName->isModified()) {
     const bool isSame = displayName->isEqualToDisplayName(inFile.get());
     if (isSame) inFile->status = truncateTo<std::int16_t>(inFile->status | displayName->status);
@@ -218,7 +240,7 @@ void VLMDisplay::joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile)
   mergeDisplayName(inFile);
   // A name of the user's own that is kept beside the file's is not meant to take that out.
   const bool isOwn = displayName != nullptr && !displayName->shouldOverride && !displayName->isModified();
-  if (!isOwn || inFile == nullptr) compareWithFile(displayName, inFile);
+  if (!isOwn || inFile == nullptr) compareWithFile(displayName, inFile, content);
 }
 
 // --- From the display ---

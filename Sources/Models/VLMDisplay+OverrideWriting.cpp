@@ -126,8 +126,16 @@ void VLMDisplay::readOverrideFileAnew() {
     displayName = VLMOverrideDisplayName::initWithString(sysMonitorName, kOverrideFoundInSystem, false);
   }
   if (displayFreqPolicy != nullptr && !displayFreqPolicy->shouldOverride()) displayFreqPolicy = nullptr;
+  // The records are as of a new display's, which would take the import of another one of the model.
+  const auto import = importedEDID;
+  const bool keepsID = importedEDIDKeepsID;
   completeOverridesWithDictionary();
   completeOverridesWithActualSettings();
+  importedEDID = import;
+  importedEDIDKeepsID = keepsID;
+  // What waits to be written was read nowhere.
+  countOfOriginalModes -=
+      std::ranges::count_if(overridenModes, [](const auto& resolution) { return resolution->status == 0; });
 }
 
 // The file is for every display of a model: what another one has put into it or taken out counts here as well, or the

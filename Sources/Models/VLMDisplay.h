@@ -410,7 +410,7 @@ class VLMDisplay : public std::enable_shared_from_this<VLMDisplay> {
   void takeImportFrom(const VLMDisplay& other);
   /// An EDID that was imported for another display of the model is in force for this one, too.
   void takeImportOfTwins();
-  void joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile);
+  void joinName(const std::shared_ptr<VLMOverrideDisplayName>& inFile, const plist::Dictionary& content);
   void copyModesFrom(const VLMDisplay& saved);
   void linkAliases();
   void readRegistry(const plist::Dictionary& registry);
