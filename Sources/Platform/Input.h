@@ -97,7 +97,7 @@ class Input {
   virtual ~Input() = default;
 
   /// Registers with the application event target. `modifiers` are Carbon bits. A combination that this process has
-  /// registered already is refused with eventHotKeyExistsErr and gives the null reference.
+  /// registered already is refused, with some error, and gives the null reference.
   virtual OSStatus RegisterEventHotKey(std::uint32_t keyCode, std::uint32_t modifiers, const EventHotKeyID& hotKeyID,
                                        std::uint32_t options, EventHotKeyRef& reference) = 0;
   /// The null reference is harmless.

@@ -64,7 +64,8 @@ class MonitorBus {
   virtual IOObject IOFBCopyI2CInterfaceForBus(io_service_t frameBuffer, std::uint32_t bus) = 0;
   virtual IOReturn IOI2CInterfaceOpen(io_service_t interface, IOOptionBits options, IOI2CConnectRef& connect) = 0;
   virtual IOReturn IOI2CInterfaceClose(IOI2CConnectRef connect, IOOptionBits options) = 0;
-  /// Sends and waits for the reply; fills `replyBuffer` and `result`.
+  /// Sends and waits for the reply; fills `replyBuffer`, of which a shorter reply leaves the rest as it was, and
+  /// `result`.
   virtual IOReturn IOI2CSendRequest(IOI2CConnectRef connect, IOOptionBits options, IOI2CRequest& request) = 0;
 
   /// Absent where the system has no AV services; none (0) when it refuses this one.

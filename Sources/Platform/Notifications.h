@@ -20,7 +20,8 @@ struct Notification {
   std::string name;
   /// The distributed centre's filter text; for the others whatever text the sender gives.
   std::optional<std::string> object;
-  /// The object that posted, on the local centre; compared, never followed.
+  /// The object that posted, on the local centre; compared, never followed. Natively it takes the place of `object`: a
+  /// notification has one of them.
   const void* sender = nullptr;
   std::optional<plist::Dictionary> userInfo;
 };

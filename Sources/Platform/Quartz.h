@@ -92,7 +92,7 @@ class Quartz {
   virtual bool CGDisplayIsAlwaysInMirrorSet(CGDirectDisplayID display) const = 0;
   /// The display that this one shows a copy of; kCGNullDirectDisplay when it shows its own picture.
   virtual CGDirectDisplayID CGDisplayMirrorsDisplay(CGDirectDisplayID display) const = 0;
-  /// The display of the mirror set whose picture is drawn; the display itself outside of a set.
+  /// The display of a mirror set made by the hardware whose picture is drawn; the display itself outside of one.
   virtual CGDirectDisplayID CGDisplayPrimaryDisplay(CGDirectDisplayID display) const = 0;
   virtual std::uint32_t CGDisplayVendorNumber(CGDirectDisplayID display) const = 0;
   virtual std::uint32_t CGDisplayModelNumber(CGDirectDisplayID display) const = 0;
@@ -118,7 +118,7 @@ class Quartz {
   /// Hz; 0 when the driver does not say.
   virtual double CGDisplayModeGetRefreshRate(const CGDisplayModeRef& mode) const = 0;
   virtual std::optional<std::string> CGDisplayModeCopyPixelEncoding(const CGDisplayModeRef& mode) const = 0;
-  /// The mode's "kCGDisplayResolution": pixels a point. Absent on systems that do not tell.
+  /// The mode's "kCGDisplayResolution": pixels a point, by its two widths. Absent when they do not tell.
   virtual std::optional<double> CGDisplayModeGetResolution(const CGDisplayModeRef& mode) const = 0;
   virtual void CGDisplayModeRelease(void* raw) = 0;
 

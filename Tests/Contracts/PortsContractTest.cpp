@@ -198,7 +198,7 @@ TEST_F(PortsContract, AHotKeyIsRegisteredOnceAtATimeAndTheNullReferenceIsHarmles
   EventHotKeyRef first = 0, second = 1;
   EXPECT_EQ(registerKey(first), noErr);
   os().input.UnregisterEventHotKey(0);
-  EXPECT_TRUE(registerKey(second) == eventHotKeyExistsErr && second == 0);
+  EXPECT_TRUE(registerKey(second) != noErr && second == 0);
   os().input.UnregisterEventHotKey(first);
   EXPECT_EQ(registerKey(second), noErr);
   os().input.UnregisterEventHotKey(second);

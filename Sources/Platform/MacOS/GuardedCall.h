@@ -15,6 +15,8 @@ void callGuarded(const Function& function, const Arguments&... arguments) noexce
       function(arguments...);
     } catch (const std::exception& exception) {
       NSLog(@"A callback threw: %s", exception.what());
+    } catch (NSException* exception) {
+      NSLog(@"A callback threw: %@: %@", exception.name, exception.reason);
     } catch (...) {
       NSLog(@"A callback threw");
     }

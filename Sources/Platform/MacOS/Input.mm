@@ -218,7 +218,10 @@ class NativeInput final : public Input {
   }
   void CGEventTapEnable(EventTapRef tap, bool enable) override {
     const auto found = taps_.find(tap);
-    if (found != taps_.end()) ::CGEventTapEnable(found->second->port.get(), enable);
+    if (found == taps_.end()) return;
+    // One that nobody reads would hold up every click of the session.
+    if (enable && !found->second->source) return;
+    ::CGEventTapEnable(found->second->port.get(), enable);
   }
   void CFReleaseEventTap(EventTapRef tap) override {
     const auto found = taps_.find(tap);

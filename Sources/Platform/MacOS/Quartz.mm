@@ -21,6 +21,8 @@ CGError callIfThere(::CGError (*function)(Parameters...), Arguments... arguments
   return function != nullptr ? function(arguments...) : ::kCGErrorNotImplemented;
 }
 
+/// On the main thread, as everything that the window server tells an application with a run loop: before and after, in
+/// the midst of the completing call.
 void displayReconfigured(::CGDirectDisplayID display, ::CGDisplayChangeSummaryFlags flags, void* userInfo) {
   callGuarded(*static_cast<const Quartz::ReconfigurationCallback*>(userInfo), display, flags);
 }

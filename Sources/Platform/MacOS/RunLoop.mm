@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <map>
 #include <memory>
@@ -49,8 +50,10 @@ class NativeRunLoop final : public RunLoop {
 
   RunLoopToken performAfterDelay(double delay, Body body) override {
     const RunLoopToken token = ++lastToken_;
-    const NSTimeInterval due = NSProcessInfo.processInfo.systemUptime + std::max(delay, 0.0);
-    NSTimer* timer = addTimer(delay, false, ^(NSTimer* fired) {
+    // 0 for no number at all, too, which would have no place in the order.
+    const double wait = std::fmax(delay, 0.0);
+    const NSTimeInterval due = NSProcessInfo.processInfo.systemUptime + wait;
+    NSTimer* timer = addTimer(wait, false, ^(NSTimer* fired) {
       runEarliestPerform(fired);
     });
     performs_.emplace(std::pair(due, token), Perform{std::move(body), timer});

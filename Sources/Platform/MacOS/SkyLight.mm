@@ -106,8 +106,10 @@ class NativeSkyLight final : public SkyLight {
   std::optional<std::int32_t> DisplayServicesRegisterForBrightnessChangeNotifications(
       CGDirectDisplayID display, BrightnessCallback callback) override {
     brightnessCallbacks()[display] = std::move(callback);
-    return callIfThere(privateSymbols().DisplayServicesRegisterForBrightnessChangeNotifications, display,
-                       observerFor(display), brightnessChanged);
+    const auto answer = callIfThere(privateSymbols().DisplayServicesRegisterForBrightnessChangeNotifications, display,
+                                    observerFor(display), brightnessChanged);
+    if (answer != 0) brightnessCallbacks().erase(display);
+    return answer;
   }
   std::optional<std::int32_t> DisplayServicesUnregisterForBrightnessChangeNotifications(
       CGDirectDisplayID display) override {
@@ -135,7 +137,7 @@ class NativeSkyLight final : public SkyLight {
   std::optional<std::vector<std::uint32_t>> CADisplays() override {
     const Class displayClass = NSClassFromString(@"CADisplay");
     if (![displayClass respondsToSelector:@selector(displays)]) return std::nullopt;
-    caDisplays_ = [(Class<VLMCoreAnimationDisplay>)displayClass displays];
+    caDisplays_ = [[(Class<VLMCoreAnimationDisplay>)displayClass displays] copy];
     std::vector<std::uint32_t> numbers(caDisplays_.count);
     std::iota(numbers.begin(), numbers.end(), 0U);
     return numbers;

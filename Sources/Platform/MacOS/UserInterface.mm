@@ -1,5 +1,6 @@
 #include "Platform/MacOS/Adapters.h"
 #include "Platform/MacOS/GuardedCall.h"
+#include "Platform/MacOS/NativeText.h"
 #include "Platform/MacOS/PropertyListBridge.h"
 #include "Platform/MacOS/ScreenSpace.h"
 
@@ -32,8 +33,8 @@ namespace {
 
 /// Empty for what is not UTF-8; the platform throws at a title that is nil.
 NSString* nativeText(const std::string& text) {
-  NSString* const native = CFBridgingRelease(makeCFString(text).release());
-  return native != nil ? native : @"";
+  NSString* const known = native(text);
+  return known != nil ? known : @"";
 }
 
 /// Empty for nil.
@@ -141,7 +142,8 @@ class NativeUserInterface final : public UserInterface {
   void removeDeliveredNotification(const std::string& identifier) override {
     NSUserNotificationCenter* const center = NSUserNotificationCenter.defaultUserNotificationCenter;
     for (NSUserNotification* notice in center.deliveredNotifications) {
-      if (textOf(notice.identifier) == identifier) [center removeDeliveredNotification:notice];
+      if (notice.identifier != nil && textOf(notice.identifier) == identifier)
+        [center removeDeliveredNotification:notice];
     }
   }
 
