@@ -74,7 +74,8 @@ class NativeApplication final : public Application {
   void releaseSharedApplication() override {
     setDelegate(nullptr);
     object_.reset();
-    // The global pointer owns the application: this releases it, too.
+    // The object itself stays: status items and monitors still know it, and the process ends next.
+    static_cast<void>(CFBridgingRetain(NSApp));
     NSApp = nil;
   }
 
