@@ -39,8 +39,9 @@ set_target_properties(velmoratix_daemon PROPERTIES
   RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/Velmoratix.app/Contents/Library/LoginItems")
 target_compile_options(velmoratix_daemon PRIVATE -fobjc-arc -Wno-deprecated-declarations -Wunguarded-availability)
 target_link_libraries(velmoratix_daemon PRIVATE velmoratix_core ${frameworks})
-# The entitlements let it send Apple events, which the hardened runtime forbids otherwise; no comment may stand in that
-# file, because the system's own reader of it knows none. For one's own Mac; what is given to others is signed as docs/building-on-a-mac.md says.
+# For one's own Mac; what is given to others is signed as docs/building-on-a-mac.md says. The entitlements let it send
+# Apple events, which the hardened runtime forbids otherwise; no comment may stand in that file, because the system's own
+# reader of it knows none.
 add_custom_command(TARGET velmoratix_daemon POST_BUILD
   COMMAND codesign --force --sign - --options runtime
     --entitlements "${CMAKE_SOURCE_DIR}/Sources/Programs/Daemon/Daemon.entitlements"
