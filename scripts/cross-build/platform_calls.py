@@ -31,8 +31,10 @@ def collect(parts):
     uses = {}
     for part in parts:
         for symbol in part.imports:
-            is_class = symbol.name.startswith(CLASS)
-            name = symbol.name if is_class else sources.declared_name(symbol.name)
+            # What is caught is asked of its class.
+            symbol_name = symbol.name.replace("_OBJC_EHTYPE_$_", CLASS)
+            is_class = symbol_name.startswith(CLASS)
+            name = symbol_name if is_class else sources.declared_name(symbol_name)
             if symbol.name.startswith("_OBJC_METACLASS_$_") or name in sources.OF_THE_COMPILER:
                 continue
             use = uses.setdefault(symbol.library, {}).setdefault(name, Use())

@@ -124,7 +124,7 @@ def native_files(root):
 
 def declared_name(symbol):
     """How a header spells what a symbol table has."""
-    for prefix in ("_OBJC_CLASS_$_", "_OBJC_METACLASS_$_"):
+    for prefix in ("_OBJC_CLASS_$_", "_OBJC_METACLASS_$_", "_OBJC_EHTYPE_$_"):
         if symbol.startswith(prefix):
             return symbol[len(prefix):]
     return symbol.removeprefix("_").split("$")[0]
