@@ -58,7 +58,6 @@ std::optional<plist::Value> readOverride(const std::string& path) {
 }
 
 /// What cannot be copied could not be read either.
-/// What cannot be copied could not be read either.
 void copyFiles(const fs::path& from, const fs::path& to) {
   std::error_code ignored;
   for (const auto& folder : fs::directory_iterator(from, ignored)) {

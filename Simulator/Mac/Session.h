@@ -29,13 +29,14 @@ class Session {
   const ProcessDescription& description() const { return description_; }
   std::int32_t processIdentifier() const { return processIdentifier_; }
   SimulatedMac& mac() { return mac_; }
-  /// The machine's services as this process sees them; with others in place of those that are given.
+  /// Ports in place of the machine's own; null is none.
   struct OtherPorts {
     Files* files = nullptr;
     MonitorBus* monitorBus = nullptr;
     Quartz* quartz = nullptr;
     RunLoop* runLoop = nullptr;
   };
+  /// The machine's services as this process sees them.
   Ports ports(const OtherPorts& others);
   Ports ports() { return ports({}); }
   /// The same, with the machine's side of them: what reaches the process through each.

@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <ostream>
 
+#include "Models/OverrideContent.h"
 #include "Platform/Files.h"
 #include "Platform/Numbers.h"
 #include "Platform/Process.h"
@@ -24,10 +27,6 @@
 namespace vlm::sim {
 
 namespace {
-
-constexpr const char* kSnapshot = "Velmoratix backup settings";
-/// What some versions put in front of a name.
-constexpr const char* kNamePrefix = "Velmoratix4 - ";
 
 /// A display of the daemon's that a command is about.
 struct Edit {
@@ -223,8 +222,8 @@ Outcome name(Simulator& simulator, Arguments arguments) {
   if (text.empty() || !isWritableText(text)) {
     return Outcome::refused("a name has characters, none of them control characters: " + quoted(text));
   }
-  if (text.find(kNamePrefix) != std::string::npos) {
-    return Outcome::refused(quoted(kNamePrefix) + " is taken out of names when they are read");
+  if (text.find(kOverrideNamePrefix) != std::string::npos) {
+    return Outcome::refused(quoted(std::string(kOverrideNamePrefix)) + " is taken out of names when they are read");
   }
   return edited(simulator, arguments[0], [&](const Edit& edit) -> Refusal {
     putInto(edit.display, edit.display.displayName, text != "off",
@@ -380,7 +379,8 @@ void saveRecords(const Edit& edit) {
 Outcome notWritten(const Edit& edit, const std::string& reason) {
   const std::string path = edit.display.overridePathForSaving();
   if (reason.starts_with(path)) return Outcome::notHeld("not written: " + reason);
-  const std::string hint = edit.simulator.mac().administratorAllows ? "" : " (administrator on lets it)";
+  const bool isForbidden = reason == std::strerror(EACCES) && !edit.simulator.mac().administratorAllows;
+  const std::string hint = isForbidden ? " (administrator on lets it)" : "";
   return Outcome::notHeld(path + " is not written: " + reason + hint);
 }
 
@@ -388,7 +388,7 @@ Outcome notWritten(const Edit& edit, const std::string& reason) {
 bool isInFile(const Edit& edit, plist::Dictionary content) {
   auto inFile = edit.display.makeContentOfOverrideDictionary(true);
   if (!inFile) return false;
-  for (plist::Dictionary* each : {&content, &*inFile}) each->remove(kSnapshot);
+  for (plist::Dictionary* each : {&content, &*inFile}) each->remove(OverrideKey::backup);
   return content == *inFile;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "Models/OverrideContent.h"
 #include "Platform/Files.h"
 #include "Platform/Process.h"
 #include "Shared/VLMExtension.h"
@@ -249,7 +250,7 @@ plist::Dictionary overridesView(VLMDisplay& display, const std::string& name) {
                          {"fileReadable", os().files.propertyListWithContentsOfURL(path).has_value()},
                          {"fileFound", display.typeOfOverrideFile != 0},
                          {"needsWriting", display.willNeedToSaveOverride()},
-                         {"hasBackup", content.has_value() && content->contains("Velmoratix backup settings")}};
+                         {"hasBackup", content.has_value() && content->contains(OverrideKey::backup)}};
   plist::Array resolutions;
   for (const auto& entry : display.overridenModes) resolutions.emplace_back(resolutionView(display, *entry));
   view.set("resolutions", std::move(resolutions));

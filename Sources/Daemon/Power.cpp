@@ -21,7 +21,7 @@ constexpr PowerEvent kPowerEvents[] = {
     {.source = "AC Power", .notification = "VelmoratixPowerOnACChanged"},
     {.source = "Battery Power", .notification = "VelmoratixPowerOnBatteryChanged"},
     {.source = "Off Line", .notification = "VelmoratixPowerOnUPSChanged"},
-    // What macOS calls it; the name above stands in the same header for a single source's state.
+    // What macOS says here; the name above is its word for the state of a single source.
     {.source = "UPS Power", .notification = "VelmoratixPowerOnUPSChanged"},
 };
 

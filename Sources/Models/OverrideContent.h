@@ -29,6 +29,8 @@ constexpr const char* backup = "Velmoratix backup settings";
 /// Items of one key that are read; those behind are kept in the file as they are. Real files have some dozens.
 constexpr std::size_t kMostOverrideItems = 4096;
 
+/// What some versions put in front of a name; taken out wherever it stands in one.
+inline constexpr std::string_view kOverrideNamePrefix = "Velmoratix4 - ";
 /// "DisplayProductName" of an override file or of what the system tells of a display: a text, or one by language, of
 /// which the English one is as good as any other. Absent when there is none.
 std::optional<std::string> productNameIn(const plist::Dictionary& dictionary);

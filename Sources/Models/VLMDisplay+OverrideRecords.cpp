@@ -15,8 +15,6 @@ namespace vlm {
 namespace {
 
 constexpr std::uint32_t kDisplayModeNativeFlag = 0x2000000;
-/// What some versions put in front of a name.
-constexpr std::string_view kNamePrefix = "Velmoratix4 - ";
 
 std::string describe(const OverrideResolutions& resolutions) {
   std::string text = "(";
@@ -33,9 +31,10 @@ std::optional<std::string> nameWithoutPrefix(const std::optional<std::string>& n
   if (!name) return name;
   std::string rest;
   std::size_t from = 0;
-  for (std::size_t at = name->find(kNamePrefix); at != std::string::npos; at = name->find(kNamePrefix, from)) {
+  for (std::size_t at = name->find(kOverrideNamePrefix); at != std::string::npos;
+       at = name->find(kOverrideNamePrefix, from)) {
     rest.append(*name, from, at - from);
-    from = at + kNamePrefix.size();
+    from = at + kOverrideNamePrefix.size();
   }
   return rest.append(*name, from);
 }

@@ -127,11 +127,11 @@ void VLMDisplay::readOverrideFileAnew() {
   }
   if (displayFreqPolicy != nullptr && !displayFreqPolicy->shouldOverride()) displayFreqPolicy = nullptr;
   // The records are as of a new display's, which would take the import of another one of the model.
-  const auto import = importedEDID;
+  const auto imported = importedEDID;
   const bool keepsID = importedEDIDKeepsID;
   completeOverridesWithDictionary();
   completeOverridesWithActualSettings();
-  importedEDID = import;
+  importedEDID = imported;
   importedEDIDKeepsID = keepsID;
   // What waits to be written was read nowhere.
   countOfOriginalModes -=

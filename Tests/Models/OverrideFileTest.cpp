@@ -231,7 +231,7 @@ TEST_F(OverrideFile, LeavesOutWhatItsRecordsCutAndWritesNothingTwice) {
   load();
   const auto timing = VLMOverrideResolution::initWithDTDData(descriptor(1600), 1);
   for (int i = 0; i < 2; ++i) {
-    // A porch that the descriptor's ten bits cut, and sizes that fill eight bytes and more.
+    // A porch that the descriptor's ten bits cut, and a size.
     const auto cut = timing->copy();
     cut->frontNx += 1024;
     cut->toInstall = true;
