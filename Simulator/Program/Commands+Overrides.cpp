@@ -399,10 +399,9 @@ Outcome write(Simulator& simulator, Arguments arguments) {
     std::ostream& answer = simulator.output().data;
     const bool isSame = isInFile(edit, composed.content);
     if (isSame) {
-      // Somebody else may have written into it since.
-      const plist::Dictionary before = edit.display.encodeReadable();
+      // Somebody else may have written into it since; and the settings may have what was wished for in between.
       edit.display.readOverrideFileAnew();
-      if (edit.display.encodeReadable() != before) saveRecords(edit);
+      saveRecords(edit);
     }
     if (isSame && !edit.display.willNeedToSaveOverride()) {
       const bool isThere = os().files.checkResourceIsReachable(path);
